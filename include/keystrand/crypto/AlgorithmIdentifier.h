@@ -1,0 +1,50 @@
+// AlgorithmIdentifier ::= SEQUENCE { algorithm OBJECT IDENTIFIER, parameters ANY OPTIONAL } (RFC 5280 section 4.1.1.2).
+// What is read is written back as it came: NULL stays NULL, absent stays absent.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "keystrand/crypto/AlgorithmParameter.h"
+#include "keystrand/der/OID.h"
+
+namespace keystrand {
+
+class KEYSTRAND_API AlgorithmIdentifier {
+ public:
+  AlgorithmIdentifier();
+  explicit AlgorithmIdentifier(const char* dotted, bool hasParameters = true);
+  explicit AlgorithmIdentifier(const OID& oid, bool hasParameters = true);
+  ~AlgorithmIdentifier();
+  AlgorithmIdentifier(const AlgorithmIdentifier&) = delete;
+  AlgorithmIdentifier& operator=(const AlgorithmIdentifier&) = delete;
+  [[nodiscard]] owner<AlgorithmIdentifier*> clone() const;
+
+  void setOID(const char* dotted, bool hasParameters = true);
+  void setOID(const OID& oid, bool hasParameters = true);
+  [[nodiscard]] owner<OID*> oid() const;
+  [[nodiscard]] owner<char*> oidText() const;  // delete[]; nullptr without an identifier
+  [[nodiscard]] const OID* oidView() const noexcept { return oid_.get(); }
+  void setParameter(const AlgorithmParameter* parameter);  // stores a clone and makes hasParameters true
+  [[nodiscard]] owner<AlgorithmParameter*> parameter() const;
+  [[nodiscard]] const AlgorithmParameter* parameterView() const noexcept { return parameter_.get(); }
+  [[nodiscard]] bool hasParameter() const noexcept { return parameter_ != nullptr; }
+  // Whether a parameter, or NULL, follows the identifier in the encoding.
+  [[nodiscard]] bool hasParameters() const noexcept { return hasParameters_; }
+  void setHasParameters(bool flag) noexcept { hasParameters_ = flag; }
+
+  [[nodiscard]] bool equals(const char* dotted) const;
+  [[nodiscard]] bool equals(const OID& oid) const noexcept;
+  [[nodiscard]] bool equals(const AlgorithmIdentifier& other) const noexcept;
+
+  [[nodiscard]] std::uint32_t size(const Buffer& buffer) const;
+  void put(Buffer& buffer) const;
+  bool get(Buffer& buffer);
+
+ private:
+  std::unique_ptr<OID> oid_;
+  std::unique_ptr<AlgorithmParameter> parameter_;
+  bool hasParameters_ = true;
+};
+
+}  // namespace keystrand

@@ -1,0 +1,60 @@
+// The one door to cryptography: a facade over the PKCS #11 function list of a CryptoKi. A mechanism is selected by
+// object identifier, a temporary public key object is made from a KeyInfo, the operation runs, the object goes.
+//
+// There is one device in the process and it is not thread-safe: the semaphore of cache_getCryptoDeviceSemaphore guards
+// it. The mechanisms are state between a set... call and the operation, so it is held over both. A client that holds it
+// calls no exported function but plain getters meanwhile.
+//
+// Operations return false, 0 or nullptr on failure; lastResult() then tells the PKCS #11 return value.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "keystrand/crypto/AlgorithmIdentifier.h"
+#include "keystrand/crypto/DigestInfo.h"
+#include "keystrand/crypto/KeyInfo.h"
+#include "keystrand/crypto/Signature.h"
+
+namespace keystrand {
+
+class CryptoKi;
+
+class KEYSTRAND_API CryptoDevice {
+ public:
+  // The binding is not owned and outlives the device. With nullptr the device stays empty and open fails.
+  explicit CryptoDevice(CryptoKi* cryptoKi);
+  CryptoDevice(const CryptoDevice&) = delete;
+  CryptoDevice& operator=(const CryptoDevice&) = delete;
+  virtual ~CryptoDevice();
+
+  virtual bool open(std::uint32_t slotIndex, const unsigned char* pin, std::uint32_t pinLength);
+  virtual void close();
+
+  virtual bool setDigest(const char* dotted);
+  virtual bool setDigest(const AlgorithmIdentifier& algorithm);
+  // A new DigestInfo that the caller deletes; nullptr without a digest selected.
+  [[nodiscard]] virtual owner<DigestInfo*> digest(const unsigned char* data, std::size_t length);
+  virtual bool digestInit();
+  virtual bool digestUpdate(const unsigned char* data, std::size_t length);
+  [[nodiscard]] virtual owner<DigestInfo*> digestFinal();
+  [[nodiscard]] virtual std::uint32_t digestLength();
+  virtual bool setCipher(const char* dotted);
+  virtual bool setCipher(const AlgorithmIdentifier& algorithm);
+  // Selects signature, digest and cipher mechanism. An unknown identifier clears them all and gives false.
+  virtual bool setSignatureAlgorithm(const char* dotted);
+  virtual bool setSignatureAlgorithm(const AlgorithmIdentifier& algorithm);
+  // Over the data itself, with the signature mechanism.
+  virtual bool verifyRaw(const unsigned char* data, std::size_t length, const Signature& signature, const KeyInfo& key);
+  // Over a digest; both codings of the DigestInfo, with NULL parameters and without, are accepted.
+  virtual bool verify(const Signature& signature, const DigestInfo& digest, const KeyInfo& key);
+
+  [[nodiscard]] virtual unsigned long lastResult() const noexcept;
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace keystrand

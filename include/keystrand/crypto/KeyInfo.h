@@ -1,0 +1,44 @@
+// SubjectPublicKeyInfo (RFC 5280 section 4.1.2.7).
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "keystrand/crypto/AlgorithmIdentifier.h"
+#include "keystrand/crypto/Key.h"
+
+namespace keystrand {
+
+class KEYSTRAND_API KeyInfo {
+ public:
+  KeyInfo();
+  ~KeyInfo();
+  KeyInfo(const KeyInfo&) = delete;
+  KeyInfo& operator=(const KeyInfo&) = delete;
+  [[nodiscard]] owner<KeyInfo*> clone() const;
+
+  [[nodiscard]] owner<Key*> key() const;
+  [[nodiscard]] const Key* keyView() const noexcept { return key_.get(); }
+  void setKey(const Key* key);
+  [[nodiscard]] owner<AlgorithmIdentifier*> algorithm() const;
+  [[nodiscard]] const AlgorithmIdentifier* algorithmView() const noexcept { return algorithm_.get(); }
+  void setAlgorithm(const AlgorithmIdentifier* algorithm);
+  [[nodiscard]] owner<char*> algorithmText() const;
+  void setHasParameters(bool flag);
+  [[nodiscard]] owner<unsigned char*> keyBytes() const;
+  // RSA: bytes of the modulus. EC: the field size in bits, from both functions.
+  [[nodiscard]] std::uint32_t keyBytesLength() const;
+  [[nodiscard]] std::uint32_t keyBitLength() const;
+  [[nodiscard]] bool isAlgorithm(const char* dotted) const;
+  [[nodiscard]] bool isRSA() const;
+
+  [[nodiscard]] std::uint32_t size(const Buffer& buffer) const;
+  void put(Buffer& buffer) const;
+  bool get(Buffer& buffer);
+
+ private:
+  std::unique_ptr<AlgorithmIdentifier> algorithm_;
+  std::unique_ptr<Key> key_;
+};
+
+}  // namespace keystrand

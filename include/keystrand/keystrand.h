@@ -1,0 +1,182 @@
+// Keystrand: a list of trusted CA certificates, a cache of CRLs, and the questions a verifier of signatures asks of them.
+//
+// Nothing here throws. A client that holds the semaphore of cache_getCryptoDeviceSemaphore, to drive the device itself,
+// calls no function of this header meanwhile but the plain getters of the report.
+#pragma once
+
+#include "keystrand/cache/Records.h"
+#include "keystrand/der/BigInteger.h"
+#include "keystrand/support/Api.h"
+
+namespace keystrand {
+class AttributeCertificate;
+class AuthorityKeyIdentifier;
+class BasicOCSPResponse;
+class CertList;
+class Certificate;
+class CertificateList;
+class DistributionPointName;
+class Name;
+class OCSPResponse;
+class Semaphore;
+class TSLMetadata;
+class X500Time;
+class XMLFile;
+}  // namespace keystrand
+
+// --- Life cycle ------------------------------------------------------------------------------------------------------
+// cache_init comes first and works once per process: a later call returns 1 and changes nothing, so the directories of
+// the first stay in force. caDir holds the CA list file, crlDir the CRL cache file; nullptr or "" for crlDir means caDir,
+// for caDir the working directory. ident and logFile are for the log; a null logFile keeps no log. Always returns 1.
+// A context serves one thread at a time; all trust data is shared by all contexts. Contexts that are to log are made
+// after cache_enableLog. After cache_finalize no context may be used, and the process cannot start the library again.
+KEYSTRAND_API unsigned char cache_init(char* ident, char* logFile);
+KEYSTRAND_API unsigned char cache_init(char* caDir, char* ident, char* logFile);
+KEYSTRAND_API unsigned char cache_init(char* caDir, char* crlDir, char* ident, char* logFile);
+KEYSTRAND_API void cache_finalize();
+KEYSTRAND_API void* cache_getContext();
+KEYSTRAND_API void* ocsp_getContext();
+KEYSTRAND_API void cache_releaseContext(void* ctx);
+KEYSTRAND_API void ocsp_releaseContext(void* ctx);
+KEYSTRAND_API keystrand::Semaphore* cache_getCryptoDeviceSemaphore();
+
+// --- Settings of the whole process, in force at once ------------------------------------------------------------------
+// cache_setDownloadCRL: 1 fetch a CRL once per session, 2 (default) when it has expired or the server has a newer one,
+// 3 at every search, 4 never. Time-outs are seconds: 60 for CRLs, 15 for OCSP. cache_setLang: 0 Italian (default),
+// 1 English. cache_enableLog: level of contexts made from now on, 3 failures to 7 trace; more counts as 7.
+// cache_setNoSOCKS cuts an entry "address / mask" in place, leaving the address.
+KEYSTRAND_API void cache_setDownloadCRL(unsigned char mode);
+KEYSTRAND_API void cache_setTimeStampCheck(unsigned char on);
+KEYSTRAND_API void cache_setTimeout(int seconds);
+KEYSTRAND_API void ocsp_setTimeout(int seconds);
+KEYSTRAND_API void ocsp_setTCPTimeout(int seconds);
+KEYSTRAND_API void cache_setLang(int lang);
+KEYSTRAND_API void cache_enableLog(unsigned char level);
+KEYSTRAND_API void cache_disableLog();
+KEYSTRAND_API void cache_setEUTSLLocation(char* location);
+KEYSTRAND_API void cache_setCrlProxyUri(char* uri);
+KEYSTRAND_API void cache_setCURLlog(char const* path);
+KEYSTRAND_API void cache_setCURLCaCert(char const* path);
+KEYSTRAND_API void cache_setHTTPProxy(char* url, char* user, char* password);
+KEYSTRAND_API void cache_setHTTPProxy(char* host, int port, char* user, char* password);
+KEYSTRAND_API void cache_setSOCKSProxy(char* host, int port, char* user, char* password);
+KEYSTRAND_API void cache_setNoHTTPProxy(char** hosts);
+KEYSTRAND_API void cache_setNoSOCKS(char** entries);
+
+// --- Report of the last operation of a context ------------------------------------------------------------------------
+// cache_getErrCode gives the catalogue code of the last failure of a long operation, or (unsigned long)-1. The reason is
+// that of RFC 5280 section 5.3.1. Times are new copies, nullptr when there is none; release with cache_releaseX500Time.
+KEYSTRAND_API unsigned long cache_getErrCode(void* ctx);
+KEYSTRAND_API unsigned long ocsp_getErrCode(void* ctx);
+KEYSTRAND_API unsigned char cache_getReason(void* ctx);
+KEYSTRAND_API unsigned char ocsp_getReason(void* ctx);
+KEYSTRAND_API keystrand::X500Time* cache_getThisUpdate(void* ctx);
+KEYSTRAND_API keystrand::X500Time* ocsp_getThisUpdate(void* ctx);
+KEYSTRAND_API keystrand::X500Time* cache_getNextUpdate(void* ctx);
+KEYSTRAND_API keystrand::X500Time* ocsp_getNextUpdate(void* ctx);
+KEYSTRAND_API keystrand::X500Time* cache_getRevocationDate(void* ctx);
+KEYSTRAND_API keystrand::X500Time* ocsp_getRevocationDate(void* ctx);
+KEYSTRAND_API keystrand::X500Time* cache_getInvalidSince(void* ctx);
+KEYSTRAND_API keystrand::X500Time* ocsp_getInvalidSince(void* ctx);
+KEYSTRAND_API keystrand::X500Time* cache_getExpiredCertsOnCRL(void* ctx);
+KEYSTRAND_API void cache_resetReport(void* ctx);
+KEYSTRAND_API void ocsp_resetReport(void* ctx);
+
+// --- The CA list --------------------------------------------------------------------------------------------------------
+// A row stands for one subject, an index for one certificate of it; both are valid until the next change of the list.
+// Functions that return unsigned char give 1 for success and 0 for failure, int functions -1 for not found, 255 from
+// cache_getQualified means "nothing known". What is handed in stays the caller's. Paths are UTF-8.
+KEYSTRAND_API int cache_getCACertsNum(void* ctx);
+KEYSTRAND_API unsigned char cache_initCACertListPEM(void* ctx, char* path);
+KEYSTRAND_API unsigned char cache_importCACertsListPEM(void* ctx, char* path);
+KEYSTRAND_API unsigned char cache_addCACertListPEM(void* ctx, char* path);
+KEYSTRAND_API unsigned char cache_addCACert(void* ctx, char* path);
+KEYSTRAND_API unsigned char cache_addCACert(void* ctx, keystrand::Certificate* cert);
+KEYSTRAND_API unsigned char cache_addCACert(void* ctx, keystrand::Certificate* cert, int source);
+KEYSTRAND_API unsigned char cache_addCACert(void* ctx, unsigned char* der, unsigned int length);
+KEYSTRAND_API unsigned char cache_addCACertDER(void* ctx, unsigned char* der, unsigned int length);
+KEYSTRAND_API unsigned char cache_addCACertPEM(void* ctx, char* base64);
+KEYSTRAND_API unsigned char cache_addCACertPEM(void* ctx, char* base64, unsigned long* errCode);
+KEYSTRAND_API unsigned char cache_removeCACertPEM(void* ctx, char* base64);
+KEYSTRAND_API unsigned char cache_removeCACertDER(void* ctx, unsigned char* der, unsigned int length);
+KEYSTRAND_API unsigned char cache_removeCACert(void* ctx, keystrand::Name* subject, keystrand::Name* issuer, keystrand::BigInteger serial);
+KEYSTRAND_API unsigned char cache_removeSourceCACerts(void* ctx, int source);
+KEYSTRAND_API unsigned char cache_removeCountryCACerts(void* ctx, char* const country);
+KEYSTRAND_API void cache_clean(void* ctx);
+KEYSTRAND_API unsigned char cache_loadCACertList(void* ctx);
+KEYSTRAND_API unsigned char cache_loadCACertList(void* ctx, unsigned long* errCode);
+KEYSTRAND_API unsigned char cache_saveCACertList(void* ctx);
+KEYSTRAND_API int cache_getCACerts(void* ctx, keystrand::Name* subject);
+KEYSTRAND_API keystrand::Certificate* cache_getCACert(void* ctx, int row, int index);
+KEYSTRAND_API int cache_getCertIndex(void* ctx, int row, keystrand::Name* issuer, keystrand::BigInteger serial);
+KEYSTRAND_API int cache_getCAIndex(void* ctx, keystrand::Certificate* cert, int row, keystrand::AuthorityKeyIdentifier* aki);
+KEYSTRAND_API int cache_getCAIndex(void* ctx, keystrand::AttributeCertificate* cert, int row, keystrand::AuthorityKeyIdentifier* aki);
+KEYSTRAND_API int cache_getCAIndex(void* ctx, keystrand::CertificateList* crl, int row, keystrand::AuthorityKeyIdentifier* aki);
+KEYSTRAND_API int cache_getCACertSource(void* ctx, int row, int index);
+KEYSTRAND_API int cache_getCACertSource(void* ctx, char* base64);
+KEYSTRAND_API int cache_getCACertSource(void* ctx, unsigned char* der, unsigned int length);
+KEYSTRAND_API int cache_getCACertSource(void* ctx, keystrand::Name* subject, keystrand::Name* issuer, keystrand::BigInteger serial);
+KEYSTRAND_API unsigned char cache_trustedCA(void* ctx, unsigned char* der, unsigned long length);
+KEYSTRAND_API char* cache_getCountryCode(void* ctx, int row, int index);
+KEYSTRAND_API char* cache_getServiceStatus(void* ctx, int row, int index);
+KEYSTRAND_API char* cache_getServiceType(void* ctx, int row, int index);
+KEYSTRAND_API unsigned char cache_getQualified(void* ctx, int row, int index);
+KEYSTRAND_API keystrand::TSLMetadata* cache_getCertMetadatiTSL(void* ctx, char* base64);
+KEYSTRAND_API keystrand::_md* cache_getCertMetadata(void* ctx, char* base64);
+
+// --- Trust service lists (ETSI TS 119 612) ----------------------------------------------------------------------------
+KEYSTRAND_API unsigned char cache_initCACertListTSL(void* ctx, char* path);
+KEYSTRAND_API unsigned char cache_importCACertsListTSL(void* ctx, char* path);
+KEYSTRAND_API unsigned char cache_addCACertListTSL(void* ctx, char* path);
+KEYSTRAND_API unsigned char cache_addCACertListTSL(void* ctx, keystrand::XMLFile* list);
+KEYSTRAND_API unsigned char cache_addCACertListCountryTSL(void* ctx, keystrand::XMLFile* list);
+KEYSTRAND_API unsigned char cache_addCACertListCountryTSL(void* ctx, keystrand::XMLFile* list, unsigned char allServices);
+KEYSTRAND_API unsigned char cache_loadEUTSL(void* ctx);
+KEYSTRAND_API unsigned char cache_loadEUTSL(void* ctx, char* path);
+KEYSTRAND_API unsigned char cache_loadedEUTSL(void* ctx);
+KEYSTRAND_API unsigned char cache_loadedTSL(void* ctx, char* const country);
+KEYSTRAND_API keystrand::XMLFile* cache_getCountries(void* ctx);
+KEYSTRAND_API keystrand::XMLFile* cache_getCountryTSL(void* ctx, char* const country, keystrand::CertList** signingCerts);
+KEYSTRAND_API keystrand::CertList* cache_getCountryTSLSigningCerts(void* ctx, keystrand::XMLFile* list);
+KEYSTRAND_API unsigned char cache_checkCountryCACertsUpdates(void* ctx, char* country);
+KEYSTRAND_API keystrand::_ti* cache_getLoadedTSLInfo(void* ctx, char* const country);
+KEYSTRAND_API keystrand::_ti* cache_getLoadedTSLInfos(void* ctx);
+
+// --- CRLs ---------------------------------------------------------------------------------------------------------------
+// cache_searchCRL: is the certificate of this serial number on the CRL of this distribution point? `serial` is upper-case
+// hexadecimal text as serialNumberText(16) gives it. 1 means revoked; 0 with cache_getErrCode still at -1 means not
+// revoked; 0 with another code means no answer. cache_getCRL returns a deep copy, released with
+// cache_releaseCertificateList, and through caCert the certificate that issued it.
+KEYSTRAND_API unsigned char cache_loadCRLCache(void* ctx);
+KEYSTRAND_API unsigned char cache_saveCRLCache(void* ctx);
+KEYSTRAND_API unsigned char cache_isCRLCacheLoaded();
+KEYSTRAND_API unsigned char cache_isCRLCacheModified();
+KEYSTRAND_API void cache_clearCRLCacheModified();
+KEYSTRAND_API unsigned char cache_updateCRLCache(void* ctx);
+KEYSTRAND_API unsigned char cache_searchCRL(void* ctx, keystrand::DistributionPointName* dp, int caRow, char* serial);
+KEYSTRAND_API keystrand::CertificateList* cache_getCRL(void* ctx, keystrand::DistributionPointName* dp, int caRow, keystrand::Certificate** caCert);
+KEYSTRAND_API keystrand::CertificateList* cache_getCRL(void* ctx, keystrand::DistributionPointName* dp, int caRow, unsigned char cachedOnly, keystrand::Certificate** caCert);
+KEYSTRAND_API void cache_setUseLocalCRLs(void* ctx, unsigned char use);
+KEYSTRAND_API void cache_addLocalCRL(void* ctx, keystrand::CertificateList* crl);
+KEYSTRAND_API void cache_removeLocalCRLs(void* ctx);
+
+// --- OCSP (RFC 6960) ----------------------------------------------------------------------------------------------------
+KEYSTRAND_API unsigned char ocsp_check(void* ctx, char* uri, keystrand::Certificate* issuer, char* serial);
+KEYSTRAND_API keystrand::OCSPResponse* ocsp_getResponse(void* ctx, char* uri, keystrand::Certificate* issuer, keystrand::BigInteger serial);
+KEYSTRAND_API void ocsp_addOCSPResponse(void* ctx, keystrand::OCSPResponse* response);
+KEYSTRAND_API void ocsp_addOCSPResponse(void* ctx, keystrand::BasicOCSPResponse* response);
+KEYSTRAND_API void ocsp_removeLocalResponses(void* ctx);
+KEYSTRAND_API void ocsp_setUseLocalResponses(void* ctx, unsigned char use);
+
+// --- Giving back what the functions above returned; nullptr is ignored ---------------------------------------------------
+// cache_release_tslMetadata and cache_release_tslInfo free exactly the record handed in, not its texts nor its chain.
+KEYSTRAND_API void cache_releaseCharArray(char* text);
+KEYSTRAND_API void cache_releaseCertificate(keystrand::Certificate* cert);
+KEYSTRAND_API void cache_releaseCertificateList(keystrand::CertificateList* crl);
+KEYSTRAND_API void cache_releaseCertList(keystrand::CertList* list);
+KEYSTRAND_API void cache_releaseXMLFile(keystrand::XMLFile* file);
+KEYSTRAND_API void cache_releaseTSLMetadata(keystrand::TSLMetadata* md);
+KEYSTRAND_API void cache_release_tslMetadata(keystrand::_md* md);
+KEYSTRAND_API void cache_release_tslInfo(keystrand::_ti* info);
+KEYSTRAND_API void cache_releaseX500Time(keystrand::X500Time* time);
+KEYSTRAND_API void ocsp_releaseOCSPResponse(keystrand::OCSPResponse* response);

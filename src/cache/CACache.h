@@ -1,0 +1,120 @@
+// The context of the cache_ functions: a working handle on the library's shared tables, for one thread at a time.
+//
+// Members do the work of the exported functions, taking the locks of Library.h; those marked "caller holds" do not.
+// The implementation is split by duty: CACacheList.cpp (changes of the CA list), CACacheFile.cpp (its file),
+// CACacheLookup.cpp (its queries), CACacheCRLFile.cpp, CACacheCRLFetch.cpp, CACacheCRLCheck.cpp, CACacheCRLSearch.cpp.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cache/CACertEntry.h"
+#include "cache/CRLList.h"
+#include "cache/CRLTable.h"
+#include "keystrand/cache/Records.h"
+#include "keystrand/der/SecureBuffer.h"
+#include "keystrand/pkix/AttributeCertificate.h"
+#include "keystrand/pkix/AuthorityKeyIdentifier.h"
+#include "keystrand/pkix/Certificate.h"
+#include "keystrand/pkix/CertificateList.h"
+#include "keystrand/pkix/DistributionPoint.h"
+#include "keystrand/support/Semaphore.h"
+#include "log/Logger.h"
+#include "log/Report.h"
+
+namespace keystrand {
+
+class CACache {
+ public:
+  // On the library's crypto objects; before cache_init they are null and every decode fails.
+  CACache();
+
+  Report& report() noexcept { return report_; }
+
+  // --- changes of the CA list (CACacheList.cpp) ---------------------------------------------------------------------
+  bool addCertificateListPEM(const char* path);     // cache_addCACertListPEM
+  bool initCertificateListPEM(const char* path);    // cache_initCACertListPEM
+  bool importCertificateListPEM(const char* path);  // cache_importCACertsListPEM
+  bool addCertificateFile(const char* path);
+  bool addCertificate(const Certificate& certificate, std::int32_t source);
+  bool addCertificateDER(std::span<const unsigned char> der);
+  bool addCertificatePEM(const char* base64);
+  bool removeEntryPEM(const char* base64);
+  bool removeEntryDER(std::span<const unsigned char> der);
+  bool removeEntry(const Certificate& certificate);
+  bool removeEntry(const Name& subject, const Name& issuer, const BigInteger& serial);
+  bool removeSource(std::int32_t source);
+  bool removeCountry(const char* country);
+  void clean();
+  // The one insertion path; the caller holds caMutex.
+  bool insert(std::unique_ptr<Certificate> certificate, std::int32_t source, std::unique_ptr<TSLMetadata> metadata);
+
+  // --- the CA list file (CACacheFile.cpp) -----------------------------------------------------------------------------
+  bool saveCAList(const std::string& path);
+  bool loadCAList(const std::string& path);
+
+  // --- queries (CACacheLookup.cpp) ------------------------------------------------------------------------------------
+  [[nodiscard]] int rowOf(const Name& subject) const;  // -1 when there is none
+  [[nodiscard]] int rowCount() const;
+  [[nodiscard]] owner<Certificate*> certificateAt(int row, int index) const;
+  [[nodiscard]] int certIndex(int row, const Name& issuer, const BigInteger& serial) const;
+  [[nodiscard]] int issuerIndex(Certificate& object, int row, const AuthorityKeyIdentifier* aki);
+  [[nodiscard]] int issuerIndex(AttributeCertificate& object, int row, const AuthorityKeyIdentifier* aki);
+  [[nodiscard]] int issuerIndex(CertificateList& object, int row, const AuthorityKeyIdentifier* aki);
+  [[nodiscard]] int sourceAt(int row, int index) const;
+  [[nodiscard]] int sourceOfPEM(const char* base64);
+  [[nodiscard]] int sourceOfDER(std::span<const unsigned char> der);
+  [[nodiscard]] int sourceOf(const Name& subject, const Name& issuer, const BigInteger& serial) const;
+  [[nodiscard]] bool trustedCA(std::span<const unsigned char> der);
+  [[nodiscard]] owner<char*> countryCodeAt(int row, int index) const;
+  [[nodiscard]] owner<char*> serviceStatusAt(int row, int index) const;
+  [[nodiscard]] owner<char*> serviceTypeAt(int row, int index) const;
+  [[nodiscard]] unsigned char qualifiedAt(int row, int index) const;
+  [[nodiscard]] owner<TSLMetadata*> metadataOf(const char* base64);
+  [[nodiscard]] owner<_md*> metadataRecordsOf(const char* base64);
+  // A snapshot of a row's entries, empty out of range; taken under caMutex and usable without it.
+  [[nodiscard]] std::vector<CACertEntryRef> entriesOf(int row) const;
+  [[nodiscard]] std::string subjectTextOf(int row) const;  // the row's key, empty out of range
+  // Row by the text form of a subject, case of ASCII letters ignored; -1 when there is none.
+  [[nodiscard]] int rowOfText(std::string_view subjectText) const;
+  // The certificate of these entries whose key issued the object, by identifier or by trial of signatures, or -1.
+  [[nodiscard]] int issuerAmong(const std::vector<CACertEntryRef>& entries, CertificateList& crl,
+                                const AuthorityKeyIdentifier* aki);
+  static bool matchAuthorityKey(const AuthorityKeyIdentifier& aki, const Certificate& candidate);
+
+  // --- the CRL table and its file (CACacheCRLFile.cpp) ----------------------------------------------------------------
+  bool saveCRLCache(const std::string& path);
+  bool loadCRLCache(const std::string& path);
+  void setUseLocalCRLs(unsigned char use) noexcept { useLocalCRLs_ = use; }
+  void addLocalCRL(const CertificateList& crl);
+  void removeLocalCRLs();
+
+  // --- retrieval, check and search of CRLs ----------------------------------------------------------------------------
+  bool searchCRL(const DistributionPointName* dp, int caRow, const char* serial);
+  owner<CertificateList*> getCRL(const DistributionPointName* dp, int caRow, bool cachedOnly, Certificate** caCert);
+  bool checkCRL(CertificateList& crl, int& caIndex, int& certIndex);
+
+ private:
+  // Decodes the bytes of workBuffer_ under the device's semaphore.
+  std::unique_ptr<Certificate> decodeCertificate();
+  // Logs a catalogue row with its arguments, when this context has a logger.
+  template <class... Arguments>
+  void logMessage(unsigned char level, unsigned long code, Arguments... arguments);
+
+  std::unique_ptr<Logger> logger_;  // null when logging was off at the making of the context
+  CryptoDevice* cryptoDevice_;      // the library's
+  Semaphore* semaphore_;            // the library's, around every use of the device
+  SecureBuffer workBuffer_;
+  SecureBuffer crlBuffer_;
+  Report report_;
+  unsigned char useLocalCRLs_ = 0;
+  std::unique_ptr<CRLList> localCRLs_;
+  std::optional<std::string> tslLocation_;  // of the list fetched last, consumed by the next parse of a list
+};
+
+}  // namespace keystrand

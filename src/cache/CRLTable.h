@@ -1,0 +1,60 @@
+// The table of CRLs: one row per distribution-point URI, at most 2048, never removed one by one.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "keystrand/der/X500Time.h"
+#include "keystrand/pkix/CertificateList.h"
+#include "keystrand/support/Semaphore.h"
+
+namespace keystrand {
+
+// What a row holds. Immutable once published: readers work on a snapshot.
+struct CRLCacheEntry {
+  std::string issuer;  // text form of the CRL issuer, as it keys the CA rows
+  std::int32_t caIndex = 0;
+  std::int32_t certIndex = 0;
+  std::shared_ptr<const CertificateList> crl;  // null in a placeholder row
+  X500Time thisUpdate;
+  std::optional<X500Time> nextUpdate;  // none: already due
+  X500Time timestamp;                  // the server's modification time at the download
+  X500Time expiredCertsOnCRL;          // time 0: the CRL has no such extension
+};
+
+using CRLSnapshot = std::shared_ptr<const CRLCacheEntry>;
+
+class CRLRow {
+ public:
+  [[nodiscard]] CRLSnapshot snapshot() const;
+  void publish(CRLSnapshot payload);
+
+  std::optional<std::string> uri;  // changed only under crlMutex with the row held
+  Semaphore semaphore{0, 1};       // serialises the fetches of one URI
+
+ private:
+  mutable std::mutex leaf_;
+  CRLSnapshot payload_;
+};
+
+class CRLTable {
+ public:
+  static constexpr int kRows = 2048;
+
+  [[nodiscard]] int count() const noexcept { return count_; }
+  [[nodiscard]] CRLRow& row(int index) { return rows_[static_cast<std::size_t>(index)]; }
+  void setCount(int count) noexcept { count_ = count; }
+  // Row of a URI, ASCII case ignored; count() when there is none.
+  [[nodiscard]] int find(std::string_view uri) const;
+
+ private:
+  std::array<CRLRow, kRows> rows_;
+  int count_ = 0;
+};
+
+}  // namespace keystrand

@@ -3,8 +3,8 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
-#include <string>
+
+#include "log/Catalogue.h"
 
 namespace keystrand {
 
@@ -18,6 +18,7 @@ class Logger {
   static constexpr unsigned char kTrace = 7;
 
   // Process-wide; resets the numbering of the loggers.
+  // A null file keeps no log. The second and fourth argument serve programs that send mail; the library gives nullptr.
   static void start(const char* ident, const char* reserved, const char* file, const char* mailHost);
 
   Logger() : Logger(kInformation) {}
@@ -27,23 +28,25 @@ class Logger {
   [[nodiscard]] unsigned char getLevel() const noexcept { return level_; }
   void setDebug() noexcept { level_ = kTrace; }
   void setOff() noexcept { level_ = 0; }
-  void setMailSubject(const char* text);
-  void setMailRecipient(const char* text);
-  void setMailSender(const char* text);
   [[nodiscard]] std::uint32_t instance() const noexcept { return instance_; }
 
  private:
-  friend void logWithMail(Logger&, unsigned char, const char*, ...);
   unsigned char level_;
-  std::optional<std::string> mailSubject_;
-  std::optional<std::string> mailRecipient_;
-  std::optional<std::string> mailSender_;
   std::uint32_t instance_;
 };
 
-// Writes one line when the level is within the logger's. The code takes no part in the output.
-[[gnu::format(printf, 4, 5)]] void log(Logger& logger, unsigned char level, unsigned long code, const char* format, ...);
-// The same line; at level 2, with a mail host set, also a mail.
-[[gnu::format(printf, 3, 4)]] void logWithMail(Logger& logger, unsigned char level, const char* format, ...);
+// Writes one line when the level is within the logger's. The code takes no part in the output. The format is a row of
+// the catalogue, never foreign text. Line ends inside the message become blanks: one message is one line.
+void log(const Logger& logger, unsigned char level, unsigned long code, const char* format, ...);
+
+// The same for a catalogue row by its code, in the language of the moment; a null logger means no call. The row's own
+// conversions take the arguments; surplus ones stay unread.
+template <class... Arguments>
+void logRow(const Logger* logger, unsigned char level, unsigned long code, unsigned char language,
+            Arguments... arguments) {
+  if (logger != nullptr && level <= logger->getLevel()) {
+    log(*logger, level, code, messageText(code, language), arguments...);
+  }
+}
 
 }  // namespace keystrand

@@ -1,0 +1,103 @@
+#include "log/Logger.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "keystrand/der/X500Time.h"
+#include "keystrand/support/SystemClock.h"
+
+namespace keystrand {
+namespace {
+
+struct LogTarget {
+  std::string ident;
+  std::optional<std::string> file;
+};
+
+// Threads of the client may log while the process exits, so this is never destroyed.
+struct LogState {
+  std::mutex mutex;
+  LogTarget target;  // guarded by mutex
+  std::atomic<std::uint32_t> loggerCount{0};
+};
+
+LogState& state() {
+  static auto* instance = new LogState;
+  return *instance;
+}
+
+LogTarget currentTarget() {
+  const std::lock_guard lock(state().mutex);
+  return state().target;
+}
+
+std::string formatted(const char* format, std::va_list arguments) {
+  std::va_list again;
+  va_copy(again, arguments);
+  const int length = std::vsnprintf(nullptr, 0, format, again);
+  va_end(again);
+  if (length <= 0) return {};
+  std::string text(static_cast<std::size_t>(length), '\0');
+  std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+  for (char& c : text) {
+    if (c == '\n' || c == '\r') c = ' ';
+  }
+  return text;
+}
+
+// The letter l behind each number is part of the line's form.
+std::string prefix(const std::string& ident, std::uint32_t instance) {
+  const std::unique_ptr<X500Time> now(SystemClock::now());
+  const std::unique_ptr<char[]> time(now->dateTimeLocal());
+  return std::string(time.get()) + ' ' + ident + '[' + std::to_string(static_cast<unsigned int>(getpid())) + "l." +
+         std::to_string(instance) + "l]: ";
+}
+
+// One write, so that the lines of concurrent contexts stay whole.
+void appendLine(const char* path, int flags, std::string_view line) {
+  const int descriptor = open(path, O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | flags, S_IRUSR | S_IWUSR);
+  if (descriptor < 0) return;
+  while (write(descriptor, line.data(), line.size()) < 0 && errno == EINTR) {
+  }
+  close(descriptor);
+}
+
+constexpr unsigned char kConsoleLevel = 3;  // messages below it also go to the console
+constexpr const char* kConsole = "/dev/console";
+
+}  // namespace
+
+void Logger::start(const char* ident, const char* /*reserved*/, const char* file, const char* /*mailHost*/) {
+  LogTarget target;
+  target.ident = ident != nullptr ? ident : "(null)";
+  if (file != nullptr) target.file = file;
+  const std::lock_guard lock(state().mutex);
+  state().target = std::move(target);
+  state().loggerCount = 0;
+}
+
+Logger::Logger(unsigned char level) : level_(level), instance_(++state().loggerCount) {}
+
+void log(const Logger& logger, unsigned char level, unsigned long /*code*/, const char* format, ...) {
+  if (level > logger.getLevel()) return;
+  const LogTarget target = currentTarget();
+  if (!target.file && level >= kConsoleLevel) return;
+  std::va_list arguments;
+  va_start(arguments, format);
+  const std::string line = prefix(target.ident, logger.instance()) + formatted(format, arguments) + '\n';
+  va_end(arguments);
+  if (target.file) appendLine(target.file->c_str(), O_CREAT, line);
+  if (level < kConsoleLevel) appendLine(kConsole, 0, line);
+}
+
+}  // namespace keystrand

@@ -1,4 +1,5 @@
-// One constructed element while it is being read: where it ends, in the definite or in the indefinite form (X.690 8.1.3).
+// One constructed element while it is being read: where it ends, in the definite or in the indefinite form
+// (X.690 8.1.3).
 #pragma once
 
 #include <cstdint>
@@ -29,13 +30,27 @@ struct Element {
     end = std::uint64_t{in.readPosition()} + n;
     return true;
   }
-  [[nodiscard]] bool atEnd(const Buffer& in) const {
-    return definite ? in.readPosition() >= end : in.peekByte() == 0;
-  }
+  [[nodiscard]] bool atEnd(const Buffer& in) const { return definite ? in.readPosition() >= end : in.peekByte() == 0; }
   // Content left by the header, in the definite form.
   [[nodiscard]] std::uint64_t left(const Buffer& in) const {
     return end > in.readPosition() ? end - in.readPosition() : 0;
   }
+};
+
+// One level of nesting, for as long as it lives. False when the data nests too deep: the reader then gives up.
+class Nesting {
+ public:
+  explicit Nesting(Buffer& buffer) noexcept : buffer_(buffer), entered_(buffer.enter()) {}
+  ~Nesting() {
+    if (entered_) buffer_.leave();
+  }
+  Nesting(const Nesting&) = delete;
+  Nesting& operator=(const Nesting&) = delete;
+  explicit operator bool() const noexcept { return entered_; }
+
+ private:
+  Buffer& buffer_;
+  bool entered_;
 };
 
 }  // namespace keystrand

@@ -1,5 +1,7 @@
 // AlgorithmIdentifier ::= SEQUENCE { algorithm OBJECT IDENTIFIER, parameters ANY OPTIONAL } (RFC 5280 section 4.1.1.2).
-// What is read is written back as it came: NULL stays NULL, absent stays absent.
+// What is read is written back as it came: NULL stays NULL, absent stays absent. The parameters of an algorithm that
+// has no class here stay unread: get is true with the cursor in front of them, and it is the enclosing structure that
+// fails.
 #pragma once
 
 #include <cstdint>
@@ -20,6 +22,7 @@ class KEYSTRAND_API AlgorithmIdentifier {
   AlgorithmIdentifier& operator=(const AlgorithmIdentifier&) = delete;
   [[nodiscard]] owner<AlgorithmIdentifier*> clone() const;
 
+  // A parameter that was there belongs to the former algorithm and goes.
   void setOID(const char* dotted, bool hasParameters = true);
   void setOID(const OID& oid, bool hasParameters = true);
   [[nodiscard]] owner<OID*> oid() const;
@@ -33,6 +36,7 @@ class KEYSTRAND_API AlgorithmIdentifier {
   [[nodiscard]] bool hasParameters() const noexcept { return hasParameters_; }
   void setHasParameters(bool flag) noexcept { hasParameters_ = flag; }
 
+  // The identifiers only; an absent one equals nothing.
   [[nodiscard]] bool equals(const char* dotted) const;
   [[nodiscard]] bool equals(const OID& oid) const noexcept;
   [[nodiscard]] bool equals(const AlgorithmIdentifier& other) const noexcept;
@@ -45,6 +49,8 @@ class KEYSTRAND_API AlgorithmIdentifier {
   std::unique_ptr<OID> oid_;
   std::unique_ptr<AlgorithmParameter> parameter_;
   bool hasParameters_ = true;
+
+  [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
 };
 
 }  // namespace keystrand

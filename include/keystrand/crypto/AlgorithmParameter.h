@@ -1,4 +1,5 @@
-// Parameters of an algorithm, as they stand behind its identifier. Each algorithm has its class; see AlgorithmIdentifier.
+// Parameters of an algorithm, as they stand behind its identifier. Each algorithm has its class; see
+// AlgorithmIdentifier.
 #pragma once
 
 #include <cstdint>

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -21,9 +22,11 @@ class KEYSTRAND_API DigestInfo {
 
   [[nodiscard]] owner<AlgorithmIdentifier*> algorithm() const;
   [[nodiscard]] const AlgorithmIdentifier* algorithmView() const noexcept { return algorithm_.get(); }
-  [[nodiscard]] owner<unsigned char*> value() const;  // delete[]
-  [[nodiscard]] std::span<const unsigned char> valueView() const noexcept { return value_; }
-  [[nodiscard]] std::uint32_t length() const noexcept { return static_cast<std::uint32_t>(value_.size()); }
+  [[nodiscard]] owner<unsigned char*> value() const;  // delete[]; nullptr when absent
+  [[nodiscard]] std::span<const unsigned char> valueView() const noexcept {
+    return value_ ? std::span<const unsigned char>(*value_) : std::span<const unsigned char>();
+  }
+  [[nodiscard]] std::uint32_t length() const noexcept { return static_cast<std::uint32_t>(valueView().size()); }
   [[nodiscard]] bool equals(const DigestInfo& other) const noexcept;  // the bytes only
   // Whether NULL parameters are coded behind the algorithm.
   void setHasParameters(bool flag) noexcept;
@@ -33,8 +36,10 @@ class KEYSTRAND_API DigestInfo {
   bool get(Buffer& buffer);
 
  private:
+  [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
+
   std::unique_ptr<AlgorithmIdentifier> algorithm_;
-  std::vector<unsigned char> value_;
+  std::optional<std::vector<unsigned char>> value_;
 };
 
 }  // namespace keystrand

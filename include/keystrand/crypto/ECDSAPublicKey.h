@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -14,12 +15,15 @@ class KEYSTRAND_API ECDSAPublicKey final : public Key {
  public:
   ECDSAPublicKey() = default;
   ECDSAPublicKey(const ECDSAPublicKey& other);
+  ECDSAPublicKey& operator=(const ECDSAPublicKey&) = delete;
 
   // Stores a clone; must precede get.
   void setParameters(const ECParameters* parameters);
   [[nodiscard]] const ECParameters* parametersView() const noexcept { return parameters_.get(); }
-  void setPoint(std::span<const unsigned char> point) { point_.assign(point.begin(), point.end()); }
-  [[nodiscard]] std::span<const unsigned char> pointView() const noexcept { return point_; }
+  void setPoint(std::span<const unsigned char> point) { point_.emplace(point.begin(), point.end()); }
+  [[nodiscard]] std::span<const unsigned char> pointView() const noexcept {
+    return point_ ? std::span<const unsigned char>(*point_) : std::span<const unsigned char>();
+  }
 
   [[nodiscard]] owner<unsigned char*> keyBytes() const override;  // the point
   [[nodiscard]] std::uint32_t keyLength() const override;
@@ -32,7 +36,8 @@ class KEYSTRAND_API ECDSAPublicKey final : public Key {
 
  private:
   std::unique_ptr<ECParameters> parameters_;
-  std::vector<unsigned char> point_;
+  std::optional<std::vector<unsigned char>> point_;
+  unsigned char unusedBits_ = 0;
 };
 
 }  // namespace keystrand

@@ -17,12 +17,13 @@ class KEYSTRAND_API ECParameters final : public AlgorithmParameter {
   ECParameters() = default;
   explicit ECParameters(const OID& namedCurve) : namedCurve_(std::make_unique<OID>(namedCurve)) {}
   ECParameters(const ECParameters& other);
+  ECParameters& operator=(const ECParameters&) = delete;
 
   [[nodiscard]] const OID* namedCurveView() const noexcept { return namedCurve_.get(); }
   // The group, built once per named curve and shared, or built from explicit parameters within OpenSSL's field limit;
   // empty when the curve is not known or the parameters are not acceptable.
   [[nodiscard]] std::shared_ptr<const ec_group_st> group() const;
-  [[nodiscard]] std::uint32_t fieldBits() const;  // degree of the field, 0 when there is no group
+  [[nodiscard]] std::uint32_t fieldBits() const;   // degree of the field, 0 when there is no group
   [[nodiscard]] std::uint32_t orderBytes() const;  // 0 when there is no group
 
   [[nodiscard]] std::uint32_t size(const Buffer& buffer) const override;

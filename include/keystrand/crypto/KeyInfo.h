@@ -37,6 +37,8 @@ class KEYSTRAND_API KeyInfo {
   bool get(Buffer& buffer);
 
  private:
+  [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
+
   std::unique_ptr<AlgorithmIdentifier> algorithm_;
   std::unique_ptr<Key> key_;
 };

@@ -1,0 +1,29 @@
+// Ecdsa-Sig-Value ::= SEQUENCE { r INTEGER, s INTEGER } (RFC 3279 section 2.2.3).
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "keystrand/der/BigInteger.h"
+#include "support/Memory.h"
+
+namespace keystrand {
+
+class ECDSASigValue {
+ public:
+  [[nodiscard]] const BigInteger& r() const noexcept { return r_; }
+  [[nodiscard]] const BigInteger& s() const noexcept { return s_; }
+  // r and s, each left-padded to the length of the order, one behind the other; nothing when one of them is not
+  // positive or longer than that.
+  [[nodiscard]] std::optional<Bytes> raw(std::uint32_t orderBytes) const;
+
+  [[nodiscard]] std::uint32_t size(const Buffer& buffer) const;
+  void put(Buffer& buffer) const;
+  bool get(Buffer& buffer);
+
+ private:
+  BigInteger r_;
+  BigInteger s_;
+};
+
+}  // namespace keystrand

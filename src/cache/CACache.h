@@ -29,6 +29,12 @@
 
 namespace keystrand {
 
+// A CRL as it came from the network.
+struct DownloadedCRL {
+  std::unique_ptr<CertificateList> crl;
+  X500Time timestamp;  // the server's modification time
+};
+
 class CACache {
  public:
   // On the library's crypto objects; before cache_init they are null and every decode fails.
@@ -54,11 +60,13 @@ class CACache {
   // The one insertion path; the caller holds caMutex.
   bool insert(std::unique_ptr<Certificate> certificate, std::int32_t source, std::unique_ptr<TSLMetadata> metadata);
 
-  // --- the CA list file (CACacheFile.cpp) -----------------------------------------------------------------------------
+  // --- the CA list file (CACacheFile.cpp)
+  // -----------------------------------------------------------------------------
   bool saveCAList(const std::string& path);
   bool loadCAList(const std::string& path);
 
-  // --- queries (CACacheLookup.cpp) ------------------------------------------------------------------------------------
+  // --- queries (CACacheLookup.cpp)
+  // ------------------------------------------------------------------------------------
   [[nodiscard]] int rowOf(const Name& subject) const;  // -1 when there is none
   [[nodiscard]] int rowCount() const;
   [[nodiscard]] owner<Certificate*> certificateAt(int row, int index) const;
@@ -80,24 +88,28 @@ class CACache {
   // A snapshot of a row's entries, empty out of range; taken under caMutex and usable without it.
   [[nodiscard]] std::vector<CACertEntryRef> entriesOf(int row) const;
   [[nodiscard]] std::string subjectTextOf(int row) const;  // the row's key, empty out of range
-  // Row by the text form of a subject, case of ASCII letters ignored; -1 when there is none.
-  [[nodiscard]] int rowOfText(std::string_view subjectText) const;
+  // The same by the text form of a subject, case of ASCII letters ignored; `row` is -1 and nothing comes back where
+  // there is none.
+  [[nodiscard]] std::vector<CACertEntryRef> entriesOfSubject(std::string_view subjectText, int& row) const;
   // The certificate of these entries whose key issued the object, by identifier or by trial of signatures, or -1.
-  [[nodiscard]] int issuerAmong(const std::vector<CACertEntryRef>& entries, CertificateList& crl,
+  [[nodiscard]] int issuerAmong(const std::vector<CACertEntryRef>& entries, const CertificateList& crl,
                                 const AuthorityKeyIdentifier* aki);
   static bool matchAuthorityKey(const AuthorityKeyIdentifier& aki, const Certificate& candidate);
 
-  // --- the CRL table and its file (CACacheCRLFile.cpp) ----------------------------------------------------------------
+  // --- the CRL table and its file (CACacheCRLFile.cpp)
+  // ----------------------------------------------------------------
   bool saveCRLCache(const std::string& path);
   bool loadCRLCache(const std::string& path);
   void setUseLocalCRLs(unsigned char use) noexcept { useLocalCRLs_ = use; }
   void addLocalCRL(const CertificateList& crl);
   void removeLocalCRLs();
 
-  // --- retrieval, check and search of CRLs ----------------------------------------------------------------------------
+  // --- retrieval, check and search of CRLs
+  // ----------------------------------------------------------------------------
   bool searchCRL(const DistributionPointName* dp, int caRow, const char* serial);
   owner<CertificateList*> getCRL(const DistributionPointName* dp, int caRow, bool cachedOnly, Certificate** caCert);
-  bool checkCRL(CertificateList& crl, int& caIndex, int& certIndex);
+  // True when the CRL verifies against the CA list; row and index of its issuer are then set.
+  bool checkCRL(const CertificateList& crl, int& caIndex, int& certIndex);
 
  private:
   // Decodes the bytes of workBuffer_ under the device's semaphore.
@@ -105,6 +117,34 @@ class CACache {
   // Logs a catalogue row with its arguments, when this context has a logger.
   template <class... Arguments>
   void logMessage(unsigned char level, unsigned long code, Arguments... arguments);
+
+  // Retrieval (CACacheCRLFetch.cpp). The caller holds the row.
+  std::optional<DownloadedCRL> downloadCRL(const std::string& url, bool namedHTTPS, bool direct);
+  std::optional<DownloadedCRL> downloadDirectly(const std::string& uri, int scheme);
+  std::optional<DownloadedCRL> download(const std::string& uri);
+  bool refreshCRL(const std::string& uri, CRLRow& row);
+  bool fillCRLRow(const std::string& uri, CRLRow& row);
+  void followIssuingDistributionPoint(const DistributionPointName& name, CRLRow& row);
+  std::optional<X500Time> requestCRLTimestamp(const std::string& uri);
+  bool needsFetch(const std::string& uri, const CRLCacheEntry& entry, bool cachedOnly);
+  [[nodiscard]] bool mayFetch() const;
+
+  // Check (CACacheCRLCheck.cpp).
+  bool refuseCRL(const CertificateList& crl, std::int32_t code);
+  bool isSignedBy(const CertificateList& crl, const Certificate& issuer);
+
+  // Search (CACacheCRLSearch.cpp, CACacheLocalCRLs.cpp).
+  enum class RowSearch { kFound, kNone, kNoNames, kTableFull };
+  bool fail(std::int32_t code);
+  HeldRow holdRow(const std::string& uri, bool& full, bool& added);
+  bool isOfIssuer(const CRLCacheEntry& entry, int caRow) const;
+  CRLSnapshot lookUp(const std::string& uri, int caRow, bool cachedOnly, bool& full);
+  RowSearch findCRLRow(const DistributionPointName* dp, int caRow, bool cachedOnly, CRLSnapshot& best);
+  CRLSnapshot findLocalCRL(const DistributionPointName* dp, int caRow);
+  void reportCRL(const CRLCacheEntry& entry);
+  bool searchSerial(const CertificateList& crl, const char* serial);
+  void logRevocation();
+  owner<Certificate*> issuerOf(const CRLCacheEntry& entry);
 
   std::unique_ptr<Logger> logger_;  // null when logging was off at the making of the context
   CryptoDevice* cryptoDevice_;      // the library's

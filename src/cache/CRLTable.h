@@ -31,16 +31,23 @@ using CRLSnapshot = std::shared_ptr<const CRLCacheEntry>;
 
 class CRLRow {
  public:
+  // Never null; an empty entry stands for nothing held.
   [[nodiscard]] CRLSnapshot snapshot() const;
   void publish(CRLSnapshot payload);
 
-  std::optional<std::string> uri;  // changed only under crlMutex with the row held
+  std::optional<std::string> uri;  // after URL decoding; changed only under crlMutex with the row held
   Semaphore semaphore{0, 1};       // serialises the fetches of one URI
 
  private:
   mutable std::mutex leaf_;
-  CRLSnapshot payload_;
+  CRLSnapshot payload_ = std::make_shared<CRLCacheEntry>();
 };
+
+// A row whose semaphore is held for the life of this pointer.
+struct PostRow {
+  void operator()(CRLRow* row) const noexcept { row->semaphore.post(); }
+};
+using HeldRow = std::unique_ptr<CRLRow, PostRow>;
 
 class CRLTable {
  public:
@@ -48,9 +55,16 @@ class CRLTable {
 
   [[nodiscard]] int count() const noexcept { return count_; }
   [[nodiscard]] CRLRow& row(int index) { return rows_[static_cast<std::size_t>(index)]; }
-  void setCount(int count) noexcept { count_ = count; }
   // Row of a URI, ASCII case ignored; count() when there is none.
   [[nodiscard]] int find(std::string_view uri) const;
+  // A new row for a URI, an empty placeholder; null when the table is full. Its key stands before anybody else can see
+  // the row.
+  [[nodiscard]] HeldRow addHeld(const std::string& uri);
+  // Puts key and payload into a row in one step.
+  void replace(int index, std::optional<std::string> uri, CRLSnapshot payload);
+  // Makes the table `count` rows long; the rows cut off are emptied, rows that are new hold what replace() put there.
+  void resize(int count);
+  void clear() { resize(0); }
 
  private:
   std::array<CRLRow, kRows> rows_;

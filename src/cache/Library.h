@@ -32,6 +32,7 @@ struct Library {
   Mutex crlMutex;
   CRLTable crlTable;  // guarded by crlMutex; the payload of a row by its own leaf lock
   std::atomic<unsigned char> crlCacheModified{0};
+  std::atomic<unsigned char> crlIssuerMatch{0};  // whether a row answers only for the CA row asked about
 
   Mutex caFileMutex;   // held around the write of the CA list file
   Mutex crlFileMutex;  // held around the write of the CRL cache file

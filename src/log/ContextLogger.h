@@ -1,0 +1,17 @@
+// The logger of a new context.
+#pragma once
+
+#include <memory>
+
+#include "log/Logger.h"
+#include "support/Settings.h"
+
+namespace keystrand {
+
+// Null when logging is off at this moment; a later change of the setting does not reach a context that exists.
+inline std::unique_ptr<Logger> contextLogger() {
+  const unsigned char level = settings().logLevel;
+  return level == kNoLog ? nullptr : std::make_unique<Logger>(level);
+}
+
+}  // namespace keystrand

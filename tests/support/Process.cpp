@@ -1,0 +1,60 @@
+#include "support/Process.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <sstream>
+#include <stdexcept>
+
+namespace keystrand::test {
+
+namespace {
+
+std::vector<char*> pointersTo(const std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (const std::string& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+}  // namespace
+
+Process::Process(const std::vector<std::string>& command, const std::vector<std::string>& environment,
+                 const std::vector<int>& keep) {
+  const std::vector<char*> arguments = pointersTo(command);
+  const std::vector<char*> variables = pointersTo(environment);
+  pid_ = fork();
+  if (pid_ < 0) throw std::runtime_error("cannot start " + command[0]);
+  if (pid_ > 0) return;
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  const int nowhere = open("/dev/null", O_RDWR);
+  for (int standard = 0; standard <= 2; ++standard) dup2(nowhere, standard);
+  for (const int descriptor : keep) fcntl(descriptor, F_SETFD, 0);
+  execve(arguments[0], arguments.data(), variables.data());
+  _exit(127);
+}
+
+Process::~Process() {
+  if (reaped_) return;
+  kill(pid_, SIGKILL);
+  waitpid(pid_, nullptr, 0);
+}
+
+bool Process::running() const {
+  if (!reaped_) reaped_ = waitpid(pid_, nullptr, WNOHANG) == pid_;
+  return !reaped_;
+}
+
+std::string findProgram(const std::string& name) {
+  const char* path = std::getenv("PATH");
+  std::istringstream folders(std::string(path != nullptr ? path : "") + ":/usr/bin:/usr/sbin");
+  for (std::string folder; std::getline(folders, folder, ':');)
+    if (const std::string program = folder + "/" + name; access(program.c_str(), X_OK) == 0) return program;
+  return {};
+}
+
+}  // namespace keystrand::test

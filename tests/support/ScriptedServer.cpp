@@ -1,0 +1,121 @@
+#include "support/ScriptedServer.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+
+namespace keystrand::test {
+
+namespace {
+
+ScriptedServer::Handler inOrder(std::vector<ScriptedServer::Answer> answers) {
+  auto next = std::make_shared<std::atomic<std::size_t>>(0);
+  return [answers = std::move(answers), next](const std::string&) {
+    return answers[std::min(next->fetch_add(1), answers.size() - 1)];
+  };
+}
+
+// Bytes of body that the head announces.
+std::size_t contentLength(const std::string& head) {
+  constexpr std::string_view kName = "Content-Length: ";
+  const std::size_t at = head.find(kName);
+  return at == std::string::npos ? 0 : std::stoul(head.substr(at + kName.size()));
+}
+
+bool complete(const std::string& request) {
+  const std::size_t head = request.find("\r\n\r\n");
+  return head != std::string::npos && request.size() >= head + 4 + contentLength(request.substr(0, head));
+}
+
+bool sendAll(const Descriptor& peer, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t n = send(peer.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (n <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(n));
+  }
+  return true;
+}
+
+}  // namespace
+
+ScriptedServer::ScriptedServer(Handler handler)
+    : handler_(std::move(handler)),
+      listener_(listenOnLoopback()),
+      port_(portOf(listener_)),
+      stopped_(eventfd(0, EFD_CLOEXEC)),
+      acceptor_([this] { acceptAll(); }) {}
+
+ScriptedServer::ScriptedServer(std::vector<Answer> answers) : ScriptedServer(inOrder(std::move(answers))) {}
+
+ScriptedServer::~ScriptedServer() {
+  eventfd_write(stopped_.get(), 1);
+  acceptor_.join();
+  for (std::thread& connection : connections_) connection.join();
+}
+
+std::string ScriptedServer::url(const std::string& path) const {
+  return "http://127.0.0.1:" + std::to_string(port_) + path;
+}
+
+std::vector<std::string> ScriptedServer::requests() {
+  const std::lock_guard lock(mutex_);
+  return requests_;
+}
+
+std::string ScriptedServer::ok(const std::string& body, const std::string& headers) {
+  return "HTTP/1.1 200 OK\r\n" + headers + "Content-Length: " + std::to_string(body.size()) +
+         "\r\nConnection: close\r\n\r\n" + body;
+}
+
+void ScriptedServer::acceptAll() {
+  while (ready(listener_, POLLIN))
+    connections_.emplace_back([this, peer = Descriptor(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC))] {
+      if (peer.get() >= 0) serve(peer);
+    });
+}
+
+void ScriptedServer::serve(const Descriptor& peer) {
+  const std::string request = readRequest(peer);
+  {
+    const std::lock_guard lock(mutex_);
+    requests_.push_back(request);
+  }
+  const Answer answer = handler_(request);
+  if (!sendAll(peer, answer.bytes)) return;
+  if (answer.then == Then::silence) ready(peer, POLLRDHUP);
+  if (answer.then == Then::drip) drip(peer, answer.bytes.empty() ? ' ' : answer.bytes.back());
+  if (answer.then == Then::reset) {
+    const linger atOnce{.l_onoff = 1, .l_linger = 0};
+    setsockopt(peer.get(), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+  }
+}
+
+std::string ScriptedServer::readRequest(const Descriptor& peer) {
+  std::string request;
+  char piece[4096];
+  while (!complete(request) && ready(peer, POLLIN)) {
+    const ssize_t n = recv(peer.get(), piece, sizeof piece, 0);
+    if (n <= 0) break;
+    request.append(piece, static_cast<std::size_t>(n));
+  }
+  return request;
+}
+
+void ScriptedServer::drip(const Descriptor& peer, char byte) {
+  constexpr int kBetweenMilliseconds = 10;
+  while (!ready(stopped_, POLLIN, kBetweenMilliseconds) && sendAll(peer, {&byte, 1})) {
+  }
+}
+
+bool ScriptedServer::ready(const Descriptor& socket, short events, int milliseconds) {
+  pollfd waiting[] = {{stopped_.get(), POLLIN, 0}, {socket.get(), events, 0}};
+  poll(waiting, 2, milliseconds);
+  if (waiting[0].revents != 0) return &socket == &stopped_;
+  return waiting[1].revents != 0;
+}
+
+}  // namespace keystrand::test

@@ -1,0 +1,68 @@
+// A server on a free port of 127.0.0.1 that says exactly what it is told to, for answers that no real server gives.
+//
+//   ScriptedServer server({{"HTTP/1.1 200 OK\r\nlast-MODIFIED: x\r\nContent-Length: 9\r\n\r\nshort"}});
+//   ... httpsGetObject(server.url(), buffer) ...
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/Socket.h"
+
+namespace keystrand::test {
+
+class ScriptedServer {
+ public:
+  enum class Then {
+    close,    // an orderly end
+    reset,    // RST
+    silence,  // nothing more, the connection stays open
+    drip,     // the last byte again and again, without end
+  };
+  struct Answer {
+    std::string bytes;
+    Then then = Then::close;
+  };
+  // Called with the request, head and body, for each connection. Several at a time.
+  using Handler = std::function<Answer(const std::string& request)>;
+
+  explicit ScriptedServer(Handler handler);
+  // The first connection gets the first answer and so on; the last answer is repeated.
+  explicit ScriptedServer(std::vector<Answer> answers);
+  ScriptedServer(const ScriptedServer&) = delete;
+  ScriptedServer& operator=(const ScriptedServer&) = delete;
+  // Ends all connections.
+  ~ScriptedServer();
+
+  [[nodiscard]] std::uint16_t port() const { return port_; }
+  [[nodiscard]] std::string url(const std::string& path = "/") const;
+  // What each connection has sent so far, head and body, in order of arrival.
+  std::vector<std::string> requests();
+
+  // A whole answer with status 200. `headers` are lines, each with its CR LF.
+  static std::string ok(const std::string& body, const std::string& headers = "");
+
+ private:
+  void acceptAll();
+  void serve(const Descriptor& peer);
+  std::string readRequest(const Descriptor& peer);
+  void drip(const Descriptor& peer, char byte);
+  // Whether the descriptor became ready before the end of the server, or within the time if one is given.
+  bool ready(const Descriptor& socket, short events, int milliseconds = -1);
+
+  Handler handler_;
+  Descriptor listener_;
+  std::uint16_t port_;
+  Descriptor stopped_;  // an eventfd, readable once the server ends
+  std::mutex mutex_;
+  std::vector<std::string> requests_;  // guarded by mutex_
+  std::list<std::thread> connections_;
+  std::thread acceptor_;
+};
+
+}  // namespace keystrand::test

@@ -1,0 +1,78 @@
+#include "pkix/RevokedBlock.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+#include "der/BorrowedBuffer.h"
+#include "pkix/PlainEntry.h"
+
+namespace keystrand {
+namespace {
+
+constexpr std::size_t kMostBytes = std::numeric_limits<std::uint32_t>::max();
+
+// Content of the element at `at`, which put wrote: its length is definite and inside the block.
+std::span<const unsigned char> contentAt(const unsigned char* at) noexcept {
+  std::size_t length = at[1];
+  if (length < 0x80) return {at + 2, length};
+  const std::size_t octets = length - 0x80;
+  length = 0;
+  for (std::size_t i = 0; i < octets; ++i) length = length << 8 | at[2 + i];
+  return {at + 2 + octets, length};
+}
+
+}  // namespace
+
+RevokedBlock::RevokedBlock(std::size_t capacity)
+    : bytes_(std::min(capacity, kMostBytes)), offsets_(capacity / kLeastPlainEntry + 1) {}
+
+std::span<const unsigned char> RevokedBlock::bytes(int from, int to) const noexcept {
+  const auto offset = [this](int index) { return index < count() ? offsets_.data()[index] : size_; };
+  return {bytes_.data() + offset(from), offset(to) - offset(from)};
+}
+
+std::span<const unsigned char> RevokedBlock::serial(int index) const noexcept {
+  return contentAt(contentAt(bytes_.data() + offsets_.data()[index]).data());
+}
+
+void RevokedBlock::decode(int index, RevokedCertificate& out) const {
+  if (const auto kept = kept_.find(index); kept != kept_.end()) {
+    out = std::move(*std::unique_ptr<RevokedCertificate>(kept->second.clone()));
+    return;
+  }
+  BorrowedBuffer entry(bytes(index, index + 1));
+  out.get(entry);
+}
+
+int RevokedBlock::find(std::span<const unsigned char> serial) const {
+  if (count_ == 0) return -1;
+  std::call_once(indexed_, [this] { index_.build(*this); });
+  return index_.find(*this, serial);
+}
+
+void RevokedBlock::startEntry(std::size_t ahead) {
+  if (count_ == offsets_.size()) offsets_.resize(count_ + count_ / 2 + 1);
+  offsets_.data()[count_++] = static_cast<std::uint32_t>(size_ + ahead);
+}
+
+bool RevokedBlock::append(std::span<const unsigned char> bytes) {
+  if (bytes.size() > kMostBytes - size_) return false;
+  const std::size_t needed = size_ + bytes.size();
+  if (needed > bytes_.size()) bytes_.resize(std::min(needed + needed / 2, kMostBytes));
+  if (!bytes.empty()) std::memcpy(bytes_.data() + size_, bytes.data(), bytes.size());
+  size_ = needed;
+  return true;
+}
+
+void RevokedBlock::keep(RevokedCertificate entry) {
+  kept_.emplace(count() - 1, std::move(entry));
+}
+
+void RevokedBlock::seal() {
+  if (size_ < bytes_.size()) bytes_.resize(size_);
+  if (count_ < offsets_.size()) offsets_.resize(count_);
+}
+
+}  // namespace keystrand

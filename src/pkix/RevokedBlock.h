@@ -1,0 +1,51 @@
+// The entries of one decoded CRL: back to back in one allocation, each exactly as RevokedCertificate::put writes it.
+// Filled once by readRevokedBlock, then immutable and shared; const access may run in parallel.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <span>
+
+#include "keystrand/pkix/RevokedCertificate.h"
+#include "pkix/SerialIndex.h"
+#include "support/HeapArray.h"
+
+namespace keystrand {
+
+class RevokedBlock {
+ public:
+  // Room for entries of so many bytes in all; more is made when it does not suffice.
+  explicit RevokedBlock(std::size_t capacity);
+
+  [[nodiscard]] int count() const noexcept { return static_cast<int>(count_); }
+  // All entries from the one up to but not including the other.
+  [[nodiscard]] std::span<const unsigned char> bytes(int from, int to) const noexcept;
+  // Content octets of the serial number.
+  [[nodiscard]] std::span<const unsigned char> serial(int index) const noexcept;
+  // The index is one of the block's.
+  void decode(int index, RevokedCertificate& out) const;
+  // The first entry with these content octets as serial number, or -1.
+  [[nodiscard]] int find(std::span<const unsigned char> serial) const;
+
+  // While it is being filled: the next entry begins `ahead` bytes behind what has been appended.
+  void startEntry(std::size_t ahead = 0);
+  // False, nothing appended, beyond 4 GiB.
+  bool append(std::span<const unsigned char> bytes);
+  // The last entry as an object, for one whose bytes would be read back as something else.
+  void keep(RevokedCertificate entry);
+  // Gives back the room that was not used.
+  void seal();
+
+ private:
+  HeapArray<unsigned char> bytes_;
+  HeapArray<std::uint32_t> offsets_;  // one an entry
+  std::size_t size_ = 0;
+  std::size_t count_ = 0;
+  std::map<int, RevokedCertificate> kept_;
+  mutable std::once_flag indexed_;
+  mutable SerialIndex index_;
+};
+
+}  // namespace keystrand

@@ -2,14 +2,14 @@
 //
 // A certificate never keeps its original bytes. What it keeps for a later signature check is the digest of the body,
 // taken over the bytes as they arrived by get(SecureBuffer&). Accessors give clones that the caller deletes, setters
-// store clones, nullptr means absent; the ...View forms lend the part, valid until the object changes.
+// store clones, nullptr means absent; the ...View forms lend the part, valid until the object changes. A setter drops
+// the digest: the signature is then checked over what the object would write.
 // Thread: one at a time (verify may store the digest); const access may run in parallel.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <vector>
 
 #include "keystrand/crypto/AlgorithmIdentifier.h"
 #include "keystrand/crypto/DigestInfo.h"
@@ -17,6 +17,7 @@
 #include "keystrand/crypto/Signature.h"
 #include "keystrand/der/BigInteger.h"
 #include "keystrand/der/Name.h"
+#include "keystrand/der/OctetValue.h"
 #include "keystrand/der/SecureBuffer.h"
 #include "keystrand/der/X500Time.h"
 #include "keystrand/pkix/Extension.h"
@@ -26,7 +27,7 @@ namespace keystrand {
 
 class KEYSTRAND_API Validity {
  public:
-  [[nodiscard]] owner<Validity*> clone() const;
+  [[nodiscard]] owner<Validity*> clone() const { return new Validity(*this); }
   [[nodiscard]] owner<X500Time*> notBefore() const;
   [[nodiscard]] owner<X500Time*> notAfter() const;
   [[nodiscard]] const X500Time* notBeforeView() const noexcept { return notBefore_ ? &*notBefore_ : nullptr; }
@@ -39,11 +40,13 @@ class KEYSTRAND_API Validity {
   bool get(Buffer& buffer);
 
  private:
+  [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
+
   std::optional<X500Time> notBefore_;
   std::optional<X500Time> notAfter_;
 };
 
-// TBSCertificate
+// TBSCertificate. A part that a setter has not given is left out of the encoding.
 class KEYSTRAND_API CertificateInfo {
  public:
   CertificateInfo() = default;
@@ -65,7 +68,7 @@ class KEYSTRAND_API CertificateInfo {
   [[nodiscard]] const Name* issuerView() const noexcept { return issuer_.get(); }
   void setIssuer(const Name* name);
   [[nodiscard]] owner<Validity*> validity() const;
-  [[nodiscard]] const Validity* validityView() const noexcept { return validity_.get(); }
+  [[nodiscard]] const Validity* validityView() const noexcept { return validity_ ? &*validity_ : nullptr; }
   void setValidity(const Validity* validity);
   [[nodiscard]] owner<Name*> subject() const;
   [[nodiscard]] const Name* subjectView() const noexcept { return subject_.get(); }
@@ -84,16 +87,22 @@ class KEYSTRAND_API CertificateInfo {
   bool get(Buffer& buffer);
 
  private:
+  [[nodiscard]] bool writesVersion() const noexcept { return version_ != 0 || versionExplicit_; }
+  [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
+  bool getVersion(Buffer& buffer);
+  bool getNames(Buffer& buffer);
+  bool getOptionalTail(Buffer& buffer);
+
   std::uint32_t version_ = 2;
-  bool versionExplicit_ = false;
+  bool versionExplicit_ = false;  // a version of 0 arrived, and goes back out
   BigInteger serialNumber_;
   std::unique_ptr<AlgorithmIdentifier> signature_;
   std::unique_ptr<Name> issuer_;
-  std::unique_ptr<Validity> validity_;
+  std::optional<Validity> validity_;
   std::unique_ptr<Name> subject_;
   std::unique_ptr<KeyInfo> subjectPublicKeyInfo_;
-  std::optional<std::vector<unsigned char>> issuerUniqueID_;
-  std::optional<std::vector<unsigned char>> subjectUniqueID_;
+  OctetValue issuerUniqueID_;
+  OctetValue subjectUniqueID_;
   std::unique_ptr<ExtensionList> extensions_;
 };
 
@@ -113,7 +122,7 @@ class KEYSTRAND_API Certificate {
   void setSignature(const Signature* signature);
   [[nodiscard]] const DigestInfo* digestView() const noexcept { return digest_.get(); }
 
-  // Forwarded to the body; null or zero when there is none.
+  // Forwarded to the body; null or zero when there is none. The setters make one.
   [[nodiscard]] BigInteger serialNumber() const;
   [[nodiscard]] owner<char*> serialNumberText(int base) const;
   void setSerialNumber(const BigInteger& value);
@@ -142,22 +151,31 @@ class KEYSTRAND_API Certificate {
   void put(Buffer& buffer) const;
   bool get(Buffer& buffer);        // looks only: no digest is computed
   bool get(SecureBuffer& buffer);  // the normal road: digests the received body. Hold the device's semaphore.
+  // Writes the certificate behind what the buffer holds; signs the body first where a signature is missing, and is
+  // false when the device cannot. Hold the device's semaphore.
   bool sign(SecureBuffer& buffer);
-  // Checks the signature with the issuer's key. Hold the device's semaphore.
+  // Checks the signature with the issuer's key. Without a digest, and for RSASSA-PSS always, over the body as put
+  // writes it, so that only a canonical encoding passes. Hold the device's semaphore.
   bool verify(CryptoDevice& device, const KeyInfo& key);
+  // To and from an open file, in the armour of RFC 7468; the buffer serves as working space.
   bool savePEM(int descriptor, SecureBuffer& buffer);
   bool loadPEM(int descriptor, SecureBuffer& buffer);
-  [[nodiscard]] owner<char*> toPrintable() const;  // delete[]
-  // True without a body or key information, else whether the key is in canonical form: never so for an EC key.
+  [[nodiscard]] owner<char*> toPrintable() const;  // the report of the body and the outer algorithm, delete[]
+  // True without a body or a key, else whether the key arrived in canonical form, which an EC key never says of itself.
   [[nodiscard]] bool hasNoKey() const;
 
  private:
+  CertificateInfo& editedInfo();
+  bool read(Buffer& buffer, SecureBuffer* digester);
+  [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
+
   std::unique_ptr<CertificateInfo> info_;
   std::unique_ptr<AlgorithmIdentifier> signatureAlgorithm_;
   std::unique_ptr<Signature> signature_;
   std::unique_ptr<DigestInfo> digest_;
 };
 
+// SEQUENCE OF Certificate
 class KEYSTRAND_API CertList {
  public:
   [[nodiscard]] owner<CertList*> clone() const;
@@ -168,8 +186,8 @@ class KEYSTRAND_API CertList {
 
   [[nodiscard]] std::uint32_t size(const Buffer& buffer) const;
   void put(Buffer& buffer) const;
-  bool get(Buffer& buffer);
-  bool get(SecureBuffer& buffer);
+  bool get(Buffer& buffer);        // the certificates without their digests
+  bool get(SecureBuffer& buffer);  // with them. Hold the device's semaphore.
 
  private:
   OwnedList<Certificate> items_;

@@ -1,0 +1,94 @@
+#include "keystrand/pkix/Certificate.h"
+
+#include "der/Reading.h"
+#include "pkix/Signed.h"
+#include "support/Memory.h"
+
+namespace keystrand {
+
+Certificate::Certificate() = default;
+Certificate::~Certificate() = default;
+
+owner<Certificate*> Certificate::clone() const {
+  auto copy = std::make_unique<Certificate>();
+  copy->info_ = copyOf(info_.get());
+  copy->signatureAlgorithm_ = copyOf(signatureAlgorithm_.get());
+  copy->signature_ = copyOf(signature_.get());
+  copy->digest_ = copyOf(digest_.get());
+  return copy.release();
+}
+
+std::uint32_t Certificate::contentSize(const Buffer& buffer) const {
+  return (info_ ? info_->size(buffer) : 0) + (signatureAlgorithm_ ? signatureAlgorithm_->size(buffer) : 0) +
+         (signature_ ? signature_->size(buffer) : 0);
+}
+
+std::uint32_t Certificate::size(const Buffer& buffer) const {
+  return buffer.sizeSequence(contentSize(buffer));
+}
+
+void Certificate::put(Buffer& buffer) const {
+  buffer.putSequence(contentSize(buffer));
+  if (info_) info_->put(buffer);
+  if (signatureAlgorithm_) signatureAlgorithm_->put(buffer);
+  if (signature_) signature_->put(buffer);
+}
+
+bool Certificate::get(Buffer& buffer) {
+  return read(buffer, nullptr);
+}
+
+bool Certificate::get(SecureBuffer& buffer) {
+  return read(buffer, &buffer);
+}
+
+// Certificate, RFC 5280 section 4.1.1. The digest covers the body as it was received, whatever its encoding.
+bool Certificate::read(Buffer& buffer, SecureBuffer* digester) {
+  Element element;
+  digest_.reset();
+  if (!element.open(buffer, kSequence) || element.end > buffer.size()) return false;
+  const std::uint32_t start = buffer.readPosition();
+  if (!getNew(info_, buffer)) return false;
+  const std::uint32_t end = buffer.readPosition();
+  if (!getNew(signatureAlgorithm_, buffer)) return false;
+  if (digester != nullptr) digest_ = digestFor(*digester, *signatureAlgorithm_, start, end);
+  return getNew(signature_, buffer);
+}
+
+bool Certificate::sign(SecureBuffer& buffer) {
+  if (!info_ || !signatureAlgorithm_) return false;
+  if (!signature_) signature_ = signatureOver(*info_, *signatureAlgorithm_, buffer);
+  if (!signature_) return false;
+  buffer.reserve(buffer.size() + size(buffer));
+  put(buffer);
+  return true;
+}
+
+bool Certificate::verify(CryptoDevice& device, const KeyInfo& key) {
+  if (!info_ || !signatureAlgorithm_ || !signature_) return false;
+  if (!device.setSignatureAlgorithm(*signatureAlgorithm_)) return false;
+  if (isPSS(*signatureAlgorithm_)) return verifyEncoding(*info_, device, *signature_, key);
+  if (!digest_) {
+    SecureBuffer body(&device);
+    encodeInto(*info_, body);
+    digest_.reset(body.digestAll());
+  }
+  return digest_ && device.verify(*signature_, *digest_, key);
+}
+
+bool Certificate::savePEM(int descriptor, SecureBuffer& buffer) {
+  buffer.reset();
+  return sign(buffer) && buffer.writePEM(descriptor, "CERTIFICATE");
+}
+
+bool Certificate::loadPEM(int descriptor, SecureBuffer& buffer) {
+  buffer.reset();
+  return buffer.readPEM(descriptor) && get(buffer);
+}
+
+bool Certificate::hasNoKey() const {
+  const KeyInfo* keyInfo = subjectPublicKeyInfoView();
+  return keyInfo == nullptr || keyInfo->keyView() == nullptr || keyInfo->keyView()->isStripped();
+}
+
+}  // namespace keystrand

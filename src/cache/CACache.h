@@ -42,7 +42,7 @@ class CACache {
 
   Report& report() noexcept { return report_; }
 
-  // --- changes of the CA list (CACacheList.cpp) ---------------------------------------------------------------------
+  // --- changes of the CA list (CACacheList.cpp)
   bool addCertificateListPEM(const char* path);     // cache_addCACertListPEM
   bool initCertificateListPEM(const char* path);    // cache_initCACertListPEM
   bool importCertificateListPEM(const char* path);  // cache_importCACertsListPEM
@@ -61,12 +61,10 @@ class CACache {
   bool insert(std::unique_ptr<Certificate> certificate, std::int32_t source, std::unique_ptr<TSLMetadata> metadata);
 
   // --- the CA list file (CACacheFile.cpp)
-  // -----------------------------------------------------------------------------
   bool saveCAList(const std::string& path);
   bool loadCAList(const std::string& path);
 
   // --- queries (CACacheLookup.cpp)
-  // ------------------------------------------------------------------------------------
   [[nodiscard]] int rowOf(const Name& subject) const;  // -1 when there is none
   [[nodiscard]] int rowCount() const;
   [[nodiscard]] owner<Certificate*> certificateAt(int row, int index) const;
@@ -97,7 +95,6 @@ class CACache {
   static bool matchAuthorityKey(const AuthorityKeyIdentifier& aki, const Certificate& candidate);
 
   // --- the CRL table and its file (CACacheCRLFile.cpp)
-  // ----------------------------------------------------------------
   bool saveCRLCache(const std::string& path);
   bool loadCRLCache(const std::string& path);
   void setUseLocalCRLs(unsigned char use) noexcept { useLocalCRLs_ = use; }
@@ -105,15 +102,22 @@ class CACache {
   void removeLocalCRLs();
 
   // --- retrieval, check and search of CRLs
-  // ----------------------------------------------------------------------------
   bool searchCRL(const DistributionPointName* dp, int caRow, const char* serial);
   owner<CertificateList*> getCRL(const DistributionPointName* dp, int caRow, bool cachedOnly, Certificate** caCert);
   // True when the CRL verifies against the CA list; row and index of its issuer are then set.
   bool checkCRL(const CertificateList& crl, int& caIndex, int& certIndex);
 
  private:
-  // Decodes the bytes of workBuffer_ under the device's semaphore.
+  // Decodes the bytes of workBuffer_ under the device's semaphore; empty when they are no certificate.
   std::unique_ptr<Certificate> decodeCertificate();
+  // The same for bytes of a caller, through workBuffer_, and for the Base64 text of such bytes, without armour.
+  std::unique_ptr<Certificate> decodeCertificate(std::span<const unsigned char> der);
+  std::unique_ptr<Certificate> decodeCertificatePEM(const char* base64);
+  // Reads the armoured certificates of an open file into the list; the caller holds caMutex.
+  bool addCertificatesFrom(int descriptor, std::int32_t source);
+  bool addDecoded(std::unique_ptr<Certificate> certificate);
+  bool removeDecoded(const std::unique_ptr<Certificate>& certificate);
+  [[nodiscard]] int sourceOfDecoded(const std::unique_ptr<Certificate>& certificate);
   // Logs a catalogue row with its arguments, when this context has a logger.
   template <class... Arguments>
   void logMessage(unsigned char level, unsigned long code, Arguments... arguments);

@@ -19,6 +19,7 @@ constexpr std::int32_t kSourceKeepExisting = 4;  // only the low byte is compare
 class CACertEntry {
  public:
   CACertEntry() = default;
+  // The certificate has a body with an issuer.
   CACertEntry(std::unique_ptr<Certificate> certificate, std::int32_t source, std::unique_ptr<TSLMetadata> metadata);
 
   [[nodiscard]] const Certificate& certificate() const noexcept { return *certificate_; }
@@ -28,11 +29,14 @@ class CACertEntry {
   [[nodiscard]] const TSLMetadata* metadata() const noexcept { return metadata_.get(); }
   [[nodiscard]] bool hasCountry(const char* code) const noexcept;
 
+  // Nothing but what a successful parse has filled may be used.
   [[nodiscard]] std::uint32_t size(const Buffer& buffer) const;
   void serialize(Buffer& buffer) const;
   bool parse(Buffer& buffer);
 
  private:
+  [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
+
   std::unique_ptr<Certificate> certificate_;
   std::unique_ptr<Name> issuer_;
   BigInteger serial_;

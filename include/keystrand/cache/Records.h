@@ -1,5 +1,5 @@
-// Plain records for clients. Records come from operator new, their texts from malloc: the release functions free exactly
-// the record handed in, so a client that wants all memory back walks the chain and frees the texts itself.
+// Plain records for clients. Records come from operator new, their texts from malloc: the release functions free
+// exactly the record handed in, so a client that wants all memory back walks the chain and frees the texts itself.
 #pragma once
 
 namespace keystrand {

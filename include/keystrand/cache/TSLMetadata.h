@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "keystrand/der/Buffer.h"
 
@@ -47,6 +48,12 @@ class KEYSTRAND_API TSLMetadata {
   bool parse(Buffer& buffer);
 
  private:
+  void copyFields(const TSLMetadata& other);
+  [[nodiscard]] std::uint32_t fieldsSize(const Buffer& buffer) const;
+  [[nodiscard]] std::vector<std::uint32_t> contentSizes(const Buffer& buffer) const;
+  void putFields(Buffer& buffer) const;
+  bool getFields(Buffer& buffer);
+
   std::array<char, 2> countryCode_{};
   std::optional<std::string> serviceType_;
   std::optional<std::string> serviceName_;

@@ -1,0 +1,216 @@
+// Changes of the CA list.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "cache/CACache.h"
+#include "cache/ContextLog.h"
+#include "cache/Library.h"
+#include "support/Memory.h"
+
+namespace keystrand {
+namespace {
+
+constexpr unsigned long kNewSubject = 4675;
+constexpr unsigned long kRowsInList = 4677;
+constexpr unsigned long kInitStarted = 4678;
+constexpr unsigned long kInitCompleted = 4681;
+constexpr unsigned long kAddCompleted = 4695;
+constexpr unsigned long kAddStarted = 4723;
+constexpr unsigned long kCannotInit = 5192;
+constexpr unsigned long kCannotAdd = 5195;
+constexpr unsigned long kKeyNotCanonical = 5222;
+
+// An open file of certificates. Only a regular file is one: a folder would read as empty, a pipe could block.
+class ListFile {
+ public:
+  explicit ListFile(const char* path)
+      : descriptor_(path != nullptr ? open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC) : -1) {
+    struct stat status {};
+    isOpen_ = descriptor_ >= 0 && fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
+  }
+  ~ListFile() {
+    if (descriptor_ >= 0) close(descriptor_);
+  }
+  ListFile(const ListFile&) = delete;
+  ListFile& operator=(const ListFile&) = delete;
+
+  [[nodiscard]] bool isOpen() const noexcept { return isOpen_; }
+  [[nodiscard]] int descriptor() const noexcept { return descriptor_; }
+
+ private:
+  int descriptor_;
+  bool isOpen_ = false;
+};
+
+bool keepsExisting(std::int32_t source) {
+  return (source & 0xFF) == kSourceKeepExisting;
+}
+
+}  // namespace
+
+bool CACache::insert(std::unique_ptr<Certificate> certificate, std::int32_t source,
+                     std::unique_ptr<TSLMetadata> metadata) {
+  if (!certificate || certificate->subjectView() == nullptr || certificate->issuerView() == nullptr) return false;
+  CATable& table = library().caTable;
+  std::string subject = certificate->subjectView()->text();
+  const int row = table.find(subject);
+  if (row < 0 && table.isFull()) return false;
+  auto entry = std::make_shared<const CACertEntry>(std::move(certificate), source, std::move(metadata));
+  if (row < 0) {
+    logMessage(Logger::kNotice, kNewSubject, subject.c_str());
+    table.addRow(std::move(subject), std::move(entry));
+    return true;
+  }
+  const int index = table.findEntry(row, entry->issuer(), entry->serial());
+  if (index < 0) {
+    table.addEntry(row, std::move(entry));
+  } else if (!keepsExisting(source)) {
+    table.replaceEntry(row, index, std::move(entry));
+  }
+  return true;
+}
+
+bool CACache::addCertificatesFrom(int descriptor, std::int32_t source) {
+  while (workBuffer_.readPEMStream(descriptor)) {
+    auto certificate = decodeCertificate();
+    if (certificate && !certificate->hasNoKey()) logMessage(Logger::kWarning, kKeyNotCanonical);
+    if (!insert(std::move(certificate), source, nullptr)) {
+      logMessage(Logger::kFailure, kCannotAdd);
+      return false;
+    }
+  }
+  return true;
+}
+
+bool CACache::addCertificateListPEM(const char* path) {
+  const ListFile file(path);
+  if (!file.isOpen()) {
+    logMessage(Logger::kFailure, kCannotAdd);
+    return false;
+  }
+  logMessage(Logger::kTrace, kAddStarted);
+  const std::lock_guard lock(library().caMutex);
+  if (!addCertificatesFrom(file.descriptor(), kSourceAdded)) return false;
+  logMessage(Logger::kTrace, kAddCompleted);
+  logMessage(Logger::kInformation, kRowsInList, library().caTable.count());
+  return true;
+}
+
+bool CACache::initCertificateListPEM(const char* path) {
+  const ListFile file(path);
+  if (!file.isOpen()) {
+    logMessage(Logger::kFailure, kCannotInit);
+    return false;
+  }
+  logMessage(Logger::kTrace, kInitStarted);
+  const std::lock_guard lock(library().caMutex);
+  library().caTable.clear();
+  if (!addCertificatesFrom(file.descriptor(), kSourceInitPEM)) {
+    logMessage(Logger::kFailure, kCannotInit);
+    return false;
+  }
+  logMessage(Logger::kTrace, kInitCompleted);
+  logMessage(Logger::kInformation, kRowsInList, library().caTable.count());
+  return true;
+}
+
+bool CACache::importCertificateListPEM(const char* path) {
+  clean();
+  return initCertificateListPEM(path) && saveCAList(library().caListPath);
+}
+
+bool CACache::addDecoded(std::unique_ptr<Certificate> certificate) {
+  if (!certificate) {
+    logMessage(Logger::kFailure, kCannotAdd);
+    return false;
+  }
+  const std::lock_guard lock(library().caMutex);
+  return insert(std::move(certificate), kSourceAdded, nullptr);
+}
+
+// The file holds DER, or else PEM.
+bool CACache::addCertificateFile(const char* path) {
+  std::unique_ptr<Certificate> certificate;
+  if (path != nullptr && workBuffer_.loadFile(path)) certificate = decodeCertificate();
+  if (!certificate && path != nullptr) {
+    workBuffer_.reset();
+    if (workBuffer_.loadPEM(path)) certificate = decodeCertificate();
+  }
+  return addDecoded(std::move(certificate));
+}
+
+bool CACache::addCertificate(const Certificate& certificate, std::int32_t source) {
+  auto copy = copyOf(&certificate);
+  const std::lock_guard lock(library().caMutex);
+  return insert(std::move(copy), source, nullptr);
+}
+
+bool CACache::addCertificateDER(std::span<const unsigned char> der) {
+  return addDecoded(decodeCertificate(der));
+}
+
+bool CACache::addCertificatePEM(const char* base64) {
+  return addDecoded(decodeCertificatePEM(base64));
+}
+
+bool CACache::removeDecoded(const std::unique_ptr<Certificate>& certificate) {
+  if (!certificate) {
+    logMessage(Logger::kFailure, kCannotAdd);  // the one message for a certificate that cannot be read
+    return false;
+  }
+  return removeEntry(*certificate);
+}
+
+bool CACache::removeEntryPEM(const char* base64) {
+  return removeDecoded(decodeCertificatePEM(base64));
+}
+
+bool CACache::removeEntryDER(std::span<const unsigned char> der) {
+  return removeDecoded(decodeCertificate(der));
+}
+
+bool CACache::removeEntry(const Certificate& certificate) {
+  if (certificate.subjectView() == nullptr || certificate.issuerView() == nullptr) return false;
+  return removeEntry(*certificate.subjectView(), *certificate.issuerView(), certificate.infoView()->serialNumberView());
+}
+
+bool CACache::removeEntry(const Name& subject, const Name& issuer, const BigInteger& serial) {
+  const std::string text = subject.text();
+  const std::lock_guard lock(library().caMutex);
+  CATable& table = library().caTable;
+  const int row = table.find(text);
+  const int index = table.findEntry(row, issuer, serial);
+  if (index < 0) return false;
+  table.removeEntry(row, index);
+  return true;
+}
+
+bool CACache::removeSource(std::int32_t source) {
+  const std::lock_guard lock(library().caMutex);
+  library().caTable.removeSource(source);
+  return true;
+}
+
+bool CACache::removeCountry(const char* country) {
+  const std::lock_guard lock(library().caMutex);
+  library().loadedTSLs.remove(country);
+  library().caTable.removeCountry(country);
+  return true;
+}
+
+// What the trusted lists said of themselves stays: only certificates and CRLs go.
+void CACache::clean() {
+  {
+    const std::lock_guard lock(library().caMutex);
+    library().caTable.clear();
+  }
+  const std::lock_guard lock(library().crlMutex);
+  library().crlTable.clear();
+}
+
+}  // namespace keystrand

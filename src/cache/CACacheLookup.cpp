@@ -1,0 +1,291 @@
+// Queries of the CA list. Rows and indexes out of range give the failure value of each query.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "cache/CACache.h"
+#include "cache/ContextLog.h"
+#include "cache/Library.h"
+#include "der/ConstantOID.h"
+#include "support/Memory.h"
+
+namespace keystrand {
+namespace {
+
+constexpr unsigned long kCannotRead = 5195;  // the one message for a certificate that cannot be read
+
+// Service types of ETSI TS 119 612 section 5.5.1 whose certificates are qualified.
+constexpr std::string_view kQualifiedTypes[] = {
+    "http://uri.etsi.org/TrstSvc/Svctype/CA/QC",
+    "http://uri.etsi.org/TrstSvc/Svctype/TSA/QTST",
+};
+constexpr unsigned char kNoMetadata = 255;
+
+CACertEntryRef entryAt(int row, int index) {
+  const std::lock_guard lock(library().caMutex);
+  return library().caTable.entry(row, index);
+}
+
+// What identifies a certificate in the list, taken before the lock is.
+struct Identity {
+  std::string subject;
+  const Name& issuer;
+  const BigInteger& serial;
+};
+
+Identity identityOf(const Certificate& certificate) {
+  return {certificate.subjectView()->text(), *certificate.issuerView(), certificate.infoView()->serialNumberView()};
+}
+
+struct Found {
+  bool hasRow = false;
+  CACertEntryRef entry;
+};
+
+Found find(const Identity& identity) {
+  const std::lock_guard lock(library().caMutex);
+  const CATable& table = library().caTable;
+  const int row = table.find(identity.subject);
+  return {row >= 0, table.entry(row, table.findEntry(row, identity.issuer, identity.serial))};
+}
+
+owner<char*> textOf(const CACertEntryRef& entry,
+                    const std::optional<std::string>& (TSLMetadata::*field)() const noexcept) {
+  const TSLMetadata* metadata = entry ? entry->metadata() : nullptr;
+  if (metadata == nullptr) return nullptr;
+  const std::optional<std::string>& text = (metadata->*field)();
+  return text ? newText(*text) : nullptr;
+}
+
+char* copyForClient(const std::optional<std::string>& text) {
+  return text ? strdup(text->c_str()) : nullptr;
+}
+
+// A chain of plain records, while it is being built.
+struct RecordsDeleter {
+  void operator()(_md* record) const noexcept {
+    while (record != nullptr) {
+      for (char* text : {record->serviceType, record->serviceName, record->serviceStatus, record->statusStartingTime}) {
+        std::free(text);
+      }
+      delete std::exchange(record, record->next);
+    }
+  }
+};
+
+owner<_md*> newRecord(const TSLMetadata& metadata) {
+  return new _md{.serviceType = copyForClient(metadata.serviceTypeView()),
+                 .serviceName = copyForClient(metadata.serviceNameView()),
+                 .serviceStatus = copyForClient(metadata.serviceStatusView()),
+                 .statusStartingTime = copyForClient(metadata.statusStartingTimeView()),
+                 .next = nullptr};
+}
+
+// The authority's certificate by the name of its issuer and its serial number.
+bool matchesIssuerAndSerial(const AuthorityKeyIdentifier& aki, const Certificate& candidate) {
+  const BigInteger& serial = aki.authorityCertSerialNumber();
+  const GeneralNameList* names = aki.authorityCertIssuerView();
+  if (serial.isZero() || names == nullptr || !(candidate.infoView()->serialNumberView() == serial)) return false;
+  const std::string issuer = candidate.issuerView()->text();
+  for (int i = 0; i < names->count(); ++i) {
+    const GeneralName& name = *names->view(i);
+    if (name.tag() != GeneralName::kDirectoryName || name.directoryNameView() == nullptr) continue;
+    if (name.directoryNameView()->text() == issuer) return true;
+  }
+  return false;
+}
+
+// An identifier that is absent or empty matches nothing, so that it cannot stand in for a signature check.
+bool matchesKeyIdentifier(const AuthorityKeyIdentifier& aki, const Certificate& candidate) {
+  const auto wanted = aki.keyIdentifierView();
+  const ExtensionList* extensions = candidate.extensionsView();
+  if (wanted.empty() || extensions == nullptr) return false;
+  const Extension* extension = extensions->find(makeOID("2.5.29.14"_oid));
+  if (extension == nullptr) return false;
+  Buffer value(extension->length());
+  value.assign(extension->valueView().data(), extension->length());
+  unsigned char* bytes = nullptr;
+  std::uint32_t n = 0;
+  const bool isRead = value.getOctetString(bytes, n);
+  const std::unique_ptr<unsigned char[]> owned(bytes);
+  return isRead && owned && std::ranges::equal(wanted, std::span(owned.get(), n));
+}
+
+// The first entry that the identifier points at; the signature plays no part here.
+int byIdentifier(const std::vector<CACertEntryRef>& entries, const AuthorityKeyIdentifier* aki) {
+  if (aki == nullptr) return -1;
+  const auto hit = std::ranges::find_if(
+      entries, [&](const CACertEntryRef& entry) { return CACache::matchAuthorityKey(*aki, entry->certificate()); });
+  return hit != entries.end() ? static_cast<int>(hit - entries.begin()) : -1;
+}
+
+// The first entry whose key verifies the object, each try under the device's semaphore.
+template <class Object>
+int bySignature(const std::vector<CACertEntryRef>& entries, Object& object, CryptoDevice* device,
+                Semaphore* semaphore) {
+  if (device == nullptr) return -1;
+  const auto verifies = [&](const CACertEntryRef& entry) {
+    const KeyInfo* key = entry->certificate().subjectPublicKeyInfoView();
+    const SemaphoreLock lock(semaphore);
+    return key != nullptr && object.verify(*device, *key);
+  };
+  const auto hit = std::ranges::find_if(entries, verifies);
+  return hit != entries.end() ? static_cast<int>(hit - entries.begin()) : -1;
+}
+
+template <class Object>
+int issuerIn(const std::vector<CACertEntryRef>& entries, Object& object, const AuthorityKeyIdentifier* aki,
+             CryptoDevice* device, Semaphore* semaphore) {
+  const int index = byIdentifier(entries, aki);
+  return index >= 0 ? index : bySignature(entries, object, device, semaphore);
+}
+
+}  // namespace
+
+int CACache::rowOf(const Name& subject) const {
+  const std::string text = subject.text();
+  const std::lock_guard lock(library().caMutex);
+  return library().caTable.find(text);
+}
+
+int CACache::rowCount() const {
+  const std::lock_guard lock(library().caMutex);
+  return library().caTable.count();
+}
+
+std::string CACache::subjectTextOf(int row) const {
+  const std::lock_guard lock(library().caMutex);
+  const CARow* found = library().caTable.row(row);
+  return found != nullptr ? found->subjectText.value_or("") : "";
+}
+
+std::vector<CACertEntryRef> CACache::entriesOf(int row) const {
+  const std::lock_guard lock(library().caMutex);
+  const CARow* found = library().caTable.row(row);
+  return found != nullptr ? found->entries : std::vector<CACertEntryRef>{};
+}
+
+std::vector<CACertEntryRef> CACache::entriesOfSubject(std::string_view subjectText, int& row) const {
+  const std::lock_guard lock(library().caMutex);
+  row = library().caTable.find(subjectText);
+  const CARow* found = library().caTable.row(row);
+  return found != nullptr ? found->entries : std::vector<CACertEntryRef>{};
+}
+
+owner<Certificate*> CACache::certificateAt(int row, int index) const {
+  const CACertEntryRef entry = entryAt(row, index);
+  return entry ? entry->certificate().clone() : nullptr;
+}
+
+int CACache::certIndex(int row, const Name& issuer, const BigInteger& serial) const {
+  const std::lock_guard lock(library().caMutex);
+  return library().caTable.findEntry(row, issuer, serial);
+}
+
+int CACache::issuerIndex(Certificate& object, int row, const AuthorityKeyIdentifier* aki) {
+  return issuerIn(entriesOf(row), object, aki, cryptoDevice_, semaphore_);
+}
+
+int CACache::issuerIndex(AttributeCertificate& object, int row, const AuthorityKeyIdentifier* aki) {
+  return issuerIn(entriesOf(row), object, aki, cryptoDevice_, semaphore_);
+}
+
+int CACache::issuerIndex(CertificateList& object, int row, const AuthorityKeyIdentifier* aki) {
+  return issuerAmong(entriesOf(row), object, aki);
+}
+
+int CACache::issuerAmong(const std::vector<CACertEntryRef>& entries, const CertificateList& crl,
+                         const AuthorityKeyIdentifier* aki) {
+  return issuerIn(entries, crl, aki, cryptoDevice_, semaphore_);
+}
+
+bool CACache::matchAuthorityKey(const AuthorityKeyIdentifier& aki, const Certificate& candidate) {
+  return matchesIssuerAndSerial(aki, candidate) || matchesKeyIdentifier(aki, candidate);
+}
+
+int CACache::sourceAt(int row, int index) const {
+  const CACertEntryRef entry = entryAt(row, index);
+  return entry ? entry->source() : -1;
+}
+
+// A row of the subject that lacks this certificate gives 0 here, -1 in the form by names.
+int CACache::sourceOfDecoded(const std::unique_ptr<Certificate>& certificate) {
+  if (!certificate) {
+    logMessage(Logger::kFailure, kCannotRead);
+    return -1;
+  }
+  const Found found = find(identityOf(*certificate));
+  if (!found.hasRow) return -1;
+  return found.entry ? found.entry->source() : 0;
+}
+
+int CACache::sourceOfPEM(const char* base64) {
+  return sourceOfDecoded(decodeCertificatePEM(base64));
+}
+
+int CACache::sourceOfDER(std::span<const unsigned char> der) {
+  return sourceOfDecoded(decodeCertificate(der));
+}
+
+int CACache::sourceOf(const Name& subject, const Name& issuer, const BigInteger& serial) const {
+  const Found found = find({subject.text(), issuer, serial});
+  return found.entry ? found.entry->source() : -1;
+}
+
+// Trusted means that the issuer's name has a row. Whether its key signed the certificate is another question.
+bool CACache::trustedCA(std::span<const unsigned char> der) {
+  const auto certificate = decodeCertificate(der);
+  return certificate && rowOf(*certificate->issuerView()) >= 0;
+}
+
+owner<char*> CACache::countryCodeAt(int row, int index) const {
+  const CACertEntryRef entry = entryAt(row, index);
+  return entry && entry->metadata() != nullptr ? entry->metadata()->getCountryCode() : nullptr;
+}
+
+owner<char*> CACache::serviceStatusAt(int row, int index) const {
+  return textOf(entryAt(row, index), &TSLMetadata::serviceStatusView);
+}
+
+owner<char*> CACache::serviceTypeAt(int row, int index) const {
+  return textOf(entryAt(row, index), &TSLMetadata::serviceTypeView);
+}
+
+unsigned char CACache::qualifiedAt(int row, int index) const {
+  const CACertEntryRef entry = entryAt(row, index);
+  if (!entry || entry->metadata() == nullptr) return kNoMetadata;
+  const auto& type = entry->metadata()->serviceTypeView();
+  return type && std::ranges::find(kQualifiedTypes, *type) != std::end(kQualifiedTypes) ? 1 : 0;
+}
+
+owner<TSLMetadata*> CACache::metadataOf(const char* base64) {
+  const auto certificate = decodeCertificatePEM(base64);
+  if (!certificate) {
+    logMessage(Logger::kFailure, kCannotRead);
+    return nullptr;
+  }
+  const CACertEntryRef entry = find(identityOf(*certificate)).entry;
+  return entry && entry->metadata() != nullptr ? entry->metadata()->clone() : nullptr;
+}
+
+owner<_md*> CACache::metadataRecordsOf(const char* base64) {
+  const std::unique_ptr<TSLMetadata> metadata(metadataOf(base64));
+  std::unique_ptr<_md, RecordsDeleter> head;
+  _md* last = nullptr;
+  for (const TSLMetadata* record = metadata.get(); record != nullptr; record = record->nextView()) {
+    _md* added = newRecord(*record);
+    if (last == nullptr) {
+      head.reset(added);
+    } else {
+      last->next = added;
+    }
+    last = added;
+  }
+  return head.release();
+}
+
+}  // namespace keystrand

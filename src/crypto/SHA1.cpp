@@ -1,0 +1,7 @@
+#include "crypto/SHA1.h"
+
+namespace keystrand {
+
+template class BlockDigest<SHA1Algorithm>;
+
+}  // namespace keystrand

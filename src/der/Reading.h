@@ -7,6 +7,7 @@
 
 #include "der/Element.h"
 #include "keystrand/der/Buffer.h"
+#include "keystrand/der/OctetValue.h"
 #include "keystrand/support/PointerList.h"
 
 namespace keystrand {
@@ -30,9 +31,41 @@ inline bool openWhole(Element& element, Buffer& in, unsigned char tag) {
   return element.open(in, tag) && element.left(in) <= in.remaining();
 }
 
-// Moves the cursor to the end of an element, over content that its reader left unread.
-inline void close(const Element& element, Buffer& in) {
+// Whether an element goes on, and with this tag.
+inline bool isNext(const Element& element, Buffer& in, unsigned char tag) {
+  return !element.atEnd(in) && nextTag(in) == tag;
+}
+
+// Moves the cursor to the end of an element, over content that its reader left unread; false when it read beyond.
+inline bool close(const Element& element, Buffer& in) {
+  if (in.readPosition() > element.end) return false;
   in.setReadPosition(element.end);
+  return true;
+}
+
+// OCTET STRING (X.690 8.7), of the given tag or in any of its forms; NULL reads as absent in the latter.
+inline bool getOctets(Buffer& in, OctetValue& octets, unsigned char tag) {
+  unsigned char* bytes = nullptr;
+  std::uint32_t n = 0;
+  const bool read = in.getOctetString(bytes, n, tag);
+  octets.adopt(bytes, n);
+  return read;
+}
+inline bool getOctets(Buffer& in, OctetValue& octets) {
+  unsigned char* bytes = nullptr;
+  std::uint32_t n = 0;
+  const bool read = in.getOctetString(bytes, n);
+  octets.adopt(bytes, n);
+  return read;
+}
+
+// BIT STRING under a tag of its own. A string of no bits is handed out as a null pointer; here it stays present.
+inline bool getBits(Buffer& in, OctetValue& bits, unsigned char& unused, unsigned char tag) {
+  unsigned char* bytes = nullptr;
+  std::uint32_t n = 0;
+  const bool read = in.getBitString(bytes, n, unused, tag);
+  bits.adopt(read && bytes == nullptr ? new unsigned char[0] : bytes, n);
+  return read;
 }
 
 // The elements of the list that this tag opens, each read by its own get. When one fails those before it stay.
@@ -56,6 +89,18 @@ std::uint32_t sizeOfAll(const OwnedList<T>& items, const Buffer& buffer) {
   std::uint32_t n = 0;
   for (int i = 0; i < items.count(); ++i) n += items.view(i)->size(buffer);
   return n;
+}
+
+// A part inside an explicit tag (X.690 8.14.2).
+template <class T>
+std::uint32_t sizeWrapped(const T& part, const Buffer& buffer, unsigned char tag) {
+  const std::uint32_t n = part.size(buffer);
+  return buffer.sizeHeader(tag, n) + n;
+}
+template <class T>
+void putWrapped(const T& part, Buffer& buffer, unsigned char tag) {
+  buffer.putHeader(tag, part.size(buffer));
+  part.put(buffer);
 }
 
 template <class T>

@@ -15,18 +15,8 @@ constexpr unsigned char kExtensions = 0xA3;
 constexpr std::uint32_t kV1 = 0;
 
 bool getUniqueID(Buffer& in, OctetValue& id, unsigned char tag) {
-  unsigned char* bytes = nullptr;
-  std::uint32_t n = 0;
   unsigned char unused = 0;
-  const bool read = in.getBitString(bytes, n, unused, tag);
-  // An identifier of no bits comes as a null pointer and stays present all the same.
-  static constexpr unsigned char kNoBits = 0;
-  if (read && bytes == nullptr) {
-    id.assign(&kNoBits, 0);
-  } else {
-    id.adopt(bytes, n);
-  }
-  return read;
+  return getBits(in, id, unused, tag);
 }
 
 std::uint32_t sizeUniqueID(const Buffer& buffer, const OctetValue& id) {
@@ -137,11 +127,7 @@ std::uint32_t CertificateInfo::contentSize(const Buffer& buffer) const {
     const std::uint32_t version = buffer.sizeInteger(static_cast<std::int32_t>(version_));
     n += buffer.sizeHeader(kVersion, version) + version;
   }
-  if (extensions_) {
-    const std::uint32_t list = extensions_->size(buffer);
-    n += buffer.sizeHeader(kExtensions, list) + list;
-  }
-  return n;
+  return extensions_ ? n + sizeWrapped(*extensions_, buffer, kExtensions) : n;
 }
 
 std::uint32_t CertificateInfo::size(const Buffer& buffer) const {
@@ -162,10 +148,7 @@ void CertificateInfo::put(Buffer& buffer) const {
   putPart(buffer, subjectPublicKeyInfo_);
   putUniqueID(buffer, issuerUniqueID_, kIssuerUniqueID);
   putUniqueID(buffer, subjectUniqueID_, kSubjectUniqueID);
-  if (extensions_) {
-    buffer.putHeader(kExtensions, extensions_->size(buffer));
-    extensions_->put(buffer);
-  }
+  if (extensions_) putWrapped(*extensions_, buffer, kExtensions);
 }
 
 // TBSCertificate, RFC 5280 section 4.1.

@@ -59,11 +59,7 @@ bool Extension::get(Buffer& buffer) {
   value_.clear();
   if (!body.open(buffer, kSequence) || !buffer.getOID(extnID_.emplace())) return false;
   if (nextTag(buffer) == kBoolean && !buffer.getBoolean(critical_)) return false;
-  unsigned char* bytes = nullptr;
-  std::uint32_t n = 0;
-  const bool read = buffer.getOctetString(bytes, n);
-  value_.adopt(bytes, n);
-  return read;
+  return getOctets(buffer, value_);
 }
 
 }  // namespace keystrand

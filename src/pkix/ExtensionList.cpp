@@ -16,8 +16,7 @@ std::size_t countElements(const Element& list, Buffer& in) {
   const std::uint32_t start = in.readPosition();
   Element element;
   std::size_t n = 0;
-  while (n < kMost && !list.atEnd(in) && openWhole(element, in, kSequence)) {
-    close(element, in);
+  while (n < kMost && !list.atEnd(in) && openWhole(element, in, kSequence) && close(element, in)) {
     ++n;
   }
   in.setReadPosition(start);

@@ -1,13 +1,16 @@
-// AttributeCertificate (RFC 5755 section 4.1): the four fields, read with the digest of the body, and verified.
+// AttributeCertificate (RFC 5755 section 4.1): read with the digest of its body, and verified. The body stays encoded:
+// this library asks an attribute certificate for nothing but its issuer's signature.
+// Thread: one at a time; const access may run in parallel.
 #pragma once
 
+#include <cstdint>
 #include <memory>
-#include <vector>
 
 #include "keystrand/crypto/AlgorithmIdentifier.h"
 #include "keystrand/crypto/DigestInfo.h"
 #include "keystrand/crypto/KeyInfo.h"
 #include "keystrand/crypto/Signature.h"
+#include "keystrand/der/OctetValue.h"
 #include "keystrand/der/SecureBuffer.h"
 
 namespace keystrand {
@@ -23,10 +26,13 @@ class KEYSTRAND_API AttributeCertificate {
   [[nodiscard]] std::uint32_t size(const Buffer& buffer) const;
   void put(Buffer& buffer) const;
   bool get(SecureBuffer& buffer);  // hold the device's semaphore
+  // Checks the signature with the issuer's key. Hold the device's semaphore.
   bool verify(CryptoDevice& device, const KeyInfo& key) const;
 
  private:
-  std::vector<unsigned char> info_;  // AttributeCertificateInfo, as it was read
+  [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
+
+  OctetValue info_;  // AttributeCertificateInfo, header and all, as it was read
   std::unique_ptr<AlgorithmIdentifier> signatureAlgorithm_;
   std::unique_ptr<Signature> signature_;
   std::unique_ptr<DigestInfo> digest_;

@@ -1,16 +1,18 @@
 // DistributionPointName, DistributionPoint, CRLDistributionPoints (RFC 5280 section 4.2.1.13) and
 // IssuingDistributionPoint (section 5.2.5).
+//
+// Accessors give clones that the caller deletes, setters store clones, nullptr means absent; the ...View forms lend the
+// part, valid until the object changes. Thread: one at a time; const access may run in parallel.
 #pragma once
 
 #include <array>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <span>
-#include <vector>
 
 #include "keystrand/der/Buffer.h"
 #include "keystrand/der/Name.h"
+#include "keystrand/der/OctetValue.h"
 #include "keystrand/pkix/GeneralName.h"
 #include "keystrand/support/PointerList.h"
 
@@ -29,9 +31,13 @@ class KEYSTRAND_API DistributionPointName {
   [[nodiscard]] owner<GeneralNameList*> fullName() const;
   [[nodiscard]] const GeneralNameList* fullNameView() const noexcept { return fullName_.get(); }
   [[nodiscard]] owner<RelativeDistinguishedName*> nameRelativeToCRLIssuer() const;
+  [[nodiscard]] const RelativeDistinguishedName* nameRelativeToCRLIssuerView() const noexcept {
+    return nameRelativeToCRLIssuer_.get();
+  }
 
   [[nodiscard]] std::uint32_t size(const Buffer& buffer) const;
   void put(Buffer& buffer) const;
+  // An unknown form gives true with an empty object and moves nothing.
   bool get(Buffer& buffer);
 
  private:
@@ -49,12 +55,14 @@ class KEYSTRAND_API DistributionPoint {
   [[nodiscard]] owner<DistributionPointName*> distributionPoint() const;
   [[nodiscard]] const DistributionPointName* distributionPointView() const noexcept { return distributionPoint_.get(); }
   void setDistributionPoint(const DistributionPointName* name);
-  // Reason flags; all bits set when the field is absent. reasonsLength() is then 0.
+  // ReasonFlags, as their octets stand in the encoding; all bits set when the field is absent. reasonsLength() is then
+  // 0.
   [[nodiscard]] const std::array<unsigned char, 4>& reasons() const noexcept { return reasons_; }
   [[nodiscard]] std::uint32_t reasonsLength() const noexcept { return reasonsLength_; }
   [[nodiscard]] unsigned char reasonsUnusedBits() const noexcept { return reasonsUnusedBits_; }
   void setReasons(std::span<const unsigned char> flags, unsigned char unusedBits);  // at most four bytes are kept
   [[nodiscard]] owner<GeneralNameList*> cRLIssuer() const;
+  [[nodiscard]] const GeneralNameList* cRLIssuerView() const noexcept { return cRLIssuer_.get(); }
   void setCRLIssuer(const GeneralNameList* names);
 
   [[nodiscard]] std::uint32_t size(const Buffer& buffer) const;
@@ -62,6 +70,9 @@ class KEYSTRAND_API DistributionPoint {
   bool get(Buffer& buffer);
 
  private:
+  [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
+  bool getReasons(Buffer& buffer);
+
   std::unique_ptr<DistributionPointName> distributionPoint_;
   std::array<unsigned char, 4> reasons_{0xFF, 0xFF, 0xFF, 0xFF};
   std::unique_ptr<GeneralNameList> cRLIssuer_;
@@ -86,6 +97,7 @@ class KEYSTRAND_API DistributionPointList {
   OwnedList<DistributionPoint> items_;
 };
 
+// The flags are the octets of their BOOLEANs, 0 for false and for absent; only what is not 0 is written.
 class KEYSTRAND_API IssuingDistPointSyntax {
  public:
   IssuingDistPointSyntax() = default;
@@ -101,7 +113,7 @@ class KEYSTRAND_API IssuingDistPointSyntax {
   [[nodiscard]] unsigned char onlyContainsCACerts() const noexcept { return onlyContainsCACerts_; }
   void setOnlyContainsCACerts(unsigned char flag) noexcept { onlyContainsCACerts_ = flag; }
   [[nodiscard]] owner<unsigned char*> onlySomeReasons() const;
-  [[nodiscard]] std::uint32_t onlySomeReasonsLength() const noexcept;
+  [[nodiscard]] std::uint32_t onlySomeReasonsLength() const noexcept { return onlySomeReasons_.size(); }
   void setOnlySomeReasons(const unsigned char* flags, std::uint32_t n, unsigned char unusedBits);
   [[nodiscard]] unsigned char indirectCRL() const noexcept { return indirectCRL_; }
   void setIndirectCRL(unsigned char flag) noexcept { indirectCRL_ = flag; }
@@ -113,10 +125,12 @@ class KEYSTRAND_API IssuingDistPointSyntax {
   bool get(Buffer& buffer);
 
  private:
+  [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
+
   std::unique_ptr<DistributionPointName> distributionPoint_;
   unsigned char onlyContainsUserCerts_ = 0;
   unsigned char onlyContainsCACerts_ = 0;
-  std::optional<std::vector<unsigned char>> onlySomeReasons_;
+  OctetValue onlySomeReasons_;
   unsigned char onlySomeReasonsUnusedBits_ = 0;
   unsigned char indirectCRL_ = 0;
   unsigned char onlyContainsAttributeCerts_ = 0;

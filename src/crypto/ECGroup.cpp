@@ -8,6 +8,7 @@
 
 #include "crypto/OpenSSLHandles.h"
 #include "crypto/SpecifiedECDomain.h"
+#include "der/BorrowedBuffer.h"
 
 namespace keystrand {
 
@@ -106,8 +107,7 @@ SharedGroup namedGroup(const OID& curve) {
 }
 
 SharedGroup explicitGroup(std::span<const unsigned char> specifiedECDomain) {
-  Buffer buffer;
-  buffer.assign(specifiedECDomain.data(), static_cast<std::uint32_t>(specifiedECDomain.size()));
+  BorrowedBuffer buffer(specifiedECDomain);
   SpecifiedECDomain domain;
   const ErrorMark mark;
   return domain.get(buffer) ? build(domain) : nullptr;

@@ -6,10 +6,15 @@
 #include <thread>
 
 #include "net/CurlSettings.h"
-#include "net/NetState.h"
+#include "net/FreshNetState.h"
 
 namespace keystrand {
 namespace {
+
+class CurlProxy : public FreshNetState {};
+class CurlNoProxy : public FreshNetState {};
+class CurlPaths : public FreshNetState {};
+class CurlTimeout : public FreshNetState {};
 
 CurlSettings settings() {
   return NetState::instance().snapshot().curl;
@@ -19,7 +24,7 @@ const Credentials kUser{"user", "secret"};
 
 // What stands after each call of a sequence. The type follows credentials only, so a SOCKS proxy without any is spoken
 // to in HTTP, and an HTTP proxy without any, set after a SOCKS proxy with some, in SOCKS 4.
-TEST(CurlProxy, RemembersItsTypeFromTheLastCredentials) {
+TEST_F(CurlProxy, RemembersItsTypeFromTheLastCredentials) {
   struct Row {
     const char* name;
     std::function<void()> call;
@@ -50,7 +55,7 @@ TEST(CurlProxy, RemembersItsTypeFromTheLastCredentials) {
   }
 }
 
-TEST(CurlNoProxy, JoinsWithCommas) {
+TEST_F(CurlNoProxy, JoinsWithCommas) {
   EXPECT_FALSE(settings().noProxy);
   EXPECT_TRUE(addCurlNoProxy("*.example.it"));
   EXPECT_FALSE(addCurlNoProxy(std::string(129, 'a')));
@@ -58,7 +63,7 @@ TEST(CurlNoProxy, JoinsWithCommas) {
   EXPECT_EQ(settings().noProxy, "*.example.it," + std::string(128, 'b'));
 }
 
-TEST(CurlPaths, Keep259Bytes) {
+TEST_F(CurlPaths, Keep259Bytes) {
   setCurlLog(std::string(300, 'l'));
   setCurlCaFile("/ca.pem");
   EXPECT_EQ(settings().logPath, std::string(259, 'l'));
@@ -67,7 +72,7 @@ TEST(CurlPaths, Keep259Bytes) {
   EXPECT_EQ(settings().logPath, "");
 }
 
-TEST(CurlTimeout, OfThisThreadFirstOfTheProcessThen) {
+TEST_F(CurlTimeout, OfThisThreadFirstOfTheProcessThen) {
   EXPECT_EQ(takeCurlTimeout(), -1);
   setCurlTimeout(60);
   std::thread([] {

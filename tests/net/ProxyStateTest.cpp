@@ -1,11 +1,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "net/NetState.h"
+#include "net/FreshNetState.h"
 #include "net/ProxyState.h"
 
 namespace keystrand {
 namespace {
+
+class HTTPSetProxy : public FreshNetState {};
+class HTTPSetAuthorization : public FreshNetState {};
+class HTTPAddNoProxy : public FreshNetState {};
+class HTTPUsesProxy : public FreshNetState {};
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
@@ -14,7 +19,7 @@ ProxyState state() {
   return NetState::instance().snapshot().http;
 }
 
-TEST(HTTPSetProxy, StoresOrForgetsAll) {
+TEST_F(HTTPSetProxy, StoresOrForgetsAll) {
   EXPECT_TRUE(httpSetProxy("proxy.example.it", 3128, Credentials{"Aladdin", "open sesame"}));
   EXPECT_EQ(state().proxyHost, "proxy.example.it");
   EXPECT_EQ(state().proxyPort, 3128);
@@ -36,7 +41,7 @@ TEST(HTTPSetProxy, StoresOrForgetsAll) {
   }
 }
 
-TEST(HTTPSetAuthorization, KeepsLongCredentialsWhole) {
+TEST_F(HTTPSetAuthorization, KeepsLongCredentialsWhole) {
   EXPECT_TRUE(httpSetAuthorization(Credentials{std::string(300, 'u'), "p"}));
   EXPECT_TRUE(state().serverAuthLine.starts_with("Authorization: Basic dXV1"));
   EXPECT_EQ(state().serverAuthLine.size(), 21U + 404U);
@@ -45,7 +50,7 @@ TEST(HTTPSetAuthorization, KeepsLongCredentialsWhole) {
   EXPECT_EQ(state().serverAuthLine, "");
 }
 
-TEST(HTTPAddNoProxy, AddsTheAddressOfAHost) {
+TEST_F(HTTPAddNoProxy, AddsTheAddressOfAHost) {
   EXPECT_TRUE(httpAddNoProxy("localhost"));
   EXPECT_TRUE(httpAddNoProxy("*.example.it"));
   EXPECT_TRUE(httpAddNoProxy("192.0.2.1"));
@@ -54,7 +59,7 @@ TEST(HTTPAddNoProxy, AddsTheAddressOfAHost) {
               ElementsAre("localhost", "127.0.0.1", "*.example.it", "192.0.2.1", "no.such.host.invalid"));
 }
 
-TEST(HTTPAddNoProxy, RefusesBeyond64ButForTheLastAddress) {
+TEST_F(HTTPAddNoProxy, RefusesBeyond64ButForTheLastAddress) {
   for (int i = 0; i < 63; ++i) EXPECT_TRUE(httpAddNoProxy("10.0.0." + std::to_string(i)));
   EXPECT_TRUE(httpAddNoProxy("localhost"));
   EXPECT_EQ(state().noProxyList.size(), 65U);
@@ -63,7 +68,7 @@ TEST(HTTPAddNoProxy, RefusesBeyond64ButForTheLastAddress) {
   EXPECT_FALSE(httpUsesProxy("127.0.0.1"));
 }
 
-TEST(HTTPUsesProxy, ComparesTexts) {
+TEST_F(HTTPUsesProxy, ComparesTexts) {
   for (const char* entry : {"192.0.2.7", "*.example.it", "*"}) httpAddNoProxy(entry);
   struct Row {
     const char* host;

@@ -35,9 +35,9 @@ TEST(HTTPParseURL, SplitsAsStoredKeysExpect) {
       {"http://crl.example.it:x/a", 1, "crl.example.it", 0, "/a", 25},
       {"http://crl.example.it:99999999999/a", 1, "crl.example.it", 0, "/a", 35},
       // the literal may stand anywhere, and the first of the four wins
-      {"see http://h/a", 1, "tp:", 80, "//h/a", 14},
-      {"ldap://h/?http://", 1, "h", 80, "/", 9},
-      {"https://h/?ldap://", 2, "", 389, "/h/", 10},
+      {"see http://h/a", 1, "p:", 80, "//h/a", 14},
+      {"ldap://h/?http://", 1, "h/?http", 0, "//", 17},
+      {"https://h/?ldap://", 2, "/h/?ldap", 0, "//", 18},
       // a NUL ends the text
       {"http://h/a\0b"s, 1, "h", 80, "/a", 10},
   };

@@ -55,21 +55,22 @@ http {
 }  // namespace
 
 NginxServer::NginxServer(const std::string& directives) {
-  // nginx takes the sockets over (the way it does in a binary upgrade), so no other program can snatch the ports, and
-  // requests that come before it is ready wait.
-  const Descriptor http = listenOnLoopback();
-  const Descriptor https = listenOnLoopback();
-  port_ = portOf(http);
-  httpsPort_ = portOf(https);
   fs::create_directories(folder_ / "www");
   writeServerCertificate(folder_ / "server.pem", folder_ / "server.key");
+  constexpr int kAttempts = 5;  // another program may take a port before nginx does
+  for (int attempt = 0; attempt < kAttempts; ++attempt)
+    if (start(directives)) return;
+  throw std::runtime_error("nginx did not start: " + content("../error.log"));
+}
+
+bool NginxServer::start(const std::string& directives) {
+  port_ = freePort();
+  httpsPort_ = freePort();
   writeConfiguration(directives);
-  const std::string conf = folder_ / "nginx.conf";
-  const std::string sockets = std::to_string(http.get()) + ";" + std::to_string(https.get()) + ";";
-  process_.emplace(std::vector<std::string>{findProgram("nginx"), "-p", folder_.path(), "-c", conf},
-                   std::vector<std::string>{"NGINX=" + sockets}, std::vector<int>{http.get(), https.get()});
-  if (!eventually([&] { return fs::exists(folder_ / "pid") || !process_->running(); }) || !process_->running())
-    throw std::runtime_error("nginx did not start: " + content("../error.log"));
+  process_.emplace(std::vector<std::string>{findProgram("nginx"), "-p", folder_.path(), "-c", folder_ / "nginx.conf"},
+                   std::vector<std::string>{});
+  const auto settled = [this] { return !process_->running() || (accepts(port_) && accepts(httpsPort_)); };
+  return eventually(settled) && process_->running();
 }
 
 std::string NginxServer::url(const std::string& path) const {

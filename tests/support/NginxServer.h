@@ -55,6 +55,7 @@ class NginxServer {
   void forget();
 
  private:
+  bool start(const std::string& directives);
   void writeConfiguration(const std::string& directives) const;
   [[nodiscard]] std::filesystem::path fileOf(const std::string& path) const;
   std::vector<Request> readLog() const;

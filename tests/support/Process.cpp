@@ -10,6 +10,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "support/Socket.h"
+
 namespace keystrand::test {
 
 namespace {
@@ -23,23 +25,24 @@ std::vector<char*> pointersTo(const std::vector<std::string>& texts) {
 
 }  // namespace
 
-Process::Process(const std::vector<std::string>& command, const std::vector<std::string>& environment,
-                 const std::vector<int>& keep) {
+Process::Process(const std::vector<std::string>& command) {
   const std::vector<char*> arguments = pointersTo(command);
-  const std::vector<char*> variables = pointersTo(environment);
+  char* const noVariables[] = {nullptr};
   pid_ = fork();
   if (pid_ < 0) throw std::runtime_error("cannot start " + command[0]);
   if (pid_ > 0) return;
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   const int nowhere = open("/dev/null", O_RDWR);
   for (int standard = 0; standard <= 2; ++standard) dup2(nowhere, standard);
-  for (const int descriptor : keep) fcntl(descriptor, F_SETFD, 0);
-  execve(arguments[0], arguments.data(), variables.data());
+  execve(arguments[0], arguments.data(), noVariables);
   _exit(127);
 }
 
+// Asked first, so that a server takes its own children along.
 Process::~Process() {
-  if (reaped_) return;
+  if (!running()) return;
+  kill(pid_, SIGTERM);
+  if (eventually([this] { return !running(); })) return;
   kill(pid_, SIGKILL);
   waitpid(pid_, nullptr, 0);
 }

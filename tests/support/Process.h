@@ -10,9 +10,8 @@ namespace keystrand::test {
 
 class Process {
  public:
-  // Descriptors in `keep` stay open in the program; its output is dropped. It dies with the thread that started it.
-  Process(const std::vector<std::string>& command, const std::vector<std::string>& environment,
-          const std::vector<int>& keep = {});
+  // Its environment is empty and its output is dropped. It dies with the thread that started it.
+  explicit Process(const std::vector<std::string>& command);
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;
   ~Process();

@@ -1,0 +1,59 @@
+#include "support/ProxyServers.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <stdexcept>
+
+#include "support/Socket.h"
+#include "support/TestData.h"
+
+namespace keystrand::test {
+
+namespace {
+
+std::string thisUser() {
+  const passwd* entry = getpwuid(geteuid());
+  return entry != nullptr ? entry->pw_name : "nobody";
+}
+
+}  // namespace
+
+ProxyServer::ProxyServer() : port_(freePort()) {}
+
+void ProxyServer::start(const std::string& program, const std::string& configuration) {
+  const std::string path = folder_ / "conf";
+  std::ofstream(path) << configuration;
+  std::vector<std::string> command = {findProgram(program)};
+  if (program == "danted")
+    command.insert(command.end(), {"-f", path, "-p", folder_ / "pid"});
+  else
+    command.insert(command.end(), {"-d", "-c", path});
+  process_.emplace(command);
+  if (!eventually([&] { return accepts(port_) || !process_->running(); }) || !process_->running())
+    throw std::runtime_error(program + " did not start");
+}
+
+bool ProxyServer::logged(const std::string& text) const {
+  return eventually([&] {
+    const ByteString log = readFile(logPath());
+    return std::string(log.begin(), log.end()).find(text) != std::string::npos;
+  });
+}
+
+HTTPProxyServer::HTTPProxyServer(const std::string& user, const std::string& password) {
+  start("tinyproxy", "Port " + std::to_string(port()) + "\nListen 127.0.0.1\nTimeout 60\nLogFile \"" + logPath() +
+                         "\"\nLogLevel Connect\nAllow 127.0.0.1\n" +
+                         (user.empty() ? "" : "BasicAuth " + user + " " + password + "\n"));
+}
+
+SOCKSProxyServer::SOCKSProxyServer() {
+  start("danted", "logoutput: " + logPath() + "\ninternal: 127.0.0.1 port = " + std::to_string(port()) +
+                      "\nexternal: 127.0.0.1\nclientmethod: none\nsocksmethod: none\nuser.privileged: " + thisUser() +
+                      "\nuser.unprivileged: " + thisUser() +
+                      "\nclient pass { from: 127.0.0.0/8 to: 0.0.0.0/0 }\n"
+                      "socks pass { from: 127.0.0.0/8 to: 0.0.0.0/0 log: connect }\n");
+}
+
+}  // namespace keystrand::test

@@ -67,8 +67,7 @@ bool NginxServer::start(const std::string& directives) {
   port_ = freePort();
   httpsPort_ = freePort();
   writeConfiguration(directives);
-  process_.emplace(std::vector<std::string>{findProgram("nginx"), "-p", folder_.path(), "-c", folder_ / "nginx.conf"},
-                   std::vector<std::string>{});
+  process_.emplace(std::vector<std::string>{findProgram("nginx"), "-p", folder_.path(), "-c", folder_ / "nginx.conf"});
   const auto settled = [this] { return !process_->running() || (accepts(port_) && accepts(httpsPort_)); };
   return eventually(settled) && process_->running();
 }

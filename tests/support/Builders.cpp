@@ -1,0 +1,228 @@
+#include "support/Builders.h"
+
+#include <openssl/bn.h>
+#include <openssl/conf.h>
+#include <openssl/err.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/rsa.h>
+#include <openssl/x509v3.h>
+
+#include <map>
+#include <stdexcept>
+#include <utility>
+
+namespace keystrand::test {
+
+namespace {
+
+template <auto Release>
+struct Releaser {
+  void operator()(auto* handle) const noexcept { Release(handle); }
+};
+using X509Handle = std::unique_ptr<X509, Releaser<&X509_free>>;
+using CRLHandle = std::unique_ptr<X509_CRL, Releaser<&X509_CRL_free>>;
+using RevokedHandle = std::unique_ptr<X509_REVOKED, Releaser<&X509_REVOKED_free>>;
+using NameHandle = std::unique_ptr<X509_NAME, Releaser<&X509_NAME_free>>;
+using ExtensionHandle = std::unique_ptr<X509_EXTENSION, Releaser<&X509_EXTENSION_free>>;
+using IntegerHandle = std::unique_ptr<ASN1_INTEGER, Releaser<&ASN1_INTEGER_free>>;
+using TimeHandle = std::unique_ptr<ASN1_TIME, Releaser<&ASN1_TIME_free>>;
+using BigNumber = std::unique_ptr<BIGNUM, Releaser<&BN_free>>;
+using DigestContext = std::unique_ptr<EVP_MD_CTX, Releaser<&EVP_MD_CTX_free>>;
+using ConfHandle = std::unique_ptr<CONF, Releaser<&NCONF_free>>;
+using BioHandle = std::unique_ptr<BIO, Releaser<&BIO_free>>;
+
+// A mistake of the test itself: the process ends with the message.
+void require(bool done, const std::string& what) {
+  const char* reason = ERR_reason_error_string(ERR_peek_last_error());
+  if (!done) throw std::runtime_error("builder: " + what + ": " + (reason != nullptr ? reason : "refused"));
+}
+
+template <class T>
+T* made(T* handle, const std::string& what) {
+  require(handle != nullptr, what);
+  return handle;
+}
+
+template <class T, class Encode>
+ByteString encoded(T* object, Encode encode) {
+  ByteString der(static_cast<std::size_t>(encode(object, nullptr)));
+  unsigned char* out = der.data();
+  encode(object, &out);
+  return der;
+}
+
+NameHandle nameOf(const NameSpec& spec) {
+  NameHandle name(X509_NAME_new());
+  for (const Attribute& attribute : spec) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(attribute.value.data());
+    require(X509_NAME_add_entry_by_txt(name.get(), attribute.label.c_str(),
+                                       attribute.type != 0 ? attribute.type : MBSTRING_UTF8, bytes,
+                                       static_cast<int>(attribute.value.size()), -1, attribute.inSameRDN ? -1 : 0) == 1,
+            attribute.label);
+  }
+  return name;
+}
+
+IntegerHandle integerOf(const std::string& hex) {
+  BIGNUM* number = nullptr;
+  require(BN_hex2bn(&number, hex.c_str()) == static_cast<int>(hex.size()), hex);
+  const BigNumber owned(number);
+  return IntegerHandle(BN_to_ASN1_INTEGER(number, nullptr));
+}
+
+TimeHandle timeOf(const std::string& text) {
+  TimeHandle time(ASN1_TIME_new());
+  require(ASN1_TIME_set_string_X509(time.get(), text.c_str()) == 1, text);
+  return time;
+}
+
+ExtensionHandle extensionOf(const ExtensionSpec& spec, X509V3_CTX& context) {
+  ConfHandle conf(NCONF_new(nullptr));
+  const BioHandle text(BIO_new_mem_buf(spec.sections.data(), static_cast<int>(spec.sections.size())));
+  require(spec.sections.empty() || NCONF_load_bio(conf.get(), text.get(), nullptr) == 1, spec.sections);
+  X509V3_set_nconf(&context, conf.get());
+  return ExtensionHandle(
+      made(X509V3_EXT_nconf(conf.get(), &context, spec.name.c_str(), spec.value.c_str()), spec.name));
+}
+
+// Adds each extension with `add`, which is one of OpenSSL's three functions for it.
+template <class T, class Add>
+void addExtensions(T* target, const std::vector<ExtensionSpec>& specs, X509* issuer, X509* subject, X509_CRL* crl,
+                   Add add) {
+  X509V3_CTX context;
+  X509V3_set_ctx(&context, issuer, subject, nullptr, crl, 0);
+  for (const ExtensionSpec& spec : specs) {
+    require(add(target, extensionOf(spec, context).get(), -1) == 1, spec.name);
+  }
+}
+
+// Digest, padding and key ready to sign, as X509_sign_ctx and X509_CRL_sign_ctx take them.
+DigestContext signer(const PrivateKey& key, const SigningSpec& spec) {
+  DigestContext context(EVP_MD_CTX_new());
+  EVP_PKEY_CTX* keyContext = nullptr;
+  require(EVP_DigestSignInit(context.get(), &keyContext, EVP_get_digestbyname(spec.digest.c_str()), nullptr,
+                             key.get()) == 1,
+          spec.digest);
+  if (spec.pss) {
+    require(EVP_PKEY_CTX_set_rsa_padding(keyContext, RSA_PKCS1_PSS_PADDING) == 1, "PSS");
+    require(EVP_PKEY_CTX_set_rsa_pss_saltlen(keyContext, RSA_PSS_SALTLEN_DIGEST) == 1, "PSS");
+  }
+  return context;
+}
+
+X509Handle decodedCertificate(const ByteString& der) {
+  const unsigned char* at = der.data();
+  return X509Handle(made(d2i_X509(nullptr, &at, static_cast<long>(der.size())), "certificate"));
+}
+
+// Without an issuer the certificate is its own.
+ByteString signedCertificate(const CertificateSpec& spec, const PrivateKey& issuerKey, const X509Handle& issuer) {
+  X509Handle certificate(X509_new());
+  X509* x = certificate.get();
+  X509_set_version(x, spec.version);
+  X509_set_serialNumber(x, integerOf(spec.serial).get());
+  X509_set_subject_name(x, nameOf(spec.subject).get());
+  X509_set_issuer_name(x, spec.issuer ? nameOf(*spec.issuer).get() : X509_get_subject_name(issuer ? issuer.get() : x));
+  X509_set1_notBefore(x, timeOf(spec.notBefore).get());
+  X509_set1_notAfter(x, timeOf(spec.notAfter).get());
+  require(X509_set_pubkey(x, spec.key.get()) == 1, "public key");
+  if (spec.version >= 2) addExtensions(x, spec.extensions, issuer ? issuer.get() : x, x, nullptr, X509_add_ext);
+  require(X509_sign_ctx(x, signer(issuerKey, spec.signing).get()) > 0, "signature of a certificate");
+  return encoded(x, i2d_X509);
+}
+
+void addEntry(X509_CRL* crl, const CRLEntrySpec& spec) {
+  RevokedHandle entry(X509_REVOKED_new());
+  X509_REVOKED_set_serialNumber(entry.get(), integerOf(spec.serial).get());
+  X509_REVOKED_set_revocationDate(entry.get(), timeOf(spec.revocationDate).get());
+  if (!spec.extensions.empty()) {
+    addExtensions(entry.get(), spec.extensions, nullptr, nullptr, crl, X509_REVOKED_add_ext);
+  }
+  require(X509_CRL_add0_revoked(crl, entry.get()) == 1, spec.serial);
+  static_cast<void>(entry.release());
+}
+
+EVP_PKEY* generated(const std::string& kind) {
+  if (kind.starts_with("RSA-")) {
+    return EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", static_cast<std::size_t>(std::stoul(kind.substr(4))));
+  }
+  return EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", kind.c_str());
+}
+
+}  // namespace
+
+PrivateKey privateKey(const std::string& kind, int number) {
+  static std::map<std::pair<std::string, int>, PrivateKey> keys;
+  PrivateKey& key = keys[{kind, number}];
+  if (!key) key.reset(made(generated(kind), kind), EVP_PKEY_free);
+  return key;
+}
+
+Authority makeAuthority(const AuthoritySpec& spec, const Authority* issuer) {
+  CertificateSpec certificate{.serial = spec.serial,
+                              .subject = spec.subject,
+                              .notBefore = spec.notBefore,
+                              .notAfter = spec.notAfter,
+                              .key = spec.key,
+                              .extensions = spec.extensions,
+                              .signing = spec.signing};
+  if (issuer != nullptr) return {spec.key, makeCertificate(*issuer, certificate)};
+  return {spec.key, signedCertificate(certificate, spec.key, nullptr)};
+}
+
+ByteString makeCertificate(const Authority& issuer, const CertificateSpec& spec) {
+  return signedCertificate(spec, issuer.key, decodedCertificate(issuer.certificate));
+}
+
+ByteString makeCRL(const Authority& issuer, const CRLSpec& spec) {
+  const X509Handle certificate = decodedCertificate(issuer.certificate);
+  CRLHandle handle(X509_CRL_new());
+  X509_CRL* crl = handle.get();
+  if (spec.version != 0) X509_CRL_set_version(crl, spec.version);
+  X509_CRL_set_issuer_name(crl, spec.issuer ? nameOf(*spec.issuer).get() : X509_get_subject_name(certificate.get()));
+  X509_CRL_set1_lastUpdate(crl, timeOf(spec.thisUpdate).get());
+  if (spec.nextUpdate) X509_CRL_set1_nextUpdate(crl, timeOf(*spec.nextUpdate).get());
+  for (const CRLEntrySpec& entry : spec.entries) addEntry(crl, entry);
+  if (spec.version != 0) addExtensions(crl, spec.extensions, certificate.get(), nullptr, crl, X509_CRL_add_ext);
+  require(X509_CRL_sign_ctx(crl, signer(issuer.key, spec.signing).get()) > 0, "signature of a CRL");
+  return encoded(crl, i2d_X509_CRL);
+}
+
+ByteString toPEM(const ByteString& der, const std::string& label) {
+  const BioHandle out(BIO_new(BIO_s_mem()));
+  require(PEM_write_bio(out.get(), label.c_str(), "", der.data(), static_cast<long>(der.size())) > 0, label);
+  char* text = nullptr;
+  const long n = BIO_get_mem_data(out.get(), &text);
+  return {text, text + n};
+}
+
+ByteString fromPEM(const std::string& text) {
+  const BioHandle in(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
+  char* label = nullptr;
+  char* header = nullptr;
+  unsigned char* bytes = nullptr;
+  long n = 0;
+  ByteString der;
+  if (PEM_read_bio(in.get(), &label, &header, &bytes, &n) == 1) der.assign(bytes, bytes + n);
+  OPENSSL_free(label);
+  OPENSSL_free(header);
+  OPENSSL_free(bytes);
+  ERR_clear_error();
+  return der;
+}
+
+ByteString fromHex(const std::string& digits) {
+  long n = 0;
+  unsigned char* bytes = made(OPENSSL_hexstr2buf(digits.c_str(), &n), digits);
+  ByteString out(bytes, bytes + n);
+  OPENSSL_free(bytes);
+  return out;
+}
+
+ByteString withBitFlipped(ByteString bytes, std::size_t bitFromEnd) {
+  bytes.at(bytes.size() - 1 - bitFromEnd / 8) ^= static_cast<unsigned char>(1U << bitFromEnd % 8);
+  return bytes;
+}
+
+}  // namespace keystrand::test

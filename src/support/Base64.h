@@ -14,9 +14,15 @@ namespace keystrand {
 std::string encodeBase64(std::span<const unsigned char> bytes);
 // A line feed after every 64 characters, none at the end.
 std::string encodeBase64Lines(std::span<const unsigned char> bytes);
-// Lenient: every character outside the alphabet is passed over. Nothing when no byte comes out.
+// Lenient: every character outside the alphabet is passed over, padding and line ends among them, and so are bits that
+// fill no byte. Nothing when no byte comes out.
 std::optional<Bytes> decodeBase64(std::span<const unsigned char> text);
-// Strict about padding and groups; target may be source. False, with n 0, on failure.
+// The same into memory of at least 3/4 of the text's size, which may begin where the text begins or before it. Returns
+// the number of bytes written.
+std::size_t decodeBase64To(std::span<const unsigned char> text, unsigned char* target);
+// Strict: groups of four, '=' only where it completes one; characters of neither kind are passed over. Padded texts may
+// follow one another as long as no bits get lost between them. n is the size of the text going in and of the bytes
+// coming out; target may be source. On failure n is 0 and nothing was written.
 bool decodeBase64InPlace(const unsigned char* source, unsigned char* target, std::size_t& n);
 
 }  // namespace keystrand

@@ -1,0 +1,156 @@
+#include "support/Base64.h"
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+
+namespace keystrand {
+
+namespace {
+
+constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr std::uint8_t kOther = 0x80;  // the bit that no value of the alphabet has
+constexpr std::size_t kLineLength = 64;
+
+constexpr std::array<std::uint8_t, 256> kValues = [] {
+  std::array<std::uint8_t, 256> values{};
+  values.fill(kOther);
+  for (std::uint8_t i = 0; i < 64; ++i) values[static_cast<unsigned char>(kAlphabet[i])] = i;
+  return values;
+}();
+
+// Four characters of every three bytes, '=' filling up the last group.
+void encodeInto(std::span<const unsigned char> bytes, char* out) {
+  const auto letter = [](std::uint32_t bits) { return kAlphabet[bits & 63]; };
+  for (; bytes.size() >= 3; bytes = bytes.subspan(3), out += 4) {
+    const std::uint32_t bits = std::uint32_t{bytes[0]} << 16 | std::uint32_t{bytes[1]} << 8 | bytes[2];
+    out[0] = letter(bits >> 18);
+    out[1] = letter(bits >> 12);
+    out[2] = letter(bits >> 6);
+    out[3] = letter(bits);
+  }
+  if (bytes.empty()) return;
+  const std::uint32_t bits = std::uint32_t{bytes[0]} << 16 | (bytes.size() == 2 ? std::uint32_t{bytes[1]} << 8 : 0);
+  out[0] = letter(bits >> 18);
+  out[1] = letter(bits >> 12);
+  out[2] = bytes.size() == 2 ? letter(bits >> 6) : '=';
+  out[3] = '=';
+}
+
+// How many characters of the text belong to the alphabet.
+std::size_t countAlphabet(std::span<const unsigned char> text) {
+  std::size_t count = 0;
+  for (const unsigned char c : text) count += kValues[c] < kOther;
+  return count;
+}
+
+// A byte for every 8 bits; the bits left over are dropped.
+std::size_t sizeOf(std::size_t characters) {
+  return characters / 4 * 3 + characters % 4 * 3 / 4;
+}
+
+struct Segment {
+  std::span<const unsigned char> text;  // up to the padding or the end
+  std::size_t padding = 0;              // how many '=' follow it
+};
+
+// Cuts the next padded text off the front; nothing when its padding is wrong. In a group of four, '=' may stand at the
+// third place, another one right behind it, or at the fourth.
+std::optional<Segment> nextSegment(std::span<const unsigned char>& text) {
+  const void* found = text.empty() ? nullptr : std::memchr(text.data(), '=', text.size());
+  if (found == nullptr) {
+    const Segment last{text, 0};
+    text = {};
+    return last;
+  }
+  Segment segment{text.first(static_cast<std::size_t>(static_cast<const unsigned char*>(found) - text.data())), 0};
+  const std::size_t place = countAlphabet(segment.text) % 4;
+  if (place < 2) return std::nullopt;
+  segment.padding = 4 - place;
+  text = text.subspan(segment.text.size());
+  if (text.size() < segment.padding || text[segment.padding - 1] != '=') return std::nullopt;
+  text = text.subspan(segment.padding);
+  return segment;
+}
+
+// The size of what the strict decoder would write, 0 when it refuses the text.
+std::size_t strictSize(std::span<const unsigned char> text) {
+  std::size_t characters = 0;
+  std::size_t written = 0;
+  while (!text.empty()) {
+    const std::optional<Segment> segment = nextSegment(text);
+    if (!segment) return 0;
+    const std::size_t count = countAlphabet(segment->text);
+    if ((count + segment->padding) % 4 != 0) return 0;
+    characters += count;
+    written += sizeOf(count);
+  }
+  return written == sizeOf(characters) ? written : 0;  // differs where padding inside the text dropped bits
+}
+
+}  // namespace
+
+std::string encodeBase64(std::span<const unsigned char> bytes) {
+  std::string text((bytes.size() + 2) / 3 * 4, '\0');
+  encodeInto(bytes, text.data());
+  return text;
+}
+
+std::string encodeBase64Lines(std::span<const unsigned char> bytes) {
+  const std::string text = encodeBase64(bytes);
+  std::string lines;
+  lines.reserve(text.size() + text.size() / kLineLength);
+  for (std::size_t at = 0; at < text.size(); at += kLineLength) {
+    if (at != 0) lines += '\n';
+    lines.append(text, at, kLineLength);
+  }
+  return lines;
+}
+
+std::size_t decodeBase64To(std::span<const unsigned char> text, unsigned char* target) {
+  unsigned char* out = target;
+  std::uint32_t bits = 0;
+  int count = 0;  // characters of the group that bits holds
+  const unsigned char* in = text.data();
+  const unsigned char* const end = in + text.size();
+  while (in != end) {
+    if (count == 0 && end - in >= 4) {  // a group without anything else in it
+      const std::uint32_t a = kValues[in[0]];
+      const std::uint32_t b = kValues[in[1]];
+      const std::uint32_t c = kValues[in[2]];
+      const std::uint32_t d = kValues[in[3]];
+      if (((a | b | c | d) & kOther) == 0) {
+        bits = a << 18 | b << 12 | c << 6 | d;
+        out[0] = static_cast<unsigned char>(bits >> 16);
+        out[1] = static_cast<unsigned char>(bits >> 8);
+        out[2] = static_cast<unsigned char>(bits);
+        out += 3;
+        in += 4;
+        continue;
+      }
+    }
+    const std::uint8_t value = kValues[*in++];
+    if (value == kOther) continue;
+    bits = bits << 6 | value;
+    count = (count + 1) % 4;
+    if (count != 1) *out++ = static_cast<unsigned char>(bits >> (count == 0 ? 0 : 8 - 2 * count));
+  }
+  return static_cast<std::size_t>(out - target);
+}
+
+std::optional<Bytes> decodeBase64(std::span<const unsigned char> text) {
+  Bytes bytes(sizeOf(text.size()));
+  bytes.resize(decodeBase64To(text, bytes.data()));
+  if (bytes.empty()) return std::nullopt;
+  return bytes;
+}
+
+bool decodeBase64InPlace(const unsigned char* source, unsigned char* target, std::size_t& n) {
+  std::span<const unsigned char> text(source, source != nullptr ? n : 0);
+  n = target != nullptr ? strictSize(text) : 0;
+  if (n == 0) return false;
+  for (std::size_t written = 0; written < n;) written += decodeBase64To(nextSegment(text)->text, target + written);
+  return true;
+}
+
+}  // namespace keystrand

@@ -1,0 +1,98 @@
+// The PKCS #11 module built into the library: one virtual slot, its sessions and their objects, all in memory.
+//
+// One for the process, made when it is first asked for and never freed. Each member is the standard's function of that
+// name and gives its return values. A function of a session takes the session that the caller's handle names; what it
+// returns for a null pointer is CKR_ARGUMENTS_BAD.
+//
+// Thread: no lock. Every call is made under the semaphore of the device.
+#pragma once
+
+#include <p11-kit/pkcs11.h>
+
+#include <array>
+#include <map>
+#include <memory>
+
+#include "crypto/SystemRandomGenerator.h"
+#include "crypto/token/PKCS11Storage.h"
+#include "crypto/token/TokenSession.h"
+
+namespace keystrand {
+
+class PKCS11CryptoKi {
+ public:
+  static PKCS11CryptoKi& instance();
+
+  // Counts a binding; the module is ready from the first one on. C_Finalize takes one back, and the last one closes
+  // every session, so that one binding does not take the sessions of another away.
+  void bind() noexcept { ++bindings_; }
+  [[nodiscard]] bool isReady() const noexcept { return bindings_ > 0; }
+
+  CK_RV initialize(void* arguments);
+  CK_RV finalize(void* reserved);
+  CK_RV getInfo(CK_INFO* info);
+  CK_RV getSlotList(CK_BBOOL tokenPresent, CK_SLOT_ID* slots, CK_ULONG* count);
+  CK_RV getSlotInfo(CK_SLOT_ID slot, CK_SLOT_INFO* info);
+  CK_RV getTokenInfo(CK_SLOT_ID slot, CK_TOKEN_INFO* info);
+  CK_RV getMechanismList(CK_SLOT_ID slot, CK_MECHANISM_TYPE* mechanisms, CK_ULONG* count);
+  CK_RV getMechanismInfo(CK_SLOT_ID slot, CK_MECHANISM_TYPE mechanism, CK_MECHANISM_INFO* info);
+
+  CK_RV openSession(CK_SLOT_ID slot, CK_FLAGS flags, void* application, CK_NOTIFY notify, CK_SESSION_HANDLE* session);
+  CK_RV closeSession(TokenSession& session);
+  CK_RV closeAllSessions(CK_SLOT_ID slot);
+  CK_RV getSessionInfo(TokenSession& session, CK_SESSION_INFO* info);
+  CK_RV getOperationState(TokenSession& session, CK_BYTE* state, CK_ULONG* length);
+  CK_RV setOperationState(TokenSession& session, CK_BYTE* state, CK_ULONG length, CK_OBJECT_HANDLE encryptionKey,
+                          CK_OBJECT_HANDLE authenticationKey);
+  CK_RV login(TokenSession& session, CK_USER_TYPE user, CK_BYTE* pin, CK_ULONG pinLength);
+  CK_RV logout(TokenSession& session);
+
+  CK_RV createObject(TokenSession& session, CK_ATTRIBUTE* attributes, CK_ULONG count, CK_OBJECT_HANDLE* object);
+  CK_RV copyObject(TokenSession& session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE* changes, CK_ULONG count,
+                   CK_OBJECT_HANDLE* copy);
+  CK_RV destroyObject(TokenSession& session, CK_OBJECT_HANDLE object);
+  CK_RV getObjectSize(TokenSession& session, CK_OBJECT_HANDLE object, CK_ULONG* size);
+  CK_RV getAttributeValue(TokenSession& session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE* attributes, CK_ULONG count);
+  CK_RV setAttributeValue(TokenSession& session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE* attributes, CK_ULONG count);
+  CK_RV findObjectsInit(TokenSession& session, CK_ATTRIBUTE* attributes, CK_ULONG count);
+  CK_RV findObjects(TokenSession& session, CK_OBJECT_HANDLE* objects, CK_ULONG maximum, CK_ULONG* count);
+  CK_RV findObjectsFinal(TokenSession& session);
+
+  CK_RV digestInit(TokenSession& session, CK_MECHANISM* mechanism);
+  CK_RV digest(TokenSession& session, CK_BYTE* data, CK_ULONG length, CK_BYTE* out, CK_ULONG* outLength);
+  CK_RV digestUpdate(TokenSession& session, CK_BYTE* part, CK_ULONG length);
+  CK_RV digestFinal(TokenSession& session, CK_BYTE* out, CK_ULONG* outLength);
+
+  CK_RV verifyInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key);
+  CK_RV verify(TokenSession& session, CK_BYTE* data, CK_ULONG length, CK_BYTE* signature, CK_ULONG signatureLength);
+  CK_RV verifyUpdate(TokenSession& session, CK_BYTE* part, CK_ULONG length);
+  CK_RV verifyFinal(TokenSession& session, CK_BYTE* signature, CK_ULONG signatureLength);
+
+  CK_RV seedRandom(TokenSession& session, CK_BYTE* seed, CK_ULONG length);
+  CK_RV generateRandom(TokenSession& session, CK_BYTE* out, CK_ULONG length);
+
+  // CKR_SESSION_HANDLE_INVALID outside the table, CKR_SESSION_CLOSED for a row that is not open.
+  CK_RV find(CK_SESSION_HANDLE handle, TokenSession*& session);
+
+ private:
+  struct ObjectEntry {
+    std::shared_ptr<PKCS11Storage> object;
+    CK_SESSION_HANDLE owner;
+  };
+
+  PKCS11CryptoKi();
+  CK_RV find(CK_OBJECT_HANDLE handle, std::shared_ptr<PKCS11Storage>& object) const;
+  CK_RV add(const TokenSession& owner, std::shared_ptr<PKCS11Storage> object, CK_OBJECT_HANDLE* handle);
+
+  int bindings_ = 0;
+  bool initialized_ = false;
+  CK_INFO info_{};
+  CK_SLOT_INFO slotInfo_{};
+  CK_TOKEN_INFO tokenInfo_{};
+  std::array<TokenSession, 5> sessions_;  // of the handles 1 to 5
+  std::map<CK_OBJECT_HANDLE, ObjectEntry> objects_;
+  CK_OBJECT_HANDLE lastObject_ = CK_INVALID_HANDLE;
+  SystemRandomGenerator random_;
+};
+
+}  // namespace keystrand

@@ -1,0 +1,102 @@
+// The objects of the module's sessions. The virtual token asks for no login, so private objects are open to every
+// session; and it keeps nothing, so token objects too end with the session that made them.
+#include <algorithm>
+
+#include "crypto/token/PKCS11CryptoKi.h"
+
+namespace keystrand {
+
+CK_RV PKCS11CryptoKi::find(CK_OBJECT_HANDLE handle, std::shared_ptr<PKCS11Storage>& object) const {
+  const auto row = objects_.find(handle);
+  if (row == objects_.end()) return CKR_OBJECT_HANDLE_INVALID;
+  object = row->second.object;
+  return CKR_OK;
+}
+
+CK_RV PKCS11CryptoKi::add(const TokenSession& owner, std::shared_ptr<PKCS11Storage> object, CK_OBJECT_HANDLE* handle) {
+  if (object->isOnToken() && !owner.isReadWrite()) return CKR_SESSION_READ_ONLY;
+  objects_.emplace_hint(objects_.end(), lastObject_ + 1, ObjectEntry{std::move(object), owner.handle});
+  *handle = ++lastObject_;
+  return CKR_OK;
+}
+
+CK_RV PKCS11CryptoKi::createObject(TokenSession& session, CK_ATTRIBUTE* attributes, CK_ULONG count,
+                                   CK_OBJECT_HANDLE* object) {
+  if (attributes == nullptr || object == nullptr) return CKR_ARGUMENTS_BAD;
+  std::shared_ptr<PKCS11Storage> made;
+  if (const CK_RV result = PKCS11Storage::make({attributes, count}, made); result != CKR_OK) return result;
+  return add(session, std::move(made), object);
+}
+
+CK_RV PKCS11CryptoKi::copyObject(TokenSession& session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE* changes, CK_ULONG count,
+                                 CK_OBJECT_HANDLE* copy) {
+  if ((changes == nullptr && count != 0) || copy == nullptr) return CKR_ARGUMENTS_BAD;
+  std::shared_ptr<PKCS11Storage> original;
+  if (const CK_RV result = find(object, original); result != CKR_OK) return result;
+  auto made = original->clone();
+  if (const CK_RV result = made->change({changes, count}, Access::kOnCopy); result != CKR_OK) return result;
+  return add(session, std::move(made), copy);
+}
+
+CK_RV PKCS11CryptoKi::destroyObject(TokenSession& session, CK_OBJECT_HANDLE object) {
+  const auto row = objects_.find(object);
+  if (row == objects_.end()) return CKR_OBJECT_HANDLE_INVALID;
+  if (row->second.object->isOnToken() && !session.isReadWrite()) return CKR_SESSION_READ_ONLY;
+  objects_.erase(row);
+  return CKR_OK;
+}
+
+CK_RV PKCS11CryptoKi::getObjectSize(TokenSession&, CK_OBJECT_HANDLE object, CK_ULONG* size) {
+  if (size == nullptr) return CKR_ARGUMENTS_BAD;
+  std::shared_ptr<PKCS11Storage> meant;
+  if (const CK_RV result = find(object, meant); result != CKR_OK) return result;
+  *size = meant->size();
+  return CKR_OK;
+}
+
+CK_RV PKCS11CryptoKi::getAttributeValue(TokenSession&, CK_OBJECT_HANDLE object, CK_ATTRIBUTE* attributes,
+                                        CK_ULONG count) {
+  if (attributes == nullptr) return CKR_ARGUMENTS_BAD;
+  std::shared_ptr<PKCS11Storage> meant;
+  if (const CK_RV result = find(object, meant); result != CKR_OK) return result;
+  return meant->read({attributes, count});
+}
+
+CK_RV PKCS11CryptoKi::setAttributeValue(TokenSession& session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE* attributes,
+                                        CK_ULONG count) {
+  if (attributes == nullptr) return CKR_ARGUMENTS_BAD;
+  std::shared_ptr<PKCS11Storage> meant;
+  if (const CK_RV result = find(object, meant); result != CKR_OK) return result;
+  if (meant->isOnToken() && !session.isReadWrite()) return CKR_SESSION_READ_ONLY;
+  return meant->isModifiable() ? meant->change({attributes, count}, Access::kFree) : CKR_ATTRIBUTE_READ_ONLY;
+}
+
+CK_RV PKCS11CryptoKi::findObjectsInit(TokenSession& session, CK_ATTRIBUTE* attributes, CK_ULONG count) {
+  if (attributes == nullptr && count != 0) return CKR_ARGUMENTS_BAD;
+  if (session.found) return CKR_OPERATION_ACTIVE;
+  std::vector<CK_OBJECT_HANDLE> matching;
+  for (auto row = objects_.rbegin(); row != objects_.rend(); ++row) {
+    if (row->second.object->matches({attributes, count})) matching.push_back(row->first);
+  }
+  session.found = std::move(matching);
+  return CKR_OK;
+}
+
+CK_RV PKCS11CryptoKi::findObjects(TokenSession& session, CK_OBJECT_HANDLE* objects, CK_ULONG maximum, CK_ULONG* count) {
+  if (objects == nullptr || count == nullptr) return CKR_ARGUMENTS_BAD;
+  if (!session.found) return CKR_OPERATION_NOT_INITIALIZED;
+  auto& left = *session.found;
+  for (*count = 0; *count < maximum && !left.empty(); ++*count) {
+    objects[*count] = left.back();
+    left.pop_back();
+  }
+  return CKR_OK;
+}
+
+CK_RV PKCS11CryptoKi::findObjectsFinal(TokenSession& session) {
+  if (!session.found) return CKR_OPERATION_NOT_INITIALIZED;
+  session.found.reset();
+  return CKR_OK;
+}
+
+}  // namespace keystrand

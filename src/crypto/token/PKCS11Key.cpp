@@ -1,0 +1,21 @@
+#include "crypto/token/PKCS11Key.h"
+
+namespace keystrand {
+
+namespace {
+
+constexpr AttributeRow kRows[] = {
+    {CKA_KEY_TYPE, ValueKind::kNumber, Access::kFixed, true},
+    {CKA_ID, ValueKind::kBytes, Access::kFree},
+    {CKA_START_DATE, ValueKind::kDate, Access::kFree},
+    {CKA_END_DATE, ValueKind::kDate, Access::kFree},
+    {CKA_DERIVE, ValueKind::kBool, Access::kFree},
+    {CKA_LOCAL, ValueKind::kBool, Access::kComputed},
+    {CKA_KEY_GEN_MECHANISM, ValueKind::kNumber, Access::kComputed, false, CK_UNAVAILABLE_INFORMATION},
+};
+
+}  // namespace
+
+constinit const AttributeTable PKCS11Key::kTable{&PKCS11Storage::kTable, kRows};
+
+}  // namespace keystrand

@@ -1,0 +1,16 @@
+// A key object (PKCS #11 v2.20 section 10.7).
+#pragma once
+
+#include "crypto/token/PKCS11Storage.h"
+
+namespace keystrand {
+
+class PKCS11Key : public PKCS11Storage {
+ public:
+  [[nodiscard]] CK_KEY_TYPE keyType() const { return number(CKA_KEY_TYPE); }
+
+ protected:
+  static const AttributeTable kTable;
+};
+
+}  // namespace keystrand

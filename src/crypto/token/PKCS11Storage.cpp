@@ -1,0 +1,78 @@
+#include "crypto/token/PKCS11Storage.h"
+
+#include <algorithm>
+
+#include "crypto/token/PKCS11Certificate.h"
+#include "crypto/token/PKCS11Data.h"
+#include "crypto/token/PKCS11ECDSAPublicKey.h"
+#include "crypto/token/PKCS11RSAPublicKey.h"
+
+namespace keystrand {
+
+namespace {
+
+constexpr AttributeRow kRows[] = {
+    {CKA_TOKEN, ValueKind::kBool, Access::kOnCopy},
+    {CKA_PRIVATE, ValueKind::kBool, Access::kOnCopy},
+    {CKA_MODIFIABLE, ValueKind::kBool, Access::kOnCopy, false, CK_TRUE},
+    {CKA_LABEL, ValueKind::kBytes, Access::kFree},
+};
+
+template <class Object>
+std::shared_ptr<PKCS11Storage> makeEmpty() {
+  return std::make_shared<Object>();
+}
+
+// A class that has no types of its own repeats its CKA_CLASS.
+struct ObjectRow {
+  CK_OBJECT_CLASS objectClass;
+  CK_ATTRIBUTE_TYPE typeAttribute;
+  CK_ULONG type;
+  std::shared_ptr<PKCS11Storage> (*makeEmpty)();
+};
+
+constexpr ObjectRow kObjects[] = {
+    {CKO_DATA, CKA_CLASS, CKO_DATA, makeEmpty<PKCS11Data>},
+    {CKO_CERTIFICATE, CKA_CERTIFICATE_TYPE, CKC_X_509, makeEmpty<PKCS11PublicKeyCertificate>},
+    {CKO_CERTIFICATE, CKA_CERTIFICATE_TYPE, CKC_VENDOR_DEFINED, makeEmpty<PKCS11VendorDefinedCertificate>},
+    {CKO_PUBLIC_KEY, CKA_KEY_TYPE, CKK_RSA, makeEmpty<PKCS11RSAPublicKey>},
+    {CKO_PUBLIC_KEY, CKA_KEY_TYPE, CKK_EC, makeEmpty<PKCS11ECDSAPublicKey>},
+};
+
+CK_RV findNumber(std::span<const CK_ATTRIBUTE> given, CK_ATTRIBUTE_TYPE type, CK_ULONG& out) {
+  const auto attribute = std::ranges::find(given, type, &CK_ATTRIBUTE::type);
+  if (attribute == given.end()) return CKR_TEMPLATE_INCOMPLETE;
+  const auto number = numberIn(valueIn(*attribute));
+  out = number.value_or(0);
+  return number ? CKR_OK : CKR_ATTRIBUTE_VALUE_INVALID;
+}
+
+// A class or type that this token does not keep is an invalid value.
+CK_RV findRow(std::span<const CK_ATTRIBUTE> given, const ObjectRow*& out) {
+  CK_ULONG objectClass = 0;
+  if (const CK_RV found = findNumber(given, CKA_CLASS, objectClass); found != CKR_OK) return found;
+  for (const ObjectRow& row : kObjects) {
+    if (row.objectClass != objectClass) continue;
+    CK_ULONG type = 0;
+    if (const CK_RV found = findNumber(given, row.typeAttribute, type); found != CKR_OK) return found;
+    if (row.type != type) continue;
+    out = &row;
+    return CKR_OK;
+  }
+  return CKR_ATTRIBUTE_VALUE_INVALID;
+}
+
+}  // namespace
+
+constinit const AttributeTable PKCS11Storage::kTable{&PKCS11Object::kTable, kRows};
+
+CK_RV PKCS11Storage::make(std::span<const CK_ATTRIBUTE> given, std::shared_ptr<PKCS11Storage>& out) {
+  const ObjectRow* row = nullptr;
+  if (const CK_RV found = findRow(given, row); found != CKR_OK) return found;
+  auto object = row->makeEmpty();
+  const CK_RV created = object->create(given);
+  if (created == CKR_OK) out = std::move(object);
+  return created;
+}
+
+}  // namespace keystrand

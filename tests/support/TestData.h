@@ -35,6 +35,8 @@ inline std::filesystem::path publishedVectors() {
 }
 
 // The fixed inputs of this tree, tests/data.
-inline std::filesystem::path treeData() { return KEYSTRAND_TREE_DATA; }
+inline std::filesystem::path treeData() {
+  return KEYSTRAND_TREE_DATA;
+}
 
 }  // namespace keystrand::test

@@ -1,0 +1,119 @@
+#!/usr/bin/env bash
+# Shows the main job on real input.
+#   ./demo.sh                    CAs, certificates and CRLs that others made, served by a small local web server
+#   ./demo.sh CERT.pem CA.pem    is CERT, issued by CA, revoked? Its distribution points, the network for real
+# Installs what is missing, leaves no service behind.
+set -euo pipefail
+cd "$(dirname "$0")"
+scripts/install-dependencies.sh build demo
+
+echo "== Building"
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+cmake -S . -B build-demo -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
+cmake --build build-demo --target ask_revocation -- --quiet
+ask=$PWD/build-demo/examples/ask_revocation
+
+work=$(mktemp -d)
+server=
+cleanup() {
+  [[ -z $server ]] || kill "$server" 2>/dev/null || true
+  rm -rf "$work"
+}
+trap cleanup EXIT
+mkdir "$work/data" "$work/www"
+
+show_log() {
+  echo
+  echo "  The log says:"
+  sed 's/^/    /' "$work/log"
+  : >"$work/log"
+}
+
+if [[ $# -gt 0 ]]; then
+  [[ $# -eq 2 && -r $1 && -r $2 ]] || { sed -n '2,5s/^# \{0,1\}//p' "$0" >&2; exit 2; }
+  echo "== Asking about $1"
+  answered=0
+  "$ask" --data "$work/data" --log "$work/log" --ca "$2" --certificate "$1" || answered=$?
+  show_log
+  exit $answered
+fi
+
+cas=()
+questions=()
+url=
+
+# serve FILE: puts a CRL on the web server and tells where.
+serve() {
+  cp "$1" "$work/www/" && chmod u+w "$work/www/$(basename "$1")"
+  printf '%s/%s' "$url" "$(basename "$1")"
+}
+
+start_server() {
+  local port
+  python3 -u -m http.server --bind 127.0.0.1 --directory "$work/www" 0 >"$work/server" 2>&1 &
+  server=$!
+  for _ in $(seq 100); do
+    port=$(sed -n 's/.* port \([0-9]*\) .*/\1/p' "$work/server")
+    [[ -z $port ]] || break
+    sleep 0.1
+  done
+  [[ -n $port ]] || { echo "the local web server did not start" >&2; exit 1; }
+  url=http://127.0.0.1:$port
+}
+
+# The public key infrastructure test suite of NIST: certificates and CRLs that exercise every corner of RFC 5280.
+collect_nist() {
+  local pkits=/usr/lib/python3/dist-packages/cryptography_vectors/x509/PKITS_data row ca certificate
+  while read -r ca certificate; do
+    cas+=(--ca "$pkits/certs/${ca}Cert.crt")
+    questions+=(--certificate "$pkits/certs/$certificate.crt" --at "$(serve "$pkits/crls/${ca}CRL.crl")")
+  done <<'ROWS'
+GoodCA ValidCertificatePathTest1EE
+GoodCA InvalidRevokedEETest3EE
+LongSerialNumberCA InvalidLongSerialNumberTest18EE
+LongSerialNumberCA ValidLongSerialNumberTest17EE
+NegativeSerialNumberCA InvalidNegativeSerialNumberTest15EE
+UTF8StringEncodedNamesCA ValidUTF8StringEncodedNamesTest9EE
+ROWS
+}
+
+# First serial number that OpenSSL finds on a CRL.
+first_revoked() {
+  openssl crl -inform DER -in "$1" -noout -text 2>/dev/null | sed -n 's/^ *Serial Number: *//p' | sed -n 1p
+}
+
+# CAs and CRLs of European trust service providers, where the folder with them is at hand.
+collect_european() {
+  local data=$1 ca crl serial address
+  while read -r ca crl; do
+    [[ -r $data/$ca && -r $data/$crl ]] || continue
+    cas+=(--ca "$data/$ca")
+    address=$(serve "$data/$crl")
+    serial=$(first_revoked "$data/$crl")
+    [[ -z $serial ]] || questions+=(--serial "$serial" --issuer "$data/$ca" --at "$address")
+    questions+=(--serial 0123456789ABCDEF --issuer "$data/$ca" --at "$address")
+  done <<'ROWS'
+crl/real/issuers/ti-trust-technologies-ca-1-737fbaf1.pem crl/real/crl_with_expiredCertsOnCRL_extension.crl
+crl/real/issuers/luxtrust-global-qualified-ca-3-bed0f19e.pem crl/real-embedded/luxtrust-global-qualified-ca-3-2017-06-01-7aa4e2.crl
+crl/real/issuers/ca-of-the-justice-of-ukraine-486e2dc1.pem crl/real/CA-5358AA45-Full.crl
+crl/real/issuers/d-trust-root-ca-1-2017-4d24807b.pem crl/real/d-trust_root_ca_1_2017.crl
+ROWS
+}
+
+start_server
+collect_nist
+if [[ -n ${KEYSTRAND_TESTDATA:-} ]]; then
+  collect_european "$KEYSTRAND_TESTDATA"
+else
+  echo "   (set KEYSTRAND_TESTDATA to a folder with real CAs and CRLs to have European ones among the questions)"
+fi
+
+echo "== Asking, with an empty cache: each CRL comes from the web server and is verified"
+"$ask" --data "$work/data" --log "$work/log" --save "${cas[@]}" "${questions[@]}"
+show_log
+
+kill "$server" && server=
+echo
+echo "== Restarting from the saved files, the web server gone: the cache answers, nothing is downloaded"
+"$ask" --data "$work/data" --log "$work/log" --mode 4 --load "${questions[@]}"
+show_log

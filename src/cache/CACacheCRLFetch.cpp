@@ -1,0 +1,162 @@
+// Retrieval of CRLs: by HTTP and HTTPS, directly or through a CRL proxy.
+#include <mutex>
+#include <string_view>
+#include <utility>
+
+#include "cache/CACache.h"
+#include "cache/CRLExtensions.h"
+#include "cache/CRLPlace.h"
+#include "cache/ContextLog.h"
+#include "cache/Library.h"
+#include "keystrand/support/SystemClock.h"
+#include "net/CurlSettings.h"
+#include "net/HTTPDate.h"
+#include "net/HTTPS.h"
+#include "net/URL.h"
+#include "support/Settings.h"
+
+namespace keystrand {
+namespace {
+
+// When a CRL is fetched; any other value acts as "when expired".
+constexpr unsigned char kOncePerSession = 1;
+constexpr unsigned char kAlways = 3;
+constexpr unsigned char kNever = 4;
+
+constexpr std::string_view kHTTPS = "https://";
+
+// The setting with the URI put in front of its query's "&", or at its end; nothing when no CRL proxy is set.
+std::optional<std::string> throughProxy(const std::string& uri) {
+  const std::lock_guard lock(library().crlProxyMutex);
+  const std::string& proxy = library().crlProxyUri;
+  if (proxy.empty()) return std::nullopt;
+  const std::size_t rest = std::min(proxy.find('&'), proxy.size());
+  return proxy.substr(0, rest) + httpEscape(uri) + proxy.substr(rest);
+}
+
+// After one failure the CRL proxy stays off until it is set again.
+void forgetProxy() {
+  const std::lock_guard lock(library().crlProxyMutex);
+  library().crlProxyUri.clear();
+}
+
+}  // namespace
+
+std::optional<std::string> uriOfGeneralName(const GeneralName& name) {
+  if (name.tag() != GeneralName::kURI || !name.textView()) return std::nullopt;
+  std::string uri = httpUnescape(*name.textView());
+  uri.resize(std::min(uri.find('\0'), uri.size()));  // the key is a NUL-terminated text
+  return uri;
+}
+
+bool isDue(const std::optional<X500Time>& nextUpdate) {
+  if (!nextUpdate) return true;
+  const std::unique_ptr<X500Time> now(SystemClock::now());
+  return nextUpdate->lessOrEqual(*now);
+}
+
+std::optional<DownloadedCRL> CACache::downloadCRL(const std::string& url, bool namedHTTPS, bool direct) {
+  const bool secure = namedHTTPS && url.starts_with(kHTTPS);
+  logMessage(Logger::kTrace, secure ? 4673 : 4698);
+  setCurlTimeout(settings().crlTimeout);
+  std::string time;
+  if (!httpsGetObjectAndTime(url, workBuffer_, time, direct)) return std::nullopt;
+  DownloadedCRL download{std::make_unique<CertificateList>(), parseHTTPDate(time)};
+  {
+    const SemaphoreLock device(semaphore_);
+    if (!download.crl->get(workBuffer_)) return std::nullopt;
+  }
+  logMessage(Logger::kTrace, secure ? 4674 : 4699);
+  return download;
+}
+
+std::optional<DownloadedCRL> CACache::downloadDirectly(const std::string& uri, int scheme) {
+  if (scheme != kSchemeHTTP && scheme != kSchemeHTTPS) return std::nullopt;
+  return downloadCRL(uri, true, false);
+}
+
+std::optional<DownloadedCRL> CACache::download(const std::string& uri) {
+  logMessage(Logger::kNotice, 4712, uri.c_str());
+  const std::optional<ParsedURL> parsed = httpParseURL(uri, true);
+  if (!parsed) return std::nullopt;
+  const std::optional<std::string> proxied = throughProxy(uri);
+  if (!proxied) return downloadDirectly(uri, parsed->scheme);
+  logMessage(Logger::kNotice, 4712, proxied->c_str());
+  const bool secure = proxied->starts_with(kHTTPS);
+  if (std::optional<DownloadedCRL> answer = downloadCRL(*proxied, secure, secure)) return answer;
+  logMessage(Logger::kNotice, 4712, uri.c_str());
+  std::optional<DownloadedCRL> answer = downloadDirectly(uri, parsed->scheme);
+  forgetProxy();
+  return answer;
+}
+
+bool CACache::refreshCRL(const std::string& uri, CRLRow& row) {
+  std::optional<DownloadedCRL> arrived = download(uri);
+  if (!arrived) return false;
+  auto entry = std::make_shared<CRLCacheEntry>(*row.snapshot());
+  if (!checkCRL(*arrived->crl, entry->caIndex, entry->certIndex)) return false;
+  const X500Time* thisUpdate = arrived->crl->thisUpdateView();
+  if (thisUpdate->lessOrEqual(entry->thisUpdate)) {  // not newer: the row keeps its CRL, and its timestamp too
+    row.publish(std::move(entry));
+    return true;
+  }
+  logMessage(Logger::kInformation, entry->crl ? 4638 : 4637);
+  entry->timestamp = arrived->timestamp;
+  entry->thisUpdate = *thisUpdate;
+  const X500Time* nextUpdate = arrived->crl->nextUpdateView();
+  entry->nextUpdate = nextUpdate != nullptr ? std::optional(*nextUpdate) : std::nullopt;
+  entry->expiredCertsOnCRL = expiredCertsOnCRLOf(*arrived->crl);
+  entry->issuer = arrived->crl->issuerView()->text();
+  entry->crl = std::move(arrived->crl);
+  row.publish(std::move(entry));
+  library().crlCacheModified = 1;
+  return true;
+}
+
+bool CACache::fillCRLRow(const std::string& uri, CRLRow& row) {
+  if (!refreshCRL(uri, row)) return false;
+  const CRLSnapshot held = row.snapshot();
+  if (!held->crl || !isDue(held->nextUpdate)) return true;
+  // What was just downloaded is stale already: the CRL itself may name a better place.
+  const auto place = issuingDistributionPointOf(*held->crl);
+  if (place && place->distributionPointView() != nullptr) {
+    followIssuingDistributionPoint(*place->distributionPointView(), row);
+  }
+  return true;
+}
+
+void CACache::followIssuingDistributionPoint(const DistributionPointName& name, CRLRow& row) {
+  const GeneralNameList* names = name.fullNameView();
+  for (int i = 0; names != nullptr && i < names->count(); ++i) {
+    if (const auto uri = uriOfGeneralName(*names->view(i))) refreshCRL(*uri, row);
+  }
+}
+
+std::optional<X500Time> CACache::requestCRLTimestamp(const std::string& uri) {
+  if (settings().timeStampCheck == 0) return std::nullopt;
+  const std::optional<ParsedURL> parsed = httpParseURL(uri, true);
+  if (!parsed || (parsed->scheme != kSchemeHTTP && parsed->scheme != kSchemeHTTPS)) return std::nullopt;
+  logMessage(Logger::kTrace, 4725);  // plain HTTP speaks the same words
+  setCurlTimeout(settings().crlTimeout);
+  const std::optional<std::string> text = httpsGetTime(uri, workBuffer_);
+  std::optional<X500Time> time;
+  if (text) time = parseHTTPDate(*text);
+  logMessage(Logger::kTrace, 4726);
+  return time;
+}
+
+bool CACache::needsFetch(const std::string& uri, const CRLCacheEntry& entry, bool cachedOnly) {
+  const unsigned char mode = settings().downloadMode;
+  if (mode == kNever) return false;
+  if (entry.crl && (mode == kOncePerSession || cachedOnly)) return false;
+  if (!entry.crl || mode == kAlways) return true;
+  // The server is asked first, so it is asked for an expired CRL too.
+  const std::optional<X500Time> remote = requestCRLTimestamp(uri);
+  return isDue(entry.nextUpdate) || (remote && entry.timestamp.less(*remote));
+}
+
+bool CACache::mayFetch() const {
+  return settings().downloadMode != kNever;
+}
+
+}  // namespace keystrand

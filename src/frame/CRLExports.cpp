@@ -1,0 +1,61 @@
+// The CRL table: its file, its search, the local CRLs of a context.
+#include <mutex>
+
+#include "cache/Library.h"
+#include "frame/Boundary.h"
+#include "keystrand/keystrand.h"
+
+using namespace keystrand;
+
+unsigned char cache_loadCRLCache(void* ctx) {
+  return onCache<unsigned char>(ctx, 0, [](CACache& c) { return c.loadCRLCache(library().crlCachePath); });
+}
+
+unsigned char cache_saveCRLCache(void* ctx) {
+  return onCache<unsigned char>(ctx, 0, [](CACache& c) { return c.saveCRLCache(library().crlCachePath); });
+}
+
+unsigned char cache_isCRLCacheLoaded() {
+  return guarded<unsigned char>(0, [] {
+    const std::lock_guard lock(library().crlMutex);
+    return library().crlTable.count() != 0;
+  });
+}
+
+unsigned char cache_isCRLCacheModified() {
+  return library().crlCacheModified;
+}
+
+void cache_clearCRLCacheModified() {
+  library().crlCacheModified = 0;
+}
+
+unsigned char cache_searchCRL(void* ctx, DistributionPointName* dp, int caRow, char* serial) {
+  return onCache<unsigned char>(ctx, 0, [&](CACache& c) { return c.searchCRL(dp, caRow, serial); });
+}
+
+CertificateList* cache_getCRL(void* ctx, DistributionPointName* dp, int caRow, Certificate** caCert) {
+  return cache_getCRL(ctx, dp, caRow, 0, caCert);
+}
+
+CertificateList* cache_getCRL(void* ctx, DistributionPointName* dp, int caRow, unsigned char cachedOnly,
+                              Certificate** caCert) {
+  return onCache<CertificateList*>(ctx, nullptr,
+                                   [&](CACache& c) { return c.getCRL(dp, caRow, cachedOnly != 0, caCert); });
+}
+
+void cache_setUseLocalCRLs(void* ctx, unsigned char use) {
+  if (ctx != nullptr) static_cast<CACache*>(ctx)->setUseLocalCRLs(use);
+}
+
+void cache_addLocalCRL(void* ctx, CertificateList* crl) {
+  guardedVoid([&] {
+    if (given(ctx, crl)) static_cast<CACache*>(ctx)->addLocalCRL(*crl);
+  });
+}
+
+void cache_removeLocalCRLs(void* ctx) {
+  guardedVoid([&] {
+    if (ctx != nullptr) static_cast<CACache*>(ctx)->removeLocalCRLs();
+  });
+}

@@ -1,0 +1,112 @@
+// The exported functions whose work is still to come: trust service lists, the update of the whole CRL table, OCSP
+// exchanges, proxy discovery and the SOCKS side of the socket transport. Each returns its failure value.
+// This list shrinks to nothing.
+#include <cstring>
+
+#include "frame/Boundary.h"
+#include "keystrand/keystrand.h"
+#include "net/CurlSettings.h"
+
+using namespace keystrand;
+
+// Trust service lists.
+unsigned char cache_initCACertListTSL(void*, char*) {
+  return 0;
+}
+unsigned char cache_importCACertsListTSL(void*, char*) {
+  return 0;
+}
+unsigned char cache_addCACertListTSL(void*, char*) {
+  return 0;
+}
+unsigned char cache_addCACertListTSL(void*, XMLFile*) {
+  return 0;
+}
+unsigned char cache_addCACertListCountryTSL(void*, XMLFile*) {
+  return 0;
+}
+unsigned char cache_addCACertListCountryTSL(void*, XMLFile*, unsigned char) {
+  return 0;
+}
+unsigned char cache_loadEUTSL(void*) {
+  return 0;
+}
+unsigned char cache_loadEUTSL(void*, char*) {
+  return 0;
+}
+unsigned char cache_loadedEUTSL(void*) {
+  return 0;
+}
+unsigned char cache_loadedTSL(void*, char* const) {
+  return 0;
+}
+XMLFile* cache_getCountries(void*) {
+  return nullptr;
+}
+XMLFile* cache_getCountryTSL(void*, char* const, CertList**) {
+  return nullptr;
+}
+CertList* cache_getCountryTSLSigningCerts(void*, XMLFile*) {
+  return nullptr;
+}
+unsigned char cache_checkCountryCACertsUpdates(void*, char*) {
+  return 0;
+}
+_ti* cache_getLoadedTSLInfo(void*, char* const) {
+  return nullptr;
+}
+_ti* cache_getLoadedTSLInfos(void*) {
+  return nullptr;
+}
+void cache_releaseXMLFile(XMLFile*) {}
+void cache_release_tslInfo(_ti*) {}
+
+// The update of the whole CRL table.
+unsigned char cache_updateCRLCache(void*) {
+  return 0;
+}
+
+// OCSP.
+unsigned char ocsp_check(void*, char*, Certificate*, char*) {
+  return 0;
+}
+OCSPResponse* ocsp_getResponse(void*, char*, Certificate*, BigInteger) {
+  return nullptr;
+}
+void ocsp_addOCSPResponse(void*, OCSPResponse*) {}
+void ocsp_addOCSPResponse(void*, BasicOCSPResponse*) {}
+void ocsp_removeLocalResponses(void*) {}
+void ocsp_setUseLocalResponses(void*, unsigned char) {}
+void ocsp_releaseOCSPResponse(OCSPResponse*) {}
+
+// Proxies: what the HTTP client needs works; discovery and the socket transport do not hear of these settings yet.
+void cache_setHTTPProxy(char*, char* user, char* password) {
+  guardedVoid([&] { setCurlProxyCredentials(credentialsOf(user, password)); });
+}
+
+void cache_setSOCKSProxy(char* host, int port, char* user, char* password) {
+  guardedVoid([&] { setCurlSocks(orEmpty(host), port, credentialsOf(user, password)); });
+}
+
+namespace {
+
+constexpr const char* kBlank = " ";
+
+// Cuts "address / mask" in place, leaving the address; false for an entry without a mask, which is not written to.
+bool cutMask(char* entry) {
+  char* slash = std::strchr(entry, '/');
+  if (slash == nullptr) return false;
+  while (slash > entry && slash[-1] == *kBlank) --slash;
+  *slash = '\0';
+  return true;
+}
+
+}  // namespace
+
+void cache_setNoSOCKS(char** entries) {
+  guardedVoid([&] {
+    for (char** entry = entries; entry != nullptr && *entry != nullptr; ++entry) {
+      if (!cutMask(*entry)) addCurlNoProxy(*entry);
+    }
+  });
+}

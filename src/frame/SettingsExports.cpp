@@ -1,0 +1,104 @@
+// Settings of the whole process.
+#include <algorithm>
+#include <mutex>
+#include <string_view>
+
+#include "cache/Library.h"
+#include "frame/Boundary.h"
+#include "keystrand/keystrand.h"
+#include "net/CurlSettings.h"
+#include "net/ProxyState.h"
+#include "support/Settings.h"
+
+namespace keystrand {
+namespace {
+
+constexpr std::size_t kLocationBytes = 256;  // kept of a location or of the CRL proxy
+constexpr unsigned char kMostDetailed = 7;
+
+std::string_view cut(const char* text) {
+  return orEmpty(text).substr(0, kLocationBytes);
+}
+
+}  // namespace
+}  // namespace keystrand
+
+using namespace keystrand;
+
+void cache_setDownloadCRL(unsigned char mode) {
+  settings().downloadMode = mode;
+}
+
+void cache_setTimeStampCheck(unsigned char on) {
+  settings().timeStampCheck = on;
+}
+
+void cache_setTimeout(int seconds) {
+  settings().crlTimeout = seconds;
+}
+
+void ocsp_setTimeout(int seconds) {
+  settings().ocspTimeout = seconds;
+}
+
+void ocsp_setTCPTimeout(int seconds) {
+  settings().ocspTimeout = seconds;
+}
+
+void cache_setLang(int lang) {
+  settings().language = static_cast<unsigned char>(lang);
+  settings().ocspLanguage = static_cast<unsigned char>(lang);
+}
+
+void cache_enableLog(unsigned char level) {
+  settings().logLevel = std::min(level, kMostDetailed);
+}
+
+void cache_disableLog() {
+  settings().logLevel = kNoLog;
+}
+
+void cache_setEUTSLLocation(char* location) {
+  guardedVoid([&] {
+    const std::lock_guard lock(library().euTSLMutex);
+    library().euTSLLocation = cut(location);
+  });
+}
+
+void cache_setCrlProxyUri(char* uri) {
+  guardedVoid([&] {
+    const std::lock_guard table(library().crlMutex);
+    const std::lock_guard leaf(library().crlProxyMutex);
+    library().crlProxyUri = cut(uri);
+  });
+}
+
+void cache_setCURLlog(char const* path) {
+  guardedVoid([&] {
+    const std::lock_guard lock(library().crlMutex);
+    setCurlLog(orEmpty(path));
+  });
+}
+
+void cache_setCURLCaCert(char const* path) {
+  guardedVoid([&] {
+    const std::lock_guard lock(library().crlMutex);
+    setCurlCaFile(orEmpty(path));
+  });
+}
+
+void cache_setHTTPProxy(char* host, int port, char* user, char* password) {
+  guardedVoid([&] {
+    httpSetProxy(orEmpty(host), port, credentialsOf(user, password));
+    setCurlProxy(orEmpty(host), port, credentialsOf(user, password));
+  });
+}
+
+void cache_setNoHTTPProxy(char** hosts) {
+  guardedVoid([&] {
+    for (char** host = hosts; host != nullptr && *host != nullptr; ++host) {
+      httpAddNoProxy(*host);
+      addCurlNoProxy(*host);
+    }
+  });
+}

@@ -1,0 +1,216 @@
+// Start, settings and end of the library, as a client sees them.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <thread>
+
+#include "support/Client.h"
+
+namespace keystrand::test {
+namespace {
+
+const std::filesystem::path kGoodCA = pkits("certs/GoodCACert.crt");
+
+TEST(LifeCycle, BeforeTheStartEverythingFailsSoftly) {
+  EXPECT_EQ(cache_getCryptoDeviceSemaphore(), nullptr);
+  const Client early;
+  EXPECT_FALSE(early.addCA(kGoodCA));
+  EXPECT_EQ(cache_getErrCode(early.context()), kNoCode);
+  EXPECT_EQ(early.search({"http://127.0.0.1:9/x.crl"}, "01"), -5137);
+  cache_finalize();
+
+  const TempFolder folder;
+  ASSERT_TRUE(initialise(folder.path()));
+  EXPECT_NE(cache_getCryptoDeviceSemaphore(), nullptr);
+  EXPECT_FALSE(early.addCA(kGoodCA)) << "a context keeps the device that it was made with";
+  EXPECT_TRUE(Client().addCA(kGoodCA));
+}
+
+TEST(LifeCycle, TheFirstStartDecidesWhereTheFilesAre) {
+  const TempFolder first;
+  const TempFolder crls;
+  const TempFolder second;
+  ASSERT_TRUE(initialise(first.path(), "", crls.path()));
+  ASSERT_TRUE(initialise(second.path(), "", second.path()));
+  std::string ident = "late";
+  EXPECT_EQ(cache_init(ident.data(), nullptr), 1);
+  const Client client;
+  ASSERT_TRUE(client.addCA(kGoodCA));
+  EXPECT_EQ(cache_saveCACertList(client.context()), 1);
+  EXPECT_EQ(cache_saveCRLCache(client.context()), 1);
+  EXPECT_TRUE(exists(first / "caCertsList-3.5"));
+  EXPECT_TRUE(exists(crls / "crlCache"));
+  EXPECT_TRUE(is_empty(second.path()));
+  struct stat status {};
+  ASSERT_EQ(stat((crls / "crlCache").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0600U);
+}
+
+TEST(LifeCycle, WithoutACRLFolderBothFilesShareOne) {
+  const TempFolder folder;
+  ASSERT_TRUE(initialise(folder.path(), "", ""));
+  const Client client;
+  ASSERT_TRUE(client.addCA(kGoodCA));
+  EXPECT_EQ(cache_saveCACertList(client.context()) + cache_saveCRLCache(client.context()), 2);
+  EXPECT_TRUE(exists(folder / "caCertsList-3.5") && exists(folder / "crlCache"));
+}
+
+TEST(LifeCycle, AfterTheEndANewContextFailsAndTheLibraryDoesNotStartAgain) {
+  const TempFolder folder;
+  ASSERT_TRUE(initialise(folder.path()));
+  cache_releaseContext(cache_getContext());
+  cache_finalize();
+  cache_finalize();
+  EXPECT_TRUE(initialise(folder.path()));
+  const Client late;
+  EXPECT_FALSE(late.addCA(kGoodCA));
+  EXPECT_EQ(cache_getCACertsNum(late.context()), 0);
+}
+
+TEST(LifeCycle, ManyThreadsStartItOnce) {
+  const TempFolder folder;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([&] {
+      ASSERT_TRUE(initialise(folder.path()));
+      const Client client;
+      EXPECT_TRUE(client.addCA(kGoodCA)) << "whoever comes back from cache_init works on the finished state";
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(cache_getCACertsNum(Client().context()), 1);
+}
+
+TEST(Settings, LogLevelIsThatOfTheMomentOfTheContextAndLanguageOfTheCall) {
+  const TempFolder folder;
+  const std::string log = folder / "log";
+  cache_disableLog();
+  initialise(folder.path(), log);
+  const Client silent;
+  cache_enableLog(200);  // counts as the most detailed level
+  const Client tracing;
+  cache_enableLog(3);
+  const Client failures;
+  cache_loadCRLCache(silent.context());
+  EXPECT_FALSE(std::filesystem::exists(log));
+  cache_loadCRLCache(tracing.context());
+  cache_setLang(1);
+  cache_loadCRLCache(tracing.context());
+  cache_setLang(256 + 0);  // the low byte counts
+  cache_loadCRLCache(failures.context());
+  std::ifstream in(log);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(in, line);) lines.push_back(line.substr(line.find("]: ") + 3));
+  EXPECT_THAT(lines, testing::ElementsAre("Caricamento cache delle CRL in corso",
+                                          "Impossibile leggere la cache delle CRL", "Loading cache of CRLs in progress",
+                                          "Failed to access the CRLs cache", "Impossibile leggere la cache delle CRL"));
+}
+
+TEST(Settings, SurviveTheStartButForTheDownloadMode) {
+  cache_setDownloadCRL(4);
+  cache_setLang(1);
+  cache_setCrlProxyUri(nullptr);
+  cache_setCURLlog(nullptr);
+  cache_setCURLCaCert("");
+  cache_setEUTSLLocation(nullptr);
+  const RunningLibrary running;
+  const Client client;
+  ASSERT_TRUE(client.addCA(kGoodCA));
+  // Mode 4 would add no row: that the failed download leaves one shows that the start set the mode again.
+  EXPECT_EQ(client.search({"http://127.0.0.1:9/x.crl"}, "01"), -5137);
+  EXPECT_EQ(cache_isCRLCacheLoaded(), 1);
+}
+
+TEST(Settings, NoSOCKSEntriesAreCutInPlaceOnlyWithAMask) {
+  std::string masked = "10.1.0.0 / 255.255.0.0";
+  std::string slashFirst = "  /x";
+  char literal[] = "192.168.1.7";
+  char* entries[] = {masked.data(), slashFirst.data(), literal, nullptr};
+  cache_setNoSOCKS(entries);
+  EXPECT_STREQ(masked.c_str(), "10.1.0.0");
+  EXPECT_STREQ(slashFirst.c_str(), "");
+  EXPECT_STREQ(literal, "192.168.1.7");
+  cache_setNoSOCKS(nullptr);
+  cache_setNoHTTPProxy(nullptr);
+}
+
+TEST(Boundary, NullAndOutOfRangeGiveTheFailureValue) {
+  const RunningLibrary running;
+  const Client client;
+  ASSERT_TRUE(client.addCA(kGoodCA));
+  for (void* ctx : {static_cast<void*>(nullptr), client.context()}) {
+    char* noText = nullptr;
+    unsigned char* noBytes = nullptr;
+    Certificate* noCertificate = nullptr;
+    CertificateList* noCRL = nullptr;
+    AttributeCertificate* noAttributes = nullptr;
+    Name* noName = nullptr;
+    Certificate* issuer = nullptr;
+    const std::vector<int> zeros = {cache_initCACertListPEM(ctx, noText),
+                                    cache_addCACertListPEM(ctx, noText),
+                                    cache_addCACert(ctx, noText),
+                                    cache_addCACert(ctx, noCertificate),
+                                    cache_addCACert(ctx, noCertificate, 3),
+                                    cache_addCACert(ctx, noBytes, 5),
+                                    cache_addCACertDER(ctx, noBytes, 0),
+                                    cache_addCACertPEM(ctx, noText),
+                                    cache_addCACertPEM(ctx, noText, nullptr),
+                                    cache_removeCACertPEM(ctx, noText),
+                                    cache_removeCACertDER(ctx, noBytes, 7),
+                                    cache_removeCACert(ctx, noName, noName, BigInteger(1)),
+                                    cache_removeCountryCACerts(ctx, noText),
+                                    cache_trustedCA(ctx, noBytes, 1UL << 40U),
+                                    cache_searchCRL(ctx, nullptr, -7, noText)};
+    EXPECT_THAT(zeros, testing::Each(0));
+    const std::vector<int> missing = {cache_getCACerts(ctx, noName),
+                                      cache_getCertIndex(ctx, 0, noName, BigInteger(1)),
+                                      cache_getCAIndex(ctx, noCertificate, 0, nullptr),
+                                      cache_getCAIndex(ctx, noCRL, -1, nullptr),
+                                      cache_getCAIndex(ctx, noAttributes, 5000, nullptr),
+                                      cache_getCACertSource(ctx, noText),
+                                      cache_getCACertSource(ctx, noBytes, 3),
+                                      cache_getCACertSource(ctx, noName, noName, BigInteger(1))};
+    EXPECT_THAT(missing, testing::Each(-1));
+    for (int row : {-1, 1, 2048, 1 << 30}) {
+      EXPECT_EQ(cache_getCACert(ctx, row, 0), nullptr);
+      EXPECT_EQ(cache_getCACert(ctx, 0, row), nullptr);
+      EXPECT_EQ(cache_getCACertSource(ctx, row, 0), -1);
+      EXPECT_EQ(cache_getCACertSource(ctx, 0, row), -1);
+      EXPECT_EQ(cache_getCountryCode(ctx, row, 0), nullptr);
+      EXPECT_EQ(cache_getServiceType(ctx, 0, row), nullptr);
+      EXPECT_EQ(cache_getServiceStatus(ctx, row, row), nullptr);
+      EXPECT_EQ(cache_getQualified(ctx, row, 0), 255);
+    }
+    EXPECT_EQ(cache_getCRL(ctx, nullptr, 0, &issuer), nullptr);
+    EXPECT_EQ(cache_getCertMetadatiTSL(ctx, noText), nullptr);
+    EXPECT_EQ(cache_getCertMetadata(ctx, noText), nullptr);
+    EXPECT_EQ(cache_getThisUpdate(ctx), nullptr);
+    EXPECT_EQ(cache_getExpiredCertsOnCRL(ctx), nullptr);
+    cache_addLocalCRL(ctx, noCRL);
+    cache_removeLocalCRLs(ctx);
+    cache_resetReport(ctx);
+  }
+  EXPECT_EQ(cache_getErrCode(nullptr), kNoCode);
+  EXPECT_EQ(ocsp_getErrCode(nullptr), kNoCode);
+  cache_clean(nullptr);
+  cache_releaseContext(nullptr);
+  ocsp_releaseContext(nullptr);
+  cache_releaseCharArray(nullptr);
+  cache_releaseCertificate(nullptr);
+  cache_releaseX500Time(nullptr);
+}
+
+TEST(Report, OCSPContextsHaveTheirOwn) {
+  const RunningLibrary running;
+  void* context = ocsp_getContext();
+  ASSERT_NE(context, nullptr);
+  EXPECT_EQ(ocsp_getErrCode(context), kNoCode);
+  EXPECT_EQ(ocsp_getReason(context), 0);
+  EXPECT_EQ(ocsp_getRevocationDate(context), nullptr);
+  ocsp_resetReport(context);
+  ocsp_releaseContext(context);
+}
+
+}  // namespace
+}  // namespace keystrand::test

@@ -1,8 +1,4 @@
 // Changes of the CA list.
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <mutex>
 #include <string>
 #include <utility>
@@ -10,6 +6,7 @@
 #include "cache/CACache.h"
 #include "cache/ContextLog.h"
 #include "cache/Library.h"
+#include "support/File.h"
 #include "support/Memory.h"
 
 namespace keystrand {
@@ -24,28 +21,6 @@ constexpr unsigned long kAddStarted = 4723;
 constexpr unsigned long kCannotInit = 5192;
 constexpr unsigned long kCannotAdd = 5195;
 constexpr unsigned long kKeyNotCanonical = 5222;
-
-// An open file of certificates. Only a regular file is one: a folder would read as empty, a pipe could block.
-class ListFile {
- public:
-  explicit ListFile(const char* path)
-      : descriptor_(path != nullptr ? open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC) : -1) {
-    struct stat status {};
-    isOpen_ = descriptor_ >= 0 && fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
-  }
-  ~ListFile() {
-    if (descriptor_ >= 0) close(descriptor_);
-  }
-  ListFile(const ListFile&) = delete;
-  ListFile& operator=(const ListFile&) = delete;
-
-  [[nodiscard]] bool isOpen() const noexcept { return isOpen_; }
-  [[nodiscard]] int descriptor() const noexcept { return descriptor_; }
-
- private:
-  int descriptor_;
-  bool isOpen_ = false;
-};
 
 bool keepsExisting(std::int32_t source) {
   return (source & 0xFF) == kSourceKeepExisting;
@@ -88,7 +63,7 @@ bool CACache::addCertificatesFrom(int descriptor, std::int32_t source) {
 }
 
 bool CACache::addCertificateListPEM(const char* path) {
-  const ListFile file(path);
+  const File file = File::openForReading(path);
   if (!file.isOpen()) {
     logMessage(Logger::kFailure, kCannotAdd);
     return false;
@@ -102,7 +77,7 @@ bool CACache::addCertificateListPEM(const char* path) {
 }
 
 bool CACache::initCertificateListPEM(const char* path) {
-  const ListFile file(path);
+  const File file = File::openForReading(path);
   if (!file.isOpen()) {
     logMessage(Logger::kFailure, kCannotInit);
     return false;

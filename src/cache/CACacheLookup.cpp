@@ -10,6 +10,7 @@
 #include "cache/CACache.h"
 #include "cache/ContextLog.h"
 #include "cache/Library.h"
+#include "der/BorrowedBuffer.h"
 #include "der/ConstantOID.h"
 #include "support/Memory.h"
 
@@ -106,8 +107,7 @@ bool matchesKeyIdentifier(const AuthorityKeyIdentifier& aki, const Certificate& 
   if (wanted.empty() || extensions == nullptr) return false;
   const Extension* extension = extensions->find(makeOID("2.5.29.14"_oid));
   if (extension == nullptr) return false;
-  Buffer value(extension->length());
-  value.assign(extension->valueView().data(), extension->length());
+  BorrowedBuffer value(extension->valueView());
   unsigned char* bytes = nullptr;
   std::uint32_t n = 0;
   const bool isRead = value.getOctetString(bytes, n);

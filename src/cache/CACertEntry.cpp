@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "der/Element.h"
+#include "der/Reading.h"
 #include "support/Memory.h"
 
 namespace keystrand {
@@ -40,10 +40,8 @@ void CACertEntry::serialize(Buffer& buffer) const {
 // The certificate is read without a digest: a signature check makes it when it is wanted.
 bool CACertEntry::parse(Buffer& buffer) {
   Element entry;
-  if (!entry.open(buffer, kSequence) || entry.left(buffer) > buffer.remaining()) return false;
-  certificate_ = std::make_unique<Certificate>();
-  issuer_ = std::make_unique<Name>();
-  if (!certificate_->get(buffer) || !issuer_->get(buffer) || !serial_.get(buffer) || !buffer.getInteger(source_)) {
+  if (!openWhole(entry, buffer, kSequence) || !getNew(certificate_, buffer) || !getNew(issuer_, buffer) ||
+      !serial_.get(buffer) || !buffer.getInteger(source_)) {
     return false;
   }
   if (entry.atEnd(buffer)) return true;

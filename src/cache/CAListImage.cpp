@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "cache/RecordFields.h"
-#include "der/Element.h"
+#include "der/Reading.h"
 
 namespace keystrand {
 namespace {
@@ -44,7 +44,7 @@ void putRow(Buffer& buffer, const CARow& row, const RowSizes& sizes) {
 
 bool getEntries(Buffer& buffer, std::vector<CACertEntryRef>& entries) {
   Element list;
-  if (!list.open(buffer, kSequence) || list.left(buffer) > buffer.remaining()) return false;
+  if (!openWhole(list, buffer, kSequence)) return false;
   while (!list.atEnd(buffer)) {
     auto entry = std::make_shared<CACertEntry>();
     if (!entry->parse(buffer)) return false;
@@ -59,13 +59,12 @@ bool getRow(Buffer& buffer, CARow& row) {
 }
 
 bool getRows(Buffer& buffer, std::vector<CARow>& rows) {
-  std::uint32_t n = 0;
-  if (!buffer.getSet(n) || n > buffer.remaining()) return false;
-  const std::uint64_t end = std::uint64_t{buffer.readPosition()} + n;
-  while (buffer.readPosition() < end && rows.size() < CATable::kRows) {
+  Element set;
+  if (!openWhole(set, buffer, kSet)) return false;
+  while (!set.atEnd(buffer) && rows.size() < CATable::kRows) {
     if (!getRow(buffer, rows.emplace_back())) return false;
   }
-  buffer.setReadPosition(end);  // behind rows that were dropped stand the records of the trusted lists
+  close(set, buffer);  // over rows that were dropped: the records of the trusted lists stand behind them
   return true;
 }
 

@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <utility>
 
+#include "support/Text.h"
+
 namespace keystrand {
 namespace {
 
 // Subjects that differ only in the case of ASCII letters share a row, whatever the locale.
 std::string lowerCase(std::string_view text) {
   std::string lower(text);
-  for (char& c : lower) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
+  std::ranges::transform(lower, lower.begin(), foldCase);
   return lower;
 }
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "der/Element.h"
+#include "der/Reading.h"
 
 namespace keystrand {
 
@@ -68,7 +68,7 @@ void TSLInfoList::serialize(Buffer& buffer) const {
 
 bool TSLInfoList::parse(Buffer& buffer) {
   Element list;
-  if (!list.open(buffer, kSequence) || list.left(buffer) > buffer.remaining()) return false;
+  if (!openWhole(list, buffer, kSequence)) return false;
   while (!list.atEnd(buffer)) {
     TSLInfo record;
     if (!record.parse(buffer)) return false;

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "cache/RecordFields.h"
-#include "der/Element.h"
+#include "der/Reading.h"
 #include "support/Memory.h"
 
 namespace keystrand {
@@ -143,8 +143,7 @@ bool TSLMetadata::getFields(Buffer& buffer) {
 bool TSLMetadata::parse(Buffer& buffer) {
   for (TSLMetadata* record = this;; record = record->next_.get()) {
     Element element;
-    if (!element.open(buffer, kSequence) || element.left(buffer) > buffer.remaining()) return false;
-    if (!record->getFields(buffer)) return false;
+    if (!openWhole(element, buffer, kSequence) || !record->getFields(buffer)) return false;
     if (element.atEnd(buffer)) return true;
     record->next_ = std::make_unique<TSLMetadata>();
   }

@@ -7,12 +7,9 @@
 
 #include <memory>
 
-namespace keystrand {
+#include "support/Memory.h"
 
-template <auto Release>
-struct Releaser {
-  void operator()(auto* handle) const noexcept { Release(handle); }
-};
+namespace keystrand {
 
 using BigNumber = std::unique_ptr<BIGNUM, Releaser<&BN_free>>;
 using BigNumberContext = std::unique_ptr<BN_CTX, Releaser<&BN_CTX_free>>;

@@ -13,6 +13,12 @@ namespace keystrand {
 
 using Bytes = std::vector<unsigned char>;
 
+// Deleter of a C handle that this function releases.
+template <auto Release>
+struct Releaser {
+  void operator()(auto* handle) const noexcept { Release(handle); }
+};
+
 // A new NUL-terminated text; the receiver releases it with delete[].
 inline owner<char*> newText(std::string_view text) {
   char* copy = new char[text.size() + 1];

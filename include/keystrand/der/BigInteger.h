@@ -23,7 +23,8 @@ class KEYSTRAND_API BigInteger {
   BigInteger& operator=(BigInteger&& other) noexcept;
   ~BigInteger();
 
-  // Null unless the text is a whole number in that base (10 or 16), a minus sign allowed.
+  // False, out unchanged, unless the text is a whole number in that base (10 or 16), a minus sign allowed. Base 10
+  // takes time with the square of the length.
   static bool parse(const char* text, int base, BigInteger& out);
   // As OpenSSL prints them: base 16 upper-case with an even number of digits ("0" for zero, "-01"), or base 10.
   // nullptr for another base. The caller delete[]s it.
@@ -40,7 +41,7 @@ class KEYSTRAND_API BigInteger {
   [[nodiscard]] bool operator==(const BigInteger& other) const noexcept;
   [[nodiscard]] int compare(const BigInteger& other) const noexcept;
 
-  // Whether the integer arrived without surplus octets. With it cleared, size and put add `padding` octets.
+  // Whether the integer stands without surplus octets. With it cleared, size and put add `padding` octets of its sign.
   [[nodiscard]] bool stripped() const noexcept { return stripped_; }
   void setStripped(bool stripped) noexcept { stripped_ = stripped; }
   void setPadding(unsigned char padding) noexcept { padding_ = padding; }
@@ -50,12 +51,16 @@ class KEYSTRAND_API BigInteger {
   void put(Buffer& buffer) const { put(buffer, 2); }
   void put(Buffer& buffer, unsigned char tag) const;
   bool get(Buffer& buffer) { return get(buffer, 2); }
+  // False for surplus sign octets; a value without any octet is zero and takes the octet behind it along.
   bool get(Buffer& buffer, unsigned char tag);
 
   // For the arithmetic of the algorithm classes; nullptr stands for zero. Owned by this object.
   [[nodiscard]] const bignum_st* number() const noexcept { return number_; }
 
  private:
+  void reset(bignum_st* number) noexcept;
+  [[nodiscard]] std::uint32_t contentLength() const;
+
   bool stripped_ = true;
   unsigned char padding_ = 0;
   bignum_st* number_ = nullptr;

@@ -1,4 +1,5 @@
-// A point in time as X.509 knows it: UTCTime or GeneralizedTime (RFC 5280 section 4.1.2.5), with the text it arrived in.
+// A point in time as X.509 knows it: UTCTime or GeneralizedTime (RFC 5280 section 4.1.2.5), with the text it arrived
+// in.
 //
 // seconds() is always GMT, the offset of the text taken out; text() keeps the offset as written. seconds() of -1 stands
 // for no time at all and is earlier than every valid date.
@@ -7,10 +8,13 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "keystrand/der/Buffer.h"
 
 namespace keystrand {
+
+struct CalendarTime;
 
 class KEYSTRAND_API X500Time {
  public:
@@ -68,11 +72,17 @@ class KEYSTRAND_API X500Time {
   [[nodiscard]] static owner<char*> timeZoneName();
 
  private:
-  std::array<char, 27> text_{};
-  std::array<char, 7> fraction_{};
-  unsigned char tag_ = kUTCTime;
+  void setWhole(unsigned char tag, std::int64_t seconds, std::string_view text) noexcept;
+  void setSeconds(std::int64_t seconds, std::uint32_t microseconds);
+  void add(const CalendarTime& amounts);
+  bool readOrdinary(std::string_view text) noexcept;
+  bool readAny(std::string_view text);
+
   std::int64_t seconds_ = 0;
   std::uint32_t microseconds_ = 0;
+  std::array<char, 27> text_{};
+  std::array<char, 7> fraction_{};  // digits behind the decimal point of the seconds
+  unsigned char tag_ = kUTCTime;
 };
 
 }  // namespace keystrand

@@ -53,7 +53,9 @@ void getCRL(World& world, Client& client, unsigned n) {
   const auto point = Client::at({world.server.url(world.path(n))});
   const std::unique_ptr<CertificateList> crl(cache_getCRL(client.context(), point.get(), 0, n % 2 != 0, &issuer));
   cache_releaseCertificate(issuer);
-  if (crl) EXPECT_EQ(crl->revokedCertificates()->count(), 3);
+  if (crl) {
+    EXPECT_EQ(crl->revokedCertificates()->count(), 3);
+  }
 }
 
 void lookUp(World&, Client& client, unsigned n) {

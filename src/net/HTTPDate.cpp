@@ -94,7 +94,7 @@ void readTime(Scanner& at, Fields& fields) {
 constexpr std::string_view kBlanks = " \t";
 
 Fields read(std::string_view text) {
-  const bool dayFirst = !findNoCase(text, "GMT").empty();  // else the form of asctime
+  const bool dayFirst = findNoCase(text, "GMT") != std::string_view::npos;  // else the form of asctime
   Scanner at(text);
   Fields fields;
   at.skipAnyOf(kBlanks);

@@ -41,7 +41,7 @@ http {
   default_type application/octet-stream;
   server {
     listen 127.0.0.1:PORT;
-    listen 127.0.0.1:TLSPORT ssl;
+    listen 127.0.0.1:TLSPORT ssl http2;
     ssl_certificate DIR/server.pem;
     ssl_certificate_key DIR/server.key;
     root DIR/www;

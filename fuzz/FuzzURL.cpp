@@ -1,9 +1,9 @@
 // URLs: what is parsed lies within the URL, and what is escaped comes back.
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
+#include "Property.h"
 #include "net/URL.h"
 
 namespace {
@@ -11,25 +11,23 @@ namespace {
 using keystrand::httpEscape;
 using keystrand::httpParseURL;
 using keystrand::httpUnescape;
-
-void require(bool condition) {
-  if (!condition) std::abort();
-}
+using keystrand::fuzz::require;
 
 void parsedPartsLieInTheURL(const std::string& url) {
   const auto parsed = httpParseURL(url, false);
   const auto withScheme = httpParseURL(url, true);
-  require(parsed.has_value() == withScheme.has_value());
+  require(parsed.has_value() == withScheme.has_value(), "both forms agree that it is a URL");
   if (!parsed) return;
-  require(parsed->scheme >= 1 && parsed->scheme <= 4);
-  require(url.find(parsed->host) != std::string::npos);
-  require(parsed->host == withScheme->host && parsed->port == withScheme->port);
-  require(parsed->path.has_value() == (parsed->queryOffset != std::string::npos));
+  require(parsed->scheme >= 1 && parsed->scheme <= 4, "one of the four schemes");
+  require(url.find(parsed->host) != std::string::npos, "the host stands in the URL");
+  require(parsed->host == withScheme->host && parsed->port == withScheme->port, "both forms find the same host");
+  require(parsed->path.has_value() == (parsed->queryOffset != std::string::npos), "a query place comes with a path");
   if (!parsed->path) return;
-  require(parsed->path->size() <= parsed->queryOffset && parsed->queryOffset <= url.size());
-  require(parsed->queryOffset == url.size() || url[parsed->queryOffset] == '?' || url[parsed->queryOffset] == '\0');
+  require(parsed->path->size() <= parsed->queryOffset && parsed->queryOffset <= url.size(), "decoding never lengthens");
+  require(parsed->queryOffset == url.size() || url[parsed->queryOffset] == '?' || url[parsed->queryOffset] == '\0',
+          "the query begins at its mark or at the end");
   const bool slashDropped = parsed->scheme == keystrand::kSchemeLDAP;
-  require(slashDropped || parsed->path == withScheme->path);
+  require(slashDropped || parsed->path == withScheme->path, "both forms find the same path");
 }
 
 // Only these bytes survive: the others lose their value or end the text, and a plus becomes a blank.
@@ -39,10 +37,10 @@ bool survives(char c) {
 
 void escapedTextComesBack(std::string text) {
   const std::string escaped = httpEscape(text);
-  require(escaped.find_first_of(" \"#<>[\\]^`{|}~=\r\n") == std::string::npos);
-  require(httpUnescape(text).size() <= text.size());
+  require(escaped.find_first_of(" \"#<>[\\]^`{|}~=\r\n") == std::string::npos, "an escaped text is plain");
+  require(httpUnescape(text).size() <= text.size(), "decoding never lengthens");
   std::erase_if(text, [](char c) { return !survives(c); });
-  require(httpUnescape(httpEscape(text)) == text);
+  require(httpUnescape(httpEscape(text)) == text, "an escaped text comes back");
 }
 
 }  // namespace

@@ -213,6 +213,7 @@ ByteString fromPEM(const std::string& text) {
 }
 
 ByteString fromHex(const std::string& digits) {
+  if (digits.empty()) return {};  // which OpenSSL refuses
   long n = 0;
   unsigned char* bytes = made(OPENSSL_hexstr2buf(digits.c_str(), &n), digits);
   ByteString out(bytes, bytes + n);

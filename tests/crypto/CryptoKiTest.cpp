@@ -1,0 +1,173 @@
+#include <p11-kit/pkcs11.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <memory>
+
+#include "OpenDevice.h"
+#include "keystrand/crypto/CryptoKi.h"
+#include "keystrand/crypto/RSAPublicKey.h"
+#include "support/TempFolder.h"
+
+namespace keystrand::test {
+
+namespace {
+
+std::string textOf(owner<char*> text) {
+  return std::unique_ptr<char[]>(text).get();
+}
+
+}  // namespace
+
+TEST(CryptoKi, SaysErrorsInItsOwnWords) {
+  struct Row {
+    CK_RV result;
+    const char* text;
+  };
+  for (const Row& row :
+       {Row{CKR_OK, "OK"}, Row{CKR_CANCEL, "cancel"}, Row{CKR_NEED_TO_CREATE_THREADS, "e' necessario creare threads"},
+        Row{CKR_FUNCTION_CANCELED, "funzione  cancellata"},
+        Row{CKR_SESSION_READ_WRITE_SO_EXISTS, "una sessione di lettura/scrittuta esiste gia'"},
+        Row{CKR_UNWRAPPING_KEY_SIZE_RANGE, "lunghezza della chiave di unwrapping non vaida"},
+        Row{CKR_SIGNATURE_INVALID, "firma non valida"}, Row{CKR_MUTEX_NOT_LOCKED, "mutex non bloccato"},
+        Row{CKR_VENDOR_DEFINED | 5, "definito dal produttore"}, Row{4, "errore sconosciuto"},
+        Row{CKR_FUNCTION_REJECTED, "errore sconosciuto"}}) {
+    EXPECT_EQ(textOf(CryptoKi::errorText(row.result)), row.text);
+  }
+}
+
+TEST(CryptoKi, NamesMechanisms) {
+  struct Row {
+    CK_MECHANISM_TYPE mechanism;
+    const char* name;
+  };
+  for (const Row& row :
+       {Row{0, "RSA_PKCS_KEY_PAIR_GEN"}, Row{0x40, "SHA256_RSA_PKCS"}, Row{0x220, "SHA_1"}, Row{0x255, "SHA224"},
+        Row{0x320, "CAST128_KEY_GEN"}, Row{0x3D5, "WTLS_CLIENT_KEY_AND_MAC_DERIVE"}, Row{0x1020, "FORTEZZA_TIMESTAMP"},
+        Row{0x1030, "BATON_KEY_GEN"}, Row{0x1036, "BATON_WRAP"}, Row{0x1040, "EC_KEY_PAIR_GEN"}, Row{0x1041, "ECDSA"},
+        Row{0x2002, "X9_42_DH_PARAMETER_GEN"}, Row{0x7777, ""}, Row{CKM_VENDOR_DEFINED, ""}}) {
+    EXPECT_EQ(textOf(CryptoKi::mechanismName(row.mechanism)), row.name);
+  }
+}
+
+TEST(CryptoKi, SpellsFlagsAndStates) {
+  CK_TOKEN_INFO token{};
+  EXPECT_EQ(textOf(CryptoKi::tokenFlagsText(token)), "");
+  token.flags = 0x467;
+  EXPECT_EQ(textOf(CryptoKi::tokenFlagsText(token)),
+            "RNG WRITE_PROTECTED LOGIN_REQUIRED RESTORE_KEY_NOT_NEEDED CLOCK_ON_TOKEN TOKEN_INITIALIZED ");
+  CK_MECHANISM_INFO mechanism{0, 0, ~0UL};
+  EXPECT_EQ(textOf(CryptoKi::mechanismFlagsText(mechanism)),
+            "HW ENCRYPT DECRYPT DIGEST SIGN SIGN_RECOVER VERIFY VERIFY_RECOVER GENERATE GENERATE_KEY_PAIR WRAP UNWRAP "
+            "DERIVE ");
+  CK_SLOT_INFO slot{};
+  slot.flags = CKF_TOKEN_PRESENT | CKF_HW_SLOT;
+  EXPECT_EQ(textOf(CryptoKi::slotFlagsText(slot)), "TOKEN_PRESENT HW_SLOT ");
+  EXPECT_EQ(textOf(CryptoKi::sessionStateText(CKS_RW_SO_FUNCTIONS)), "RW_SO_FUNCTIONS ");
+  EXPECT_EQ(textOf(CryptoKi::sessionStateText(99)), "");
+}
+
+TEST(CryptoKi, BindsNothingWithoutAModule) {
+  const TempFolder folder;
+  const std::string text = folder / "no-module.so";
+  std::ofstream(text) << "not a shared object";
+  for (const char* file : {text.c_str(), "/nowhere/at-all.so", "libm.so.6", static_cast<const char*>(nullptr)}) {
+    CryptoKi ki(file);
+    EXPECT_EQ(ki.functionList(), nullptr);
+    EXPECT_EQ(ki.initialize(), CKR_CRYPTOKI_NOT_INITIALIZED);
+    CK_INFO info{};
+    EXPECT_EQ(ki.getInfo(&info), CKR_CRYPTOKI_NOT_INITIALIZED);
+    EXPECT_EQ(ki.closeSession(1), CKR_CRYPTOKI_NOT_INITIALIZED);
+  }
+}
+
+// A module by another maker, from loading to a signature that the built-in token then verifies.
+TEST(CryptoKi, BindsAModuleInAFile) {
+  constexpr const char* kModule = "/usr/lib/softhsm/libsofthsm2.so";
+  if (!std::filesystem::exists(kModule)) GTEST_SKIP() << "softhsm2 is not installed";
+  const TempFolder folder;
+  std::filesystem::create_directory(folder / "tokens");
+  std::ofstream(folder / "softhsm2.conf") << "directories.tokendir = " << (folder / "tokens").string()
+                                          << "\nobjectstore.backend = file\nlog.level = ERROR\n";
+  setenv("SOFTHSM2_CONF", (folder / "softhsm2.conf").c_str(), 1);
+
+  CryptoKi ki(kModule);
+  ASSERT_NE(ki.functionList(), nullptr);
+  CK_INFO info{};
+  EXPECT_EQ(ki.getInfo(&info), CKR_CRYPTOKI_NOT_INITIALIZED);
+  ASSERT_EQ(ki.initialize(), CKR_OK);
+  ASSERT_EQ(ki.getInfo(&info), CKR_OK);
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(info.manufacturerID), 7), "SoftHSM");
+
+  const auto* pin = reinterpret_cast<const unsigned char*>("123456");
+  const ByteString label(32, ' ');
+  CK_SLOT_ID slot = 0;
+  CK_ULONG slots = 1;
+  ASSERT_EQ(ki.getSlotList(CK_FALSE, &slot, &slots), CKR_OK);
+  ASSERT_EQ(ki.initToken(slot, pin, 6, label.data()), CKR_OK);
+  CK_SESSION_HANDLE session = 0;
+  ASSERT_EQ(ki.openSession(slot, CKF_SERIAL_SESSION | CKF_RW_SESSION, nullptr, nullptr, &session), CKR_OK);
+  ASSERT_EQ(ki.login(session, CKU_SO, pin, 6), CKR_OK);
+  ASSERT_EQ(ki.initPIN(session, pin, 6), CKR_OK);
+  ASSERT_EQ(ki.logout(session), CKR_OK);
+  ASSERT_EQ(ki.login(session, CKU_USER, pin, 6), CKR_OK);
+
+  CK_ULONG bits = 2048;
+  CK_BBOOL yes = CK_TRUE;
+  ByteString exponent = {1, 0, 1};
+  CK_ATTRIBUTE publicTemplate[] = {{CKA_MODULUS_BITS, &bits, sizeof bits},
+                                   {CKA_PUBLIC_EXPONENT, exponent.data(), exponent.size()}};
+  CK_ATTRIBUTE privateTemplate[] = {{CKA_SIGN, &yes, sizeof yes}};
+  const CK_MECHANISM generation{CKM_RSA_PKCS_KEY_PAIR_GEN, nullptr, 0};
+  CK_OBJECT_HANDLE publicKey = 0;
+  CK_OBJECT_HANDLE privateKey = 0;
+  ASSERT_EQ(ki.generateKeyPair(session, &generation, publicTemplate, 2, privateTemplate, 1, &publicKey, &privateKey),
+            CKR_OK);
+  ByteString modulus(256);
+  CK_ATTRIBUTE wanted{CKA_MODULUS, modulus.data(), modulus.size()};
+  ASSERT_EQ(ki.getAttributeValue(session, publicKey, &wanted, 1), CKR_OK);
+
+  const CK_MECHANISM signing{CKM_SHA256_RSA_PKCS, nullptr, 0};
+  const ByteString data = {'d', 'a', 't', 'a'};
+  ByteString signature(256);
+  CK_ULONG length = signature.size();
+  ASSERT_EQ(ki.signInit(session, &signing, privateKey), CKR_OK);
+  ASSERT_EQ(ki.sign(session, data.data(), data.size(), signature.data(), &length), CKR_OK);
+
+  OpenDevice open;
+  const RSAPublicKey key(BigInteger{std::span<const unsigned char>(modulus)},
+                         BigInteger{std::span<const unsigned char>(exponent)});
+  KeyInfo keyInfo;
+  keyInfo.setKey(&key);
+  ASSERT_TRUE(open.device.setSignatureAlgorithm("1.2.840.113549.1.1.11"));
+  EXPECT_TRUE(verifies(open.device, data, signature, keyInfo));
+  EXPECT_TRUE(open.device.verifyRaw(data.data(), data.size(), Signature(signature), keyInfo));
+}
+
+TEST(CryptoKi, ListsTheModule) {
+  CryptoKi ki;
+  CK_SESSION_HANDLE session = 0;
+  ASSERT_EQ(ki.openSession(0, CKF_SERIAL_SESSION, nullptr, nullptr, &session), CKR_OK);
+  CK_OBJECT_CLASS data = CKO_DATA;
+  char label[] = "note";
+  const CK_ATTRIBUTE attributes[] = {{CKA_CLASS, &data, sizeof data}, {CKA_LABEL, label, 4}};
+  CK_OBJECT_HANDLE object = 0;
+  ASSERT_EQ(ki.createObject(session, attributes, 2, &object), CKR_OK);
+  testing::internal::CaptureStdout();
+  ki.listSlots();
+  ki.listToken(0);
+  ki.listToken(1);
+  ki.listMechanisms(0);
+  ki.listObjects(session);
+  const std::string shown = testing::internal::GetCapturedStdout();
+  for (const char* line :
+       {"0: Crypto Software Module, Halvorn S.p.A., TOKEN_PRESENT \n",
+        "Not Persistent Token, Halvorn S.p.A., Virtual Token, 0000000000000000, RNG TOKEN_INITIALIZED",
+        "C_GetTokenInfo: identificatore dello slot non valido\n", "0x250: SHA256, 0 to 0, DIGEST \n",
+        ": class 0, note\n"}) {
+    EXPECT_THAT(shown, testing::HasSubstr(line));
+  }
+}
+
+}  // namespace keystrand::test

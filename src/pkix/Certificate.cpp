@@ -38,8 +38,9 @@ bool Certificate::get(Buffer& buffer) {
   return read(buffer, nullptr);
 }
 
+// Without a device nothing can be digested, and a certificate read so would never verify.
 bool Certificate::get(SecureBuffer& buffer) {
-  return read(buffer, &buffer);
+  return buffer.device() != nullptr && read(buffer, &buffer);
 }
 
 // Certificate, RFC 5280 section 4.1.1. The digest covers the body as it was received, whatever its encoding.

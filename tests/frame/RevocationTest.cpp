@@ -173,8 +173,6 @@ TEST_F(Revocation, PEMBodiesAndRedirectsAreTaken) {
 }
 
 TEST_F(Revocation, DistributionPointsWithoutAnAddress) {
-  Name directory;
-  std::unique_ptr<Name> issuer;
   Buffer der;
   ASSERT_TRUE(der.loadFile(kGoodCA.c_str()));
   Certificate certificate;
@@ -237,9 +235,6 @@ TEST_F(Revocation, LocalCRLsReplaceTheTableAndTheNetwork) {
   ByteString damaged = kGoodCRL;
   damaged.back() ^= 1U;
   for (const ByteString& bytes : {kGoodCRL, damaged}) {
-    SecureBuffer buffer(nullptr);
-    const auto point = Client::at({"http://127.0.0.1:1/" + std::to_string(bytes.back())});
-    server_.put("/local.crl", bytes);
     CertificateList crl;
     Buffer der;
     der.assign(bytes.data(), static_cast<std::uint32_t>(bytes.size()));

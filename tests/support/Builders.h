@@ -88,7 +88,7 @@ struct CRLSpec {
   std::string thisUpdate = "20250101000000Z";
   std::optional<std::string> nextUpdate = "20380101000000Z";
   std::vector<CRLEntrySpec> entries = {};
-  std::vector<ExtensionSpec> extensions = {{"authorityKeyIdentifier", "keyid:always"}, {"crlNumber", "1"}};
+  std::vector<ExtensionSpec> extensions = {{"authorityKeyIdentifier", "keyid:always"}, {"crlNumber", "DER:020101"}};
   SigningSpec signing = {};
 };
 

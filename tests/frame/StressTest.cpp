@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <mutex>
 #include <random>
 #include <thread>
 
@@ -31,6 +32,7 @@ struct World {
   Authority other = makeAuthority({.subject = {{"C", "IT"}, {"CN", "Another CA"}}});
   std::vector<ByteString> crls = {crlOf(ca, 2020), crlOf(ca, 2021), crlOf(ca, 2022)};
   std::atomic<long> answers{0};
+  std::mutex publishing;  // the server writes one file at a time
 
   [[nodiscard]] std::string path(unsigned n) const { return "/" + std::to_string(n % kURLs) + ".crl"; }
 };
@@ -104,7 +106,10 @@ void settings(World& world, Client& client, unsigned n) {
   cache_setCrlProxyUri(nullptr);
   cache_isCRLCacheModified();
   cache_clearCRLCacheModified();
-  world.server.put(world.path(n), world.crls[n % world.crls.size()], 1767225600 + static_cast<std::time_t>(n));
+  {
+    const std::lock_guard lock(world.publishing);
+    world.server.put(world.path(n), world.crls[n % world.crls.size()], 1767225600 + static_cast<std::time_t>(n % 9999));
+  }
   if (n % 16 == 0) {
     cache_clean(client.context());
     client.addCA(world.ca.certificate);

@@ -1,4 +1,6 @@
 // The CRL table's file: a SET with one SEQUENCE of nine elements for each row that holds a CRL.
+#include <sys/stat.h>
+
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -139,12 +141,13 @@ bool CACache::saveCRLCache(const std::string& path) {
       saved = workBuffer_.saveFileLocked(path.c_str());
     }
   }
-  if (saved) {
-    logMessage(Logger::kTrace, 4687);
-  } else {
+  if (!saved) {
     logMessage(Logger::kFailure, 5155);
+    return false;
   }
-  return saved;
+  chmod(path.c_str(), S_IRUSR | S_IWUSR);  // a file that was there keeps its mode otherwise
+  logMessage(Logger::kTrace, 4687);
+  return true;
 }
 
 bool CACache::loadCRLCache(const std::string& path) {

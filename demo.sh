@@ -49,8 +49,9 @@ serve() {
 }
 
 start_server() {
-  local port
-  python3 -u -m http.server --bind 127.0.0.1 --directory "$work/www" 0 >"$work/server" 2>&1 &
+  local port=
+  : >"$work/server"
+  python3 -u -m http.server --bind 127.0.0.1 --directory "$work/www" 0 >>"$work/server" 2>&1 &
   server=$!
   for _ in $(seq 100); do
     port=$(sed -n 's/.* port \([0-9]*\) .*/\1/p' "$work/server")

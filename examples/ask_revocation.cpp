@@ -134,8 +134,9 @@ void printCRL(void* context, DistributionPointName& point, int row) {
   const CertificatePtr signer(issuer);
   if (!crl) return;
   const RevokedCertificateList* revoked = crl->revokedCertificates();
+  const int count = revoked != nullptr ? revoked->count() : 0;
   std::cout << "    CRL dates   issued " << dateText(crl->thisUpdateView()) << ", next "
-            << dateText(crl->nextUpdateView()) << ", " << (revoked != nullptr ? revoked->count() : 0) << " entries\n";
+            << dateText(crl->nextUpdateView()) << ", " << count << (count == 1 ? " entry\n" : " entries\n");
   if (signer) std::cout << "    signed by   " << signer->subjectView()->text() << "\n";
 }
 

@@ -18,7 +18,8 @@ pc=$(dirname "$(find "$prefix" -name keystrand.pc)")
   $(PKG_CONFIG_PATH=$pc pkg-config --define-variable=prefix="$prefix" --cflags --libs keystrand)
 
 pkits=/usr/lib/python3/dist-packages/cryptography_vectors/x509/PKITS_data
-python3 -u -m http.server --bind 127.0.0.1 --directory "$pkits/crls" 0 >"$work/server" 2>&1 &
+: >"$work/server"
+python3 -u -m http.server --bind 127.0.0.1 --directory "$pkits/crls" 0 >>"$work/server" 2>&1 &
 server=$!
 for _ in $(seq 100); do
   port=$(sed -n 's/.* port \([0-9]*\) .*/\1/p' "$work/server")

@@ -80,7 +80,7 @@ ROWS
 
 # First serial number that OpenSSL finds on a CRL.
 first_revoked() {
-  openssl crl -inform DER -in "$1" -noout -text 2>/dev/null | sed -n 's/^ *Serial Number: *//p' | sed -n 1p
+  openssl crl -in "$1" -noout -text 2>/dev/null | sed -n "s/^ *Serial Number: *//p" | head -n 1 || true
 }
 
 # CAs and CRLs of European trust service providers, where the folder with them is at hand.

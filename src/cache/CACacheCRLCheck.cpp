@@ -5,22 +5,20 @@
 #include "cache/CACache.h"
 #include "cache/CRLExtensions.h"
 #include "cache/ContextLog.h"
+#include "log/MessageCodes.h"
 
 namespace keystrand {
-
-constexpr std::int32_t kNotEnabledForCRLs = 5136;
-constexpr std::int32_t kSignatureNotVerified = 5138;
 
 // The issuer's text goes to the log first, then the error.
 bool CACache::refuseCRL(const CertificateList& crl, std::int32_t code) {
   report_.errCode = code;
-  logMessage(Logger::kInformation, 4676, crl.issuerView()->text().c_str());
+  logMessage(Logger::kInformation, kCRLIssuer, crl.issuerView()->text().c_str());
   logMessage(Logger::kFailure, static_cast<unsigned long>(code));
   return false;
 }
 
 bool CACache::checkCRL(const CertificateList& crl, int& caIndex, int& certIndex) {
-  logMessage(Logger::kTrace, 4704);
+  logMessage(Logger::kTrace, kCRLCheckStarted);
   const auto aki = authorityKeyIdentifierOf(crl);
   if (crl.issuerView() == nullptr) return false;
   int row = -1;
@@ -28,11 +26,11 @@ bool CACache::checkCRL(const CertificateList& crl, int& caIndex, int& certIndex)
   const int index = issuerAmong(entries, crl, aki.get());
   if (index < 0) return false;  // neither an error code nor a message: the search ends in its own
   const Certificate& issuer = entries[static_cast<std::size_t>(index)]->certificate();
-  if (!maySignCRLs(issuer)) return refuseCRL(crl, kNotEnabledForCRLs);
-  if (!isSignedBy(crl, issuer)) return refuseCRL(crl, kSignatureNotVerified);
+  if (!maySignCRLs(issuer)) return refuseCRL(crl, kKeyNotForCRLs);
+  if (!isSignedBy(crl, issuer)) return refuseCRL(crl, kCRLNotVerified);
   caIndex = row;
   certIndex = index;
-  logMessage(Logger::kTrace, 4705);
+  logMessage(Logger::kTrace, kCRLCheckEnded);
   return true;
 }
 

@@ -9,6 +9,7 @@
 #include "cache/ContextLog.h"
 #include "cache/Library.h"
 #include "keystrand/support/SystemClock.h"
+#include "log/MessageCodes.h"
 #include "net/CurlSettings.h"
 #include "net/HTTPDate.h"
 #include "net/HTTPS.h"
@@ -57,7 +58,7 @@ bool isDue(const std::optional<X500Time>& nextUpdate) {
 
 std::optional<DownloadedCRL> CACache::downloadCRL(const std::string& url, bool namedHTTPS, bool direct) {
   const bool secure = namedHTTPS && url.starts_with(kHTTPS);
-  logMessage(Logger::kTrace, secure ? 4673 : 4698);
+  logMessage(Logger::kTrace, secure ? kHTTPSDownloadStarted : kHTTPDownloadStarted);
   setCurlTimeout(settings().crlTimeout);
   std::string time;
   if (!httpsGetObjectAndTime(url, workBuffer_, time, direct)) return std::nullopt;
@@ -66,7 +67,7 @@ std::optional<DownloadedCRL> CACache::downloadCRL(const std::string& url, bool n
     const SemaphoreLock device(semaphore_);
     if (!download.crl->get(workBuffer_)) return std::nullopt;
   }
-  logMessage(Logger::kTrace, secure ? 4674 : 4699);
+  logMessage(Logger::kTrace, secure ? kHTTPSDownloadEnded : kHTTPDownloadEnded);
   return download;
 }
 
@@ -76,15 +77,15 @@ std::optional<DownloadedCRL> CACache::downloadDirectly(const std::string& uri, i
 }
 
 std::optional<DownloadedCRL> CACache::download(const std::string& uri) {
-  logMessage(Logger::kNotice, 4712, uri.c_str());
+  logMessage(Logger::kNotice, kCRLAddress, uri.c_str());
   const std::optional<ParsedURL> parsed = httpParseURL(uri, true);
   if (!parsed) return std::nullopt;
   const std::optional<std::string> proxied = throughProxy(uri);
   if (!proxied) return downloadDirectly(uri, parsed->scheme);
-  logMessage(Logger::kNotice, 4712, proxied->c_str());
+  logMessage(Logger::kNotice, kCRLAddress, proxied->c_str());
   const bool secure = proxied->starts_with(kHTTPS);
   if (std::optional<DownloadedCRL> answer = downloadCRL(*proxied, secure, secure)) return answer;
-  logMessage(Logger::kNotice, 4712, uri.c_str());
+  logMessage(Logger::kNotice, kCRLAddress, uri.c_str());
   std::optional<DownloadedCRL> answer = downloadDirectly(uri, parsed->scheme);
   forgetProxy();
   return answer;
@@ -100,7 +101,7 @@ bool CACache::refreshCRL(const std::string& uri, CRLRow& row) {
     row.publish(std::move(entry));
     return true;
   }
-  logMessage(Logger::kInformation, entry->crl ? 4638 : 4637);
+  logMessage(Logger::kInformation, entry->crl ? kCRLUpdated : kCRLAdded);
   entry->timestamp = arrived->timestamp;
   entry->thisUpdate = *thisUpdate;
   const X500Time* nextUpdate = arrived->crl->nextUpdateView();
@@ -136,12 +137,12 @@ std::optional<X500Time> CACache::requestCRLTimestamp(const std::string& uri) {
   if (settings().timeStampCheck == 0) return std::nullopt;
   const std::optional<ParsedURL> parsed = httpParseURL(uri, true);
   if (!parsed || (parsed->scheme != kSchemeHTTP && parsed->scheme != kSchemeHTTPS)) return std::nullopt;
-  logMessage(Logger::kTrace, 4725);  // plain HTTP speaks the same words
+  logMessage(Logger::kTrace, kTimeRequestStarted);  // plain HTTP speaks the same words
   setCurlTimeout(settings().crlTimeout);
   const std::optional<std::string> text = httpsGetTime(uri, workBuffer_);
   std::optional<X500Time> time;
   if (text) time = parseHTTPDate(*text);
-  logMessage(Logger::kTrace, 4726);
+  logMessage(Logger::kTrace, kTimeRequestEnded);
   return time;
 }
 

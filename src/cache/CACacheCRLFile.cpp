@@ -11,6 +11,7 @@
 #include "cache/Library.h"
 #include "cache/RecordFields.h"
 #include "der/Element.h"
+#include "log/MessageCodes.h"
 
 namespace keystrand {
 namespace {
@@ -82,7 +83,6 @@ bool serializeCRLCache(Buffer& out) {
   return true;
 }
 
-
 bool parseRow(SecureBuffer& in, Semaphore* device, ParsedRow& row) {
   Element sequence;
   std::optional<std::string> issuer;
@@ -131,7 +131,7 @@ bool parseCRLCache(SecureBuffer& in, Semaphore* device) {
 }  // namespace
 
 bool CACache::saveCRLCache(const std::string& path) {
-  logMessage(Logger::kTrace, 4686);
+  logMessage(Logger::kTrace, kCRLCacheSaving);
   workBuffer_.reset();
   bool saved = false;
   {
@@ -142,25 +142,25 @@ bool CACache::saveCRLCache(const std::string& path) {
     }
   }
   if (!saved) {
-    logMessage(Logger::kFailure, 5155);
+    logMessage(Logger::kFailure, kCRLCacheNotSaved);
     return false;
   }
   chmod(path.c_str(), S_IRUSR | S_IWUSR);  // a file that was there keeps its mode otherwise
-  logMessage(Logger::kTrace, 4687);
+  logMessage(Logger::kTrace, kCRLCacheSaved);
   return true;
 }
 
 bool CACache::loadCRLCache(const std::string& path) {
-  logMessage(Logger::kTrace, 4644);
+  logMessage(Logger::kTrace, kCRLCacheLoading);
   if (!workBuffer_.loadFileLocked(path.c_str())) {
-    logMessage(Logger::kFailure, 5149);
+    logMessage(Logger::kFailure, kCRLCacheNotRead);
     return false;
   }
   {
     const std::lock_guard lock(library().crlMutex);
     parseCRLCache(workBuffer_, semaphore_);  // a damaged file is no failure: the table tells what was read
   }
-  logMessage(Logger::kTrace, 4655);
+  logMessage(Logger::kTrace, kCRLCacheLoaded);
   return true;
 }
 

@@ -9,15 +9,12 @@
 #include "cache/ContextLog.h"
 #include "cache/Library.h"
 #include "keystrand/support/SystemClock.h"
+#include "log/MessageCodes.h"
 #include "support/Text.h"
 
 namespace keystrand {
 namespace {
 
-constexpr std::int32_t kInternalError = 5120;
-constexpr std::int32_t kNotDownloaded = 5137;
-constexpr std::int32_t kIncorrectFormat = 5199;
-constexpr std::int32_t kFormNotHandled = 5234;
 constexpr unsigned char kCertificateHold = 6;
 
 constexpr const char* kDateForm = "%b %d %H:%M:%S %Y GMT";
@@ -74,30 +71,30 @@ CRLSnapshot CACache::lookUp(const std::string& uri, int caRow, bool cachedOnly, 
   bool added = false;
   const HeldRow row = holdRow(uri, full, added);
   if (added) {
-    logMessage(Logger::kTrace, 4715);
+    logMessage(Logger::kTrace, kRowNotFound);
     if (!row || !fillCRLRow(uri, *row)) return nullptr;
   } else if (needsFetch(uri, *row->snapshot(), cachedOnly)) {
     refreshCRL(uri, *row);  // a failure shows only where the row holds nothing
   }
   CRLSnapshot held = row->snapshot();
   if (!held->crl || !isOfIssuer(*held, caRow)) return nullptr;
-  if (!added) logMessage(Logger::kTrace, 4714);
+  if (!added) logMessage(Logger::kTrace, kRowFound);
   return held;
 }
 
 CACache::RowSearch CACache::findCRLRow(const DistributionPointName* dp, int caRow, bool cachedOnly, CRLSnapshot& best) {
   const GeneralNameList* names = namesOf(dp);
   if (names == nullptr) {
-    fail(kIncorrectFormat);
+    fail(kDistributionPointIncorrect);
     return RowSearch::kNoNames;
   }
   for (int i = 0; i < names->count(); ++i) {
     const auto uri = uriOfGeneralName(*names->view(i));
     if (!uri) {
-      fail(kFormNotHandled);
+      fail(kDistributionPointNotHandled);
       continue;
     }
-    logMessage(Logger::kTrace, 4713);
+    logMessage(Logger::kTrace, kRowSearchStarted);
     bool full = false;
     CRLSnapshot held = lookUp(*uri, caRow, cachedOnly, full);
     if (full) {
@@ -115,11 +112,13 @@ bool CACache::searchCRL(const DistributionPointName* dp, int caRow, const char* 
   if (useLocalCRLs_ != 0) {
     answering = findLocalCRL(dp, caRow);
     if (!answering) {
-      report_.errCode = kNotDownloaded;  // not logged: nothing was tried
+      report_.errCode = kCRLNotDownloaded;  // not logged: nothing was tried
       return false;
     }
   } else if (findCRLRow(dp, caRow, false, answering) != RowSearch::kFound) {
-    return report_.errCode == kIncorrectFormat || report_.errCode == kFormNotHandled ? false : fail(kNotDownloaded);
+    return report_.errCode == kDistributionPointIncorrect || report_.errCode == kDistributionPointNotHandled
+               ? false
+               : fail(kCRLNotDownloaded);
   }
   reportCRL(*answering);
   return searchSerial(*answering->crl, serial);
@@ -131,13 +130,13 @@ void CACache::reportCRL(const CRLCacheEntry& entry) {
   report_.expiredCertsOnCRL.reset();
   if (entry.expiredCertsOnCRL.seconds() != 0) report_.expiredCertsOnCRL = entry.expiredCertsOnCRL;
   if (!logger_) return;
-  logMessage(Logger::kInformation, 4626, dateText(entry.thisUpdate).c_str());
+  logMessage(Logger::kInformation, kCRLDate, dateText(entry.thisUpdate).c_str());
   const std::unique_ptr<X500Time> now(SystemClock::now());
   if (entry.nextUpdate && entry.nextUpdate->less(*now)) {  // only told: the caller judges an expired CRL
-    log(*logger_, Logger::kInformation, 5156, "%s: %s", messageText(5156, settings().language),
+    log(*logger_, Logger::kInformation, kCRLExpired, "%s: %s", messageText(kCRLExpired, settings().language),
         dateText(*entry.nextUpdate).c_str());
   }
-  logMessage(Logger::kTrace, 4708);
+  logMessage(Logger::kTrace, kSerialSearchStarted);
 }
 
 // The first entry of that serial number decides, in the order of the encoding.
@@ -146,7 +145,7 @@ bool CACache::searchSerial(const CertificateList& crl, const char* serial) {
   const int index = revoked != nullptr && serial != nullptr ? revoked->find(serial) : -1;
   RevokedCertificate entry;
   if (index < 0 || !revoked->decode(index, entry)) {
-    logMessage(Logger::kTrace, 4710);
+    logMessage(Logger::kTrace, kSerialNotRevoked);
     return false;
   }
   report_.revocationDate.reset();
@@ -159,9 +158,10 @@ bool CACache::searchSerial(const CertificateList& crl, const char* serial) {
 void CACache::logRevocation() {
   if (!logger_) return;
   const std::string since = report_.revocationDate ? dateText(*report_.revocationDate) : std::string();
-  logMessage(Logger::kInformation, report_.reason == kCertificateHold ? 5162 : 5140, since.c_str());
-  if (report_.invalidSince) logMessage(Logger::kInformation, 5148, dateText(*report_.invalidSince).c_str());
-  logMessage(Logger::kTrace, 4709);
+  logMessage(Logger::kInformation, report_.reason == kCertificateHold ? kSuspensionDate : kRevocationDate,
+             since.c_str());
+  if (report_.invalidSince) logMessage(Logger::kInformation, kInvalidSince, dateText(*report_.invalidSince).c_str());
+  logMessage(Logger::kTrace, kSerialRevoked);
 }
 
 owner<CertificateList*> CACache::getCRL(const DistributionPointName* dp, int caRow, bool cachedOnly,
@@ -173,7 +173,7 @@ owner<CertificateList*> CACache::getCRL(const DistributionPointName* dp, int caR
       return best->crl->clone();
     case RowSearch::kNone:
       if (caCert != nullptr) *caCert = nullptr;
-      fail(kNotDownloaded);
+      fail(kCRLNotDownloaded);
       return nullptr;
     case RowSearch::kNoNames:
     case RowSearch::kTableFull:

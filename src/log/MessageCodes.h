@@ -1,0 +1,48 @@
+// The rows of the catalogue that the library logs or reports, by name.
+#pragma once
+
+#include <cstdint>
+
+namespace keystrand {
+
+// Failures; those that a context's errCode can hold come first.
+constexpr std::int32_t kInternalError = 5120;
+constexpr std::int32_t kKeyNotForCRLs = 5136;
+constexpr std::int32_t kCRLNotDownloaded = 5137;
+constexpr std::int32_t kCRLNotVerified = 5138;
+constexpr std::int32_t kDistributionPointIncorrect = 5199;
+constexpr std::int32_t kDistributionPointNotHandled = 5234;
+
+constexpr unsigned long kRevocationDate = 5140;
+constexpr unsigned long kInvalidSince = 5148;
+constexpr unsigned long kCRLCacheNotRead = 5149;
+constexpr unsigned long kCRLCacheNotSaved = 5155;
+constexpr unsigned long kCRLExpired = 5156;
+constexpr unsigned long kSuspensionDate = 5162;
+
+// States and trace.
+constexpr unsigned long kCRLDate = 4626;
+constexpr unsigned long kCRLAdded = 4637;
+constexpr unsigned long kCRLUpdated = 4638;
+constexpr unsigned long kCRLCacheLoading = 4644;
+constexpr unsigned long kCRLCacheLoaded = 4655;
+constexpr unsigned long kHTTPSDownloadStarted = 4673;
+constexpr unsigned long kHTTPSDownloadEnded = 4674;
+constexpr unsigned long kCRLIssuer = 4676;
+constexpr unsigned long kCRLCacheSaving = 4686;
+constexpr unsigned long kCRLCacheSaved = 4687;
+constexpr unsigned long kHTTPDownloadStarted = 4698;
+constexpr unsigned long kHTTPDownloadEnded = 4699;
+constexpr unsigned long kCRLCheckStarted = 4704;
+constexpr unsigned long kCRLCheckEnded = 4705;
+constexpr unsigned long kSerialSearchStarted = 4708;
+constexpr unsigned long kSerialRevoked = 4709;
+constexpr unsigned long kSerialNotRevoked = 4710;
+constexpr unsigned long kCRLAddress = 4712;
+constexpr unsigned long kRowSearchStarted = 4713;
+constexpr unsigned long kRowFound = 4714;
+constexpr unsigned long kRowNotFound = 4715;
+constexpr unsigned long kTimeRequestStarted = 4725;
+constexpr unsigned long kTimeRequestEnded = 4726;
+
+}  // namespace keystrand

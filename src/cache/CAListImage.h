@@ -1,11 +1,4 @@
-// The image of the CA list file "caCertsList-3.5", BER without any header:
-//
-//   rows      SET OF SEQUENCE { subjectText OCTET STRING, entries SEQUENCE OF Entry }     when there are rows
-//   tslInfos  SEQUENCE OF SEQUENCE { countryCode OCTET STRING (SIZE (2)), sequenceNumber INTEGER,
-//                                    location OCTET STRING }                              when there are records
-//   Entry     SEQUENCE { certificate, issuer Name, serial INTEGER, source INTEGER, metadata Metadata OPTIONAL }
-//   Metadata  SEQUENCE { serviceType, serviceName, countryCode, serviceStatus, statusStartingTime OCTET STRING,
-//                        next Metadata OPTIONAL }
+// The image of the CA list file "caCertsList-3.5", whose elements docs/files.md lists.
 #pragma once
 
 #include <vector>

@@ -1,0 +1,402 @@
+// The CA list file: its bytes, what survives a restart, what damage leaves, and its lock between processes.
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <future>
+
+#include "cache/TestCA.h"
+#include "support/LibraryFixture.h"
+
+namespace keystrand::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+const std::vector<std::string> kLoadedNothing = {message(4643), message(4654), rowsMessage(0)};
+
+// An element with a definite length, as X.690 8.1.3 has it.
+ByteString element(unsigned char tag, const std::vector<ByteString>& content) {
+  ByteString body;
+  for (const ByteString& part : content) body.insert(body.end(), part.begin(), part.end());
+  ByteString out = {tag};
+  if (body.size() < 0x80) {
+    out.push_back(static_cast<unsigned char>(body.size()));
+  } else {
+    ByteString length;
+    for (std::size_t n = body.size(); n != 0; n >>= 8) length.insert(length.begin(), static_cast<unsigned char>(n));
+    out.push_back(static_cast<unsigned char>(0x80 + length.size()));
+    out.insert(out.end(), length.begin(), length.end());
+  }
+  out.insert(out.end(), body.begin(), body.end());
+  return out;
+}
+
+ByteString octets(const std::string& text) {
+  return element(4, {ByteString(text.begin(), text.end())});
+}
+ByteString sequence(const std::vector<ByteString>& content) {
+  return element(0x30, content);
+}
+ByteString set(const std::vector<ByteString>& content) {
+  return element(0x31, content);
+}
+ByteString integer(unsigned char value) {
+  return {2, 1, value};
+}
+ByteString commonName(const std::string& value) {
+  return element(0x31, {sequence({{6, 3, 0x55, 4, 3}, element(12, {ByteString(value.begin(), value.end())})})});
+}
+ByteString encodedName(const std::string& subject) {
+  const ByteString country = element(0x31, {sequence({{6, 3, 0x55, 4, 6}, {0x13, 2, 'I', 'T'}})});
+  return sequence({country, commonName(subject)});
+}
+ByteString infoRecord(const std::string& country) {
+  return sequence({octets(country), integer(7), octets("http://l")});
+}
+
+std::unique_ptr<TSLMetadata> metadata(const char* status) {
+  auto record = std::make_unique<TSLMetadata>();
+  record->setCountryCode("IT");
+  record->setServiceType("type");
+  record->setServiceName("name");
+  record->setServiceStatus(status);
+  record->setStatusStartingTime("time");
+  return record;
+}
+
+class CAListFile : public LibraryFixture {
+ protected:
+  std::unique_ptr<CACache> context = contextLogging(Logger::kTrace);
+  const std::string path = folder / "list";
+
+  void add(const CAPlan& plan, std::int32_t source, std::unique_ptr<TSLMetadata> record = nullptr) {
+    const std::lock_guard lock(library().caMutex);
+    ASSERT_TRUE(context->insert(decoded(makeCA(plan)), source, std::move(record)));
+  }
+  bool loadBytes(const ByteString& bytes) {
+    writeFile(path, bytes);
+    return context->loadCAList(path);
+  }
+  // Everything of the list that a client can see, one line an entry.
+  std::vector<std::string> contents() {
+    std::vector<std::string> lines;
+    for (int row = 0; row < context->rowCount(); ++row) {
+      for (const auto& entry : context->entriesOf(row)) {
+        std::string line = context->subjectTextOf(row) + '|' + entry->serial().text(16) + '|' + entry->issuer().text() +
+                           '|' + std::to_string(entry->source());
+        for (const TSLMetadata* record = entry->metadata(); record != nullptr; record = record->nextView()) {
+          line += '|' + record->serviceStatusView().value();
+        }
+        lines.push_back(line);
+      }
+    }
+    return lines;
+  }
+};
+
+TEST_F(CAListFile, ComesBackAsItWas) {
+  auto history = metadata("now");
+  history->setNext(metadata("before").release());
+  add({.subject = "B", .serial = 300, .key = rsaKey()}, 1, std::move(history));
+  add({.subject = "A", .issuer = "Root"}, -70000);
+  add({.subject = "b", .serial = 2}, 3);
+  library().loadedTSLs.add({"IT", 70000, "http://lists.example/IT"});
+  library().loadedTSLs.add({"FR", -1, ""});
+  const auto before = contents();
+  logged();
+  EXPECT_TRUE(context->saveCAList(path));
+  EXPECT_THAT(logged(), ElementsAre(message(4688), message(4689)));
+  const ByteString image = readFile(path);
+  context->clean();
+  add({.subject = "Not in the file"}, 3);
+  library().loadedTSLs.clear();
+  logged();
+  EXPECT_TRUE(context->loadCAList(path));
+  EXPECT_THAT(logged(), ElementsAre(message(4643), message(4654), rowsMessage(2)));
+  EXPECT_EQ(contents(), before);
+  EXPECT_EQ(library().loadedTSLs.count(), 2);
+  ASSERT_TRUE(library().loadedTSLs.contains("IT"));
+  EXPECT_EQ(library().loadedTSLs.find("IT")->sequenceNumber(), 70000);
+  EXPECT_EQ(library().loadedTSLs.find("IT")->location(), "http://lists.example/IT");
+  EXPECT_EQ(library().loadedTSLs.find("FR")->location(), "") << "empty, not missing";
+  EXPECT_TRUE(context->saveCAList(path));
+  EXPECT_EQ(readFile(path), image);
+}
+
+TEST_F(CAListFile, HasTheseBytes) {
+  const ByteString plain = makeCA({.subject = "A"});
+  const ByteString listed = makeCA({.subject = "B", .serial = 5});
+  const auto entry = [](const ByteString& der, const char* subject, unsigned char serial, unsigned char source) {
+    return std::vector<ByteString>{der, encodedName(subject), integer(serial), integer(source)};
+  };
+  const auto record = [](const char* status, const std::vector<ByteString>& next) {
+    std::vector<ByteString> fields = {octets("type"), octets("name"), octets("IT"), octets(status), octets("time")};
+    fields.insert(fields.end(), next.begin(), next.end());
+    return sequence(fields);
+  };
+  auto withMetadata = entry(listed, "B", 5, 1);
+  withMetadata.push_back(record("now", {record("before", {})}));
+  const ByteString image = set({sequence({octets("C=IT,CN=A"), sequence({sequence(entry(plain, "A", 1, 3))})}),
+                                sequence({octets("C=IT,CN=B"), sequence({sequence(withMetadata)})})});
+  const ByteString infos = sequence({infoRecord("IT"), infoRecord("FR")});
+
+  ASSERT_TRUE(context->addCertificateDER(plain));
+  auto history = metadata("now");
+  history->setNext(metadata("before").release());
+  ASSERT_TRUE(context->insert(decoded(listed), 1, std::move(history)));
+  EXPECT_TRUE(context->saveCAList(path));
+  EXPECT_EQ(readFile(path), image);
+  library().loadedTSLs.add({"IT", 7, "http://l"});
+  library().loadedTSLs.add({"FRANCE", 7, "http://l"});
+  EXPECT_TRUE(context->saveCAList(path));
+  ByteString both = image;
+  both.insert(both.end(), infos.begin(), infos.end());
+  EXPECT_EQ(readFile(path), both);
+  context->clean();
+  EXPECT_TRUE(context->saveCAList(path)) << "records alone are written";
+  EXPECT_EQ(readFile(path), infos);
+}
+
+TEST_F(CAListFile, HoldsHistoriesOfAnyLength) {
+  constexpr int kRecords = 5000;
+  auto chain = metadata("0");
+  for (int i = 1; i < kRecords; ++i) {
+    auto newer = metadata(std::to_string(i).c_str());
+    newer->setNext(chain.release());
+    chain = std::move(newer);
+  }
+  add({}, kSourceTSL, std::move(chain));
+  const auto before = contents();
+  EXPECT_TRUE(context->saveCAList(path));
+  context->clean();
+  EXPECT_TRUE(context->loadCAList(path));
+  EXPECT_EQ(contents(), before);
+}
+
+// A text that is missing is left out of the record, and the reader then takes the next one for it.
+TEST_F(CAListFile, WithAMissingTextReadsAsEmpty) {
+  using Setter = void (TSLMetadata::*)(const char*);
+  for (const Setter setter : {&TSLMetadata::setServiceType, &TSLMetadata::setServiceName,
+                              &TSLMetadata::setServiceStatus, &TSLMetadata::setStatusStartingTime}) {
+    auto record = metadata("now");
+    ((*record).*setter)(nullptr);
+    context->clean();
+    add({}, kSourceTSL, std::move(record));
+    ASSERT_TRUE(context->saveCAList(path));
+    logged();
+    EXPECT_TRUE(context->loadCAList(path));
+    EXPECT_EQ(logged(), kLoadedNothing);
+    EXPECT_EQ(context->rowCount(), 0);
+  }
+}
+
+TEST_F(CAListFile, GivesWhatCanBeReadOfIt) {
+  const ByteString infos = sequence({infoRecord("IT")});
+  const ByteString emptyRow = sequence({octets("C=IT,CN=Empty"), sequence({})});
+  const auto joined = [](ByteString a, const ByteString& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+  };
+  const auto rows = [&](int count) { return set(std::vector<ByteString>(static_cast<std::size_t>(count), emptyRow)); };
+  struct Row {
+    const char* name;
+    ByteString bytes;
+    int rows;
+    int infos;
+  };
+  const std::string text = "just a text file";
+  for (const Row& row : {Row{"empty file", {}, 0, 0}, Row{"text", ByteString(text.begin(), text.end()), 0, 0},
+                         Row{"no rows", set({}), 0, 0}, Row{"rows and records", joined(rows(2), infos), 2, 1},
+                         Row{"records alone", infos, 0, 0}, Row{"the limit", joined(rows(2048), infos), 2048, 1},
+                         Row{"beyond the limit", joined(rows(2050), infos), 2048, 1},
+                         Row{"row that is none", joined(set({emptyRow, integer(1)}), infos), 0, 0},
+                         Row{"set beyond the file", {0x31, 0x84, 0xFF, 0xFF, 0xFF, 0xFF}, 0, 0},
+                         Row{"row beyond the set", joined({0x31, 4}, emptyRow), 1, 0},
+                         Row{"half a record", joined(rows(1), sequence({infoRecord("IT"), octets("FR")})), 1, 1},
+                         Row{"record with NULL for its place",
+                             joined(rows(1), sequence({sequence({octets("IT"), integer(7), {5, 0}})})), 1, 1},
+                         Row{"row without a subject", set({sequence({{5, 0}, sequence({})}), emptyRow}), 2, 0}}) {
+    library().loadedTSLs.add({"XX", 1, ""});
+    EXPECT_TRUE(loadBytes(row.bytes)) << row.name;
+    EXPECT_EQ(context->rowCount(), row.rows) << row.name;
+    EXPECT_EQ(library().loadedTSLs.count(), row.infos) << row.name;
+    EXPECT_EQ(context->rowOf(Name()), -1) << row.name << ": the empty name has no row";
+    EXPECT_TRUE(context->entriesOf(0).empty()) << row.name;
+    EXPECT_EQ(context->report().errCode, kNoError) << row.name;
+  }
+  EXPECT_TRUE(loadBytes(set({sequence({octets("one"), sequence({})}), sequence({octets("ONE"), sequence({})})})));
+  int found = 0;
+  static_cast<void>(context->entriesOfSubject("One", found));
+  EXPECT_EQ(found, 0) << "the first of two rows with one subject";
+  EXPECT_TRUE(context->removeCountry("IT"));
+  EXPECT_TRUE(context->removeSource(3));
+  EXPECT_EQ(context->rowCount(), 0) << "rows without entries go with any removal by source";
+}
+
+// The context that loads has just saved: what its buffer holds must not complete a file that was cut.
+TEST_F(CAListFile, CutAnywhereGivesNoRowsAndNoCrash) {
+  add({.subject = "A"}, 3, metadata("now"));
+  add({.subject = "B"}, 3);
+  ASSERT_TRUE(context->saveCAList(path));
+  library().loadedTSLs.add({"IT", 7, "http://lists.example/IT"});
+  const std::size_t rowsEnd = readFile(path).size();
+  ASSERT_TRUE(context->saveCAList(path));
+  const ByteString image = readFile(path);
+  for (std::size_t n = 0; n < image.size(); ++n) {
+    ASSERT_TRUE(loadBytes(ByteString(image.begin(), image.begin() + static_cast<std::ptrdiff_t>(n)))) << n;
+    EXPECT_EQ(context->rowCount(), n < rowsEnd ? 0 : 2) << n;
+    EXPECT_EQ(library().loadedTSLs.count(), 0) << n;
+    ASSERT_TRUE(loadBytes(image));
+    ASSERT_TRUE(context->saveCAList(path));
+  }
+}
+
+TEST_F(CAListFile, DamagedAnywhereLoadsAndCanBeUsed) {
+  add({.subject = "A"}, 1, metadata("now"));
+  library().loadedTSLs.add({"IT", 7, "http://lists.example/IT"});
+  ASSERT_TRUE(context->saveCAList(path));
+  const ByteString image = readFile(path);
+  const ByteString certificate = makeCA({.subject = "A"});
+  for (std::size_t n = 0; n < image.size(); ++n) {
+    for (const int flip : {0x01, 0x80, 0xFF}) {
+      ByteString damaged = image;
+      damaged[n] = static_cast<unsigned char>(damaged[n] ^ flip);
+      ASSERT_TRUE(loadBytes(damaged)) << n;
+      EXPECT_LE(context->rowCount(), 1) << n;
+      static_cast<void>(context->sourceOfDER(certificate));
+      delete[] context->countryCodeAt(0, 0);
+      delete context->certificateAt(0, 0);
+      context->saveCAList(path);
+    }
+  }
+}
+
+TEST_F(CAListFile, ThatIsMissingLeavesTheListAlone) {
+  add({}, 3);
+  logged();
+  for (const std::string& missing : {path, folder.path().string(), std::string()}) {
+    EXPECT_FALSE(context->loadCAList(missing)) << missing;
+    EXPECT_THAT(logged(), ElementsAre(message(4643), message(5150))) << missing;
+    EXPECT_EQ(context->rowCount(), 1) << missing;
+  }
+}
+
+TEST_F(CAListFile, IsNotWrittenWhenTheListIsEmpty) {
+  writeFile(path, {1, 2, 3});
+  EXPECT_FALSE(context->saveCAList(path));
+  EXPECT_THAT(logged(), ElementsAre(message(4688)));
+  EXPECT_EQ(readFile(path), (ByteString{1, 2, 3}));
+}
+
+TEST_F(CAListFile, BelongsToItsOwnerAlone) {
+  add({}, 3);
+  EXPECT_TRUE(context->saveCAList(path));
+  struct stat status {};
+  ASSERT_EQ(stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0600U);
+  ASSERT_EQ(chmod(path.c_str(), 0644), 0);
+  EXPECT_TRUE(context->saveCAList(path));
+  ASSERT_EQ(stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0600U);
+}
+
+TEST_F(CAListFile, ThatCannotBeWrittenKeepsTheListInMemory) {
+  add({}, 3);
+  logged();
+  for (const std::string& bad : {std::string(folder / "none" / "list"), folder.path().string()}) {
+    EXPECT_FALSE(context->saveCAList(bad)) << bad;
+    EXPECT_THAT(logged(), ElementsAre(message(4688), message(5153))) << bad;
+  }
+  std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit full = {100, RLIM_INFINITY};
+  rlimit former{};
+  getrlimit(RLIMIT_FSIZE, &former);
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &full), 0);
+  EXPECT_FALSE(context->saveCAList(path)) << "no room for more than 100 bytes";
+  setrlimit(RLIMIT_FSIZE, &former);
+  EXPECT_EQ(context->rowCount(), 1);
+  EXPECT_TRUE(context->saveCAList(path));
+}
+
+// Another process that holds the first byte of the file, with a classic lock, and changes the file before it lets go.
+class LockHolder {
+ public:
+  LockHolder(const std::string& path, const ByteString& finalContent) {
+    EXPECT_EQ(pipe(toHolder_), 0);
+    EXPECT_EQ(pipe(fromHolder_), 0);
+    pid_ = fork();
+    if (pid_ == 0) hold(path, finalContent);
+    char held = 0;
+    EXPECT_EQ(read(fromHolder_[0], &held, 1), 1);
+  }
+  LockHolder(const LockHolder&) = delete;
+  LockHolder& operator=(const LockHolder&) = delete;
+  ~LockHolder() {
+    int status = 0;
+    EXPECT_EQ(waitpid(pid_, &status, 0), pid_);
+    for (const int descriptor : {toHolder_[0], toHolder_[1], fromHolder_[0], fromHolder_[1]}) close(descriptor);
+  }
+  void letGo() const { EXPECT_EQ(write(toHolder_[1], "x", 1), 1); }
+
+ private:
+  [[noreturn]] void hold(const std::string& path, const ByteString& finalContent) const {
+    const int file = open(path.c_str(), O_RDWR);
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    lock.l_len = 1;
+    char go = 0;
+    const bool done = fcntl(file, F_SETLKW, &lock) == 0 && ftruncate(file, 0) == 0 &&
+                      write(fromHolder_[1], "x", 1) == 1 && read(toHolder_[0], &go, 1) == 1 &&
+                      pwrite(file, finalContent.data(), finalContent.size(), 0) >= 0;
+    _exit(done ? 0 : 1);
+  }
+  int toHolder_[2];
+  int fromHolder_[2];
+  pid_t pid_;
+};
+
+// Until a lock of this process waits for another one's, or the operation has ended without waiting.
+template <class Result>
+void untilWaiting(const std::future<Result>& operation) {
+  const auto isWaiting = [] {
+    std::ifstream locks("/proc/locks");
+    for (std::string line; std::getline(locks, line);) {
+      if (line.find("->") != std::string::npos) return true;
+    }
+    return false;
+  };
+  while (operation.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready && !isWaiting()) {
+  }
+}
+
+TEST_F(CAListFile, IsReadAndWrittenOnlyWhenNoOtherProcessHoldsIt) {
+  add({}, 3);
+  ASSERT_TRUE(context->saveCAList(path));
+  const ByteString image = readFile(path);
+  context->clean();
+  {
+    const LockHolder holder(path, image);
+    auto load = std::async(std::launch::async, [&] { return context->loadCAList(path); });
+    untilWaiting(load);
+    holder.letGo();
+    EXPECT_TRUE(load.get());
+  }
+  EXPECT_EQ(context->rowCount(), 1) << "read when the other had written it back";
+  {
+    const LockHolder holder(path, ByteString(image.size() + 100, 0xEE));
+    auto save = std::async(std::launch::async, [&] { return context->saveCAList(path); });
+    untilWaiting(save);
+    holder.letGo();
+    EXPECT_TRUE(save.get());
+  }
+  EXPECT_EQ(readFile(path), image) << "written over what the other left";
+}
+
+}  // namespace
+}  // namespace keystrand::test

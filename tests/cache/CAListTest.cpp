@@ -1,0 +1,379 @@
+// Changes of the CA list: what each road adds, replaces, removes, logs and leaves behind when it fails.
+#include <sys/stat.h>
+
+#include <functional>
+#include <thread>
+#include <utility>
+
+#include "cache/TestCA.h"
+#include "support/LibraryFixture.h"
+
+namespace keystrand::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+const std::string kCannotAdd = message(5195);
+const std::string kNotCanonical = message(5222);
+
+class CAList : public LibraryFixture {
+ protected:
+  std::unique_ptr<CACache> context = contextLogging(Logger::kTrace);
+
+  bool add(const CAPlan& plan) { return context->addCertificateDER(makeCA(plan)); }
+  int rowOf(const std::string& subject) {
+    return context->rowOf(*decoded(makeCA({.subject = subject}))->subjectView());
+  }
+  // Serial numbers and sources of a subject's row, in their order.
+  std::vector<std::pair<std::string, int>> entries(const std::string& subject) {
+    std::vector<std::pair<std::string, int>> found;
+    for (const auto& entry : context->entriesOf(rowOf(subject)))
+      found.emplace_back(entry->serial().text(10), entry->source());
+    return found;
+  }
+  std::vector<std::string> serials(const std::string& subject) {
+    std::vector<std::string> found;
+    for (const auto& [serial, source] : entries(subject)) found.push_back(serial);
+    return found;
+  }
+  std::string pathOf(const std::string& name, const std::vector<ByteString>& certificates) {
+    writePEM(folder / name, certificates);
+    return folder / name;
+  }
+};
+
+std::unique_ptr<TSLMetadata> metadataOf(const char* country) {
+  auto metadata = std::make_unique<TSLMetadata>();
+  metadata->setCountryCode(country);
+  return metadata;
+}
+
+const ByteString kGarbage = {0x30, 0x03, 0x02, 0x01, 0x05};
+
+TEST_F(CAList, OneRowHoldsAllCertificatesOfASubjectWhateverItsCase) {
+  EXPECT_TRUE(add({.subject = "Alpha", .serial = 1}));
+  EXPECT_TRUE(add({.subject = "Beta", .serial = 1}));
+  EXPECT_TRUE(add({.subject = "ALPHA", .serial = 2}));
+  EXPECT_EQ(context->rowCount(), 2);
+  EXPECT_EQ(rowOf("aLPHa"), 0);
+  EXPECT_EQ(rowOf("Beta"), 1);
+  EXPECT_EQ(rowOf("Gamma"), -1);
+  EXPECT_THAT(serials("alpha"), ElementsAre("1", "2"));
+  EXPECT_THAT(logged(), ElementsAre(subjectText("Alpha"), subjectText("Beta")));
+}
+
+// A later add wins and goes to the end of the row, unless it only fills gaps: sources whose low byte is 4.
+TEST_F(CAList, AddingAgainReplacesUnlessTheSourceKeepsWhatIsThere) {
+  struct Row {
+    std::int32_t source;
+    std::vector<std::pair<std::string, int>> entries;
+  };
+  for (const Row& row : {Row{3, {{"2", 9}, {"1", 3}}}, Row{4, {{"1", 9}, {"2", 9}}}, Row{260, {{"1", 9}, {"2", 9}}},
+                         Row{-252, {{"1", 9}, {"2", 9}}}, Row{-1, {{"2", 9}, {"1", -1}}}}) {
+    context->clean();
+    for (const int serial : {1, 2}) context->addCertificate(*decoded(makeCA({.serial = serial})), 9);
+    EXPECT_TRUE(context->addCertificate(*decoded(makeCA({.serial = 1})), row.source));
+    EXPECT_EQ(entries("First CA"), row.entries) << row.source;
+  }
+  EXPECT_TRUE(context->addCertificate(*decoded(makeCA({.serial = 3})), 260));
+  EXPECT_EQ(entries("First CA").back(), (std::pair<std::string, int>("3", 260))) << "stored as it was given";
+}
+
+TEST_F(CAList, TheSameSerialOfAnotherIssuerIsAnotherEntry) {
+  EXPECT_TRUE(add({.issuer = "Root A"}));
+  EXPECT_TRUE(add({.issuer = "Root B"}));
+  EXPECT_TRUE(add({.issuer = "Root A"}));
+  EXPECT_THAT(serials("First CA"), ElementsAre("1", "1"));
+}
+
+TEST_F(CAList, AFullTableRefusesNewSubjectsSilentlyAndKeepsServingKnownOnes) {
+  for (int i = 0; i < CATable::kRows; ++i) ASSERT_TRUE(add({.subject = "CA " + std::to_string(i)}));
+  EXPECT_EQ(logged().size(), std::size_t{CATable::kRows});
+  EXPECT_FALSE(add({.subject = "One too many"}));
+  EXPECT_TRUE(add({.subject = "CA 2047", .serial = 2}));
+  EXPECT_THAT(logged(), IsEmpty());
+  EXPECT_EQ(context->rowCount(), CATable::kRows);
+  EXPECT_THAT(serials("CA 2047"), ElementsAre("1", "2"));
+  const std::string list = pathOf("more.pem", {makeCA({.subject = "One too many"})});
+  EXPECT_FALSE(context->addCertificateListPEM(list.c_str()));
+  EXPECT_THAT(logged(), ElementsAre(message(4723), kNotCanonical, kCannotAdd)) << "a list does log it";
+  ASSERT_TRUE(context->removeEntry(*decoded(makeCA({.subject = "CA 0"}))));
+  EXPECT_TRUE(add({.subject = "One too many"}));
+  EXPECT_EQ(rowOf("One too many"), CATable::kRows - 1);
+  EXPECT_EQ(rowOf("CA 1"), 0);
+}
+
+TEST_F(CAList, SingleCertificatesComeFromFilesBytesAndText) {
+  struct Row {
+    const char* name;
+    std::function<bool(const ByteString&)> add;
+  };
+  const Row rows[] = {
+      {"DER file",
+       [&](const ByteString& der) {
+         writeFile(folder / "ca.der", der);
+         return context->addCertificateFile((folder / "ca.der").c_str());
+       }},
+      {"PEM file", [&](const ByteString& der) { return context->addCertificateFile(pathOf("ca.pem", {der}).c_str()); }},
+      {"bytes", [&](const ByteString& der) { return context->addCertificateDER(der); }},
+      {"Base64", [&](const ByteString& der) { return context->addCertificatePEM(base64(der).c_str()); }},
+      {"object", [&](const ByteString& der) { return context->addCertificate(*decoded(der), kSourceAdded); }},
+  };
+  for (const Row& row : rows) {
+    context->clean();
+    EXPECT_TRUE(row.add(makeCA())) << row.name;
+    EXPECT_THAT(logged(), ElementsAre(subjectText("First CA"))) << row.name;
+    EXPECT_EQ(context->sourceAt(0, 0), kSourceAdded) << row.name;
+    EXPECT_EQ(context->report().errCode, kNoError) << row.name;
+  }
+}
+
+// The failures come after a good certificate, so that what an earlier operation left in the buffer cannot pass for it.
+TEST_F(CAList, WhatIsNoCertificateIsRefusedWithOneMessage) {
+  writeFile(folder / "empty", {});
+  writeFile(folder / "garbage", kGarbage);
+  const ByteString der = makeCA({.subject = "Another"});
+  const ByteString cut(der.begin(), der.end() - 1);
+  struct Row {
+    const char* name;
+    std::function<bool()> run;
+  };
+  const Row rows[] = {
+      {"missing file", [&] { return context->addCertificateFile((folder / "none").c_str()); }},
+      {"no path", [&] { return context->addCertificateFile(nullptr); }},
+      {"folder", [&] { return context->addCertificateFile(folder.path().c_str()); }},
+      {"empty file", [&] { return context->addCertificateFile((folder / "empty").c_str()); }},
+      {"garbage file", [&] { return context->addCertificateFile((folder / "garbage").c_str()); }},
+      {"garbage", [&] { return context->addCertificateDER(kGarbage); }},
+      {"no bytes", [&] { return context->addCertificateDER({}); }},
+      {"cut by one byte", [&] { return context->addCertificateDER(cut); }},
+      {"no text", [&] { return context->addCertificatePEM(nullptr); }},
+      {"empty text", [&] { return context->addCertificatePEM(""); }},
+      {"armour, which is text to the decoder", [&] { return context->addCertificatePEM(armoured(der).c_str()); }},
+      {"remove garbage", [&] { return context->removeEntryDER(kGarbage); }},
+      {"remove no bytes", [&] { return context->removeEntryDER({}); }},
+      {"remove undecodable text", [&] { return context->removeEntryPEM("="); }},
+  };
+  ASSERT_TRUE(add({}));
+  logged();
+  for (const Row& row : rows) {
+    EXPECT_FALSE(row.run()) << row.name;
+    EXPECT_THAT(logged(), ElementsAre(kCannotAdd)) << row.name;
+    EXPECT_EQ(context->rowCount(), 1) << row.name;
+    EXPECT_EQ(context->report().errCode, kNoError) << row.name;
+  }
+}
+
+TEST_F(CAList, AnObjectWithoutNamesIsRefused) {
+  EXPECT_FALSE(context->addCertificate(Certificate(), kSourceAdded));
+  EXPECT_FALSE(context->removeEntry(Certificate()));
+  EXPECT_EQ(context->rowCount(), 0);
+}
+
+TEST_F(CAList, AddingAListKeepsWhatIsThereAndWarnsOfECKeys) {
+  ASSERT_TRUE(add({.subject = "Old"}));
+  logged();
+  const std::string list = pathOf("list.pem", {makeCA({.subject = "RSA", .key = rsaKey()}), makeCA({.subject = "EC"}),
+                                               makeCA({.subject = "RSA", .serial = 2, .key = rsaKey()})});
+  EXPECT_TRUE(context->addCertificateListPEM(list.c_str()));
+  EXPECT_THAT(logged(), ElementsAre(message(4723), subjectText("RSA"), kNotCanonical, subjectText("EC"), message(4695),
+                                    rowsMessage(3)));
+  EXPECT_EQ(context->rowCount(), 3);
+  EXPECT_EQ(context->sourceAt(rowOf("EC"), 0), kSourceAdded);
+}
+
+TEST_F(CAList, InitialisingReplacesTheListButNotWhatIsKnownOfTrustedLists) {
+  ASSERT_TRUE(add({.subject = "Old"}));
+  library().loadedTSLs.add({"IT", 7, "http://lists.example/IT"});
+  logged();
+  EXPECT_TRUE(context->initCertificateListPEM(pathOf("list.pem", {makeCA({.key = rsaKey()})}).c_str()));
+  EXPECT_THAT(logged(), ElementsAre(message(4678), subjectText("First CA"), message(4681), rowsMessage(1)));
+  EXPECT_EQ(rowOf("Old"), -1);
+  EXPECT_EQ(context->sourceAt(0, 0), kSourceInitPEM);
+  EXPECT_TRUE(library().loadedTSLs.contains("IT"));
+  EXPECT_TRUE(context->initCertificateListPEM(pathOf("empty.pem", {}).c_str()));
+  EXPECT_EQ(context->rowCount(), 0) << "no certificate in the file, so none in the list";
+}
+
+TEST_F(CAList, ABadCertificateEndsAListAndWhatStoodBeforeItStays) {
+  const std::string list = pathOf("list.pem", {makeCA({.key = rsaKey()}), kGarbage, makeCA({.subject = "Third"})});
+  struct Row {
+    const char* name;
+    std::function<bool()> run;
+    std::vector<std::string> log;
+    int rows;
+  };
+  const std::string first = subjectText("First CA");
+  const Row rows[] = {
+      {"add", [&] { return context->addCertificateListPEM(list.c_str()); }, {message(4723), first, kCannotAdd}, 2},
+      {"init",
+       [&] { return context->initCertificateListPEM(list.c_str()); },
+       {message(4678), first, kCannotAdd, message(5192)},
+       1},
+      {"import",
+       [&] { return context->importCertificateListPEM(list.c_str()); },
+       {message(4678), first, kCannotAdd, message(5192)},
+       1},
+  };
+  for (const Row& row : rows) {
+    context->clean();
+    ASSERT_TRUE(add({.subject = "Old"}));
+    logged();
+    EXPECT_FALSE(row.run()) << row.name;
+    EXPECT_EQ(logged(), row.log) << row.name;
+    EXPECT_EQ(context->rowCount(), row.rows) << row.name;
+    EXPECT_EQ(context->report().errCode, kNoError) << row.name;
+    EXPECT_FALSE(std::filesystem::exists(library().caListPath)) << row.name;
+  }
+}
+
+TEST_F(CAList, AListThatCannotBeOpenedLeavesTheListAlone) {
+  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+  ASSERT_TRUE(add({}));
+  logged();
+  for (const std::string& path : {std::string(folder / "none"), folder.path().string(), std::string(folder / "pipe")}) {
+    EXPECT_FALSE(context->addCertificateListPEM(path.c_str())) << path;
+    EXPECT_THAT(logged(), ElementsAre(kCannotAdd)) << path;
+    EXPECT_FALSE(context->initCertificateListPEM(path.c_str())) << path;
+    EXPECT_THAT(logged(), ElementsAre(message(5192))) << path;
+    EXPECT_EQ(context->rowCount(), 1) << path;
+  }
+  EXPECT_FALSE(context->addCertificateListPEM(nullptr));
+}
+
+TEST_F(CAList, ImportingEmptiesListAndCRLsFirstAndSavesOnSuccess) {
+  const auto fill = [&] {
+    add({.subject = "Old"});
+    const std::lock_guard lock(library().crlMutex);
+    static_cast<void>(library().crlTable.addHeld("http://crl.example/a"));
+  };
+  fill();
+  logged();
+  EXPECT_TRUE(context->importCertificateListPEM(pathOf("list.pem", {makeCA({.key = rsaKey()})}).c_str()));
+  EXPECT_THAT(logged(), ElementsAre(message(4678), subjectText("First CA"), message(4681), rowsMessage(1),
+                                    message(4688), message(4689)));
+  EXPECT_EQ(library().crlTable.count(), 0);
+  EXPECT_TRUE(std::filesystem::exists(library().caListPath));
+  fill();
+  logged();
+  EXPECT_FALSE(context->importCertificateListPEM((folder / "none").c_str()));
+  EXPECT_THAT(logged(), ElementsAre(message(5192)));
+  EXPECT_EQ(context->rowCount(), 0);
+  EXPECT_EQ(library().crlTable.count(), 0);
+  EXPECT_FALSE(context->importCertificateListPEM(pathOf("empty.pem", {}).c_str())) << "an empty list is not saved";
+}
+
+TEST_F(CAList, RemovalClosesTheGapInRowsAndEntries) {
+  for (const char* subject : {"A", "B", "C"}) {
+    for (const int serial : {1, 2}) ASSERT_TRUE(add({.subject = subject, .serial = serial}));
+  }
+  logged();
+  const ByteString first = makeCA({.subject = "B", .serial = 1});
+  const auto second = decoded(makeCA({.subject = "B", .serial = 2}));
+  EXPECT_TRUE(context->removeEntryDER(first));
+  EXPECT_THAT(serials("B"), ElementsAre("2"));
+  EXPECT_FALSE(context->removeEntryPEM(base64(first).c_str())) << "gone already";
+  EXPECT_TRUE(context->removeEntry(*second->subjectView(), *second->issuerView(), second->serialNumber()));
+  EXPECT_EQ(rowOf("B"), -1);
+  EXPECT_EQ(rowOf("C"), 1);
+  EXPECT_THAT(serials("C"), ElementsAre("1", "2"));
+  EXPECT_FALSE(context->removeEntry(*second)) << "no such row";
+  EXPECT_THAT(logged(), IsEmpty());
+}
+
+// The walk jumps over the entry behind one that it removed. Clients repeat the call until nothing changes.
+TEST_F(CAList, RemovalBySourceSparesTheNeighbourOfEachRemovedEntry) {
+  struct Row {
+    std::vector<std::int32_t> sources;  // of serial numbers 1, 2, ...
+    std::vector<std::string> left;
+  };
+  for (const Row& row :
+       {Row{{5}, {}}, Row{{5, 5}, {"2"}}, Row{{5, 5, 5}, {"2"}}, Row{{5, 5, 5, 5}, {"2", "4"}}, Row{{5, 6, 5}, {"2"}},
+        Row{{6, 5}, {"1"}}, Row{{6, 5, 5, 6}, {"1", "3", "4"}}, Row{{261}, {"1"}}}) {
+    context->clean();
+    for (std::size_t i = 0; i < row.sources.size(); ++i) {
+      context->addCertificate(*decoded(makeCA({.serial = static_cast<int>(i + 1)})), row.sources[i]);
+    }
+    context->addCertificate(*decoded(makeCA({.subject = "Behind"})), 6);
+    EXPECT_TRUE(context->removeSource(5));
+    EXPECT_EQ(serials("First CA"), row.left) << ::testing::PrintToString(row.sources);
+    EXPECT_EQ(rowOf("Behind"), row.left.empty() ? 0 : 1);
+  }
+}
+
+TEST_F(CAList, RemovalByCountryGoesByTheFirstEntryOfARow) {
+  const auto insert = [&](const char* subject, int serial, const char* country) {
+    const std::lock_guard lock(library().caMutex);
+    EXPECT_TRUE(context->insert(decoded(makeCA({.subject = subject, .serial = serial})), kSourceTSL,
+                                country != nullptr ? metadataOf(country) : nullptr));
+  };
+  insert("Italian first", 1, "IT");
+  insert("Italian first", 2, nullptr);
+  insert("Foreign first", 1, nullptr);
+  insert("Foreign first", 2, "IT");
+  insert("French", 1, "FR");
+  library().loadedTSLs.add({"IT", 7, "http://lists.example/IT"});
+  for (const char* country : {"ITA", "I", "it", ""}) EXPECT_TRUE(context->removeCountry(country));
+  EXPECT_EQ(context->rowCount(), 3);
+  EXPECT_TRUE(context->removeCountry("IT"));
+  EXPECT_EQ(rowOf("Italian first"), -1);
+  EXPECT_EQ(rowOf("Foreign first"), 0);
+  EXPECT_EQ(rowOf("French"), 1);
+  EXPECT_FALSE(library().loadedTSLs.contains("IT"));
+}
+
+TEST_F(CAList, CleaningEmptiesBothTablesForEveryContext) {
+  const auto other = contextLogging(kNoLog);
+  ASSERT_TRUE(add({}));
+  EXPECT_EQ(other->rowCount(), 1);
+  library().loadedTSLs.add({"IT", 7, "http://lists.example/IT"});
+  other->clean();
+  EXPECT_EQ(context->rowCount(), 0);
+  EXPECT_EQ(library().loadedTSLs.count(), 1);
+}
+
+TEST_F(CAList, LevelsOfTheMessages) {
+  const std::string list = pathOf("list.pem", {makeCA()});
+  const std::string bad = pathOf("bad.pem", {kGarbage});
+  const std::size_t perLevel[] = {0, 0, 0, 2, 3, 4, 5, 8};  // messages at or below each level
+  for (unsigned char level = 0; level <= Logger::kTrace; ++level) {
+    const auto quiet = contextLogging(level);
+    EXPECT_TRUE(quiet->initCertificateListPEM(list.c_str()));
+    EXPECT_FALSE(quiet->initCertificateListPEM(bad.c_str()));
+    EXPECT_EQ(logged().size(), perLevel[level]) << int{level};
+  }
+}
+
+// Before cache_init a context has no device, so nothing can be decoded, and nothing crashes.
+TEST(CAListWithoutDevice, EveryDecodeFails) {
+  CACache context;
+  EXPECT_FALSE(context.addCertificateDER(makeCA()));
+  EXPECT_FALSE(context.trustedCA(makeCA()));
+  EXPECT_EQ(context.sourceOfDER(makeCA()), -1);
+  EXPECT_EQ(context.rowCount(), 0);
+}
+
+TEST_F(CAList, ThreadsChangeAndReadOneList) {
+  std::vector<ByteString> certificates;
+  for (int i = 0; i < 16; ++i) certificates.push_back(makeCA({.subject = "CA " + std::to_string(i % 4), .serial = i}));
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      const auto own = std::make_unique<CACache>();
+      for (int i = 0; i < 200; ++i) {
+        const ByteString& der = certificates[static_cast<std::size_t>((i + t) % 16)];
+        EXPECT_TRUE(own->addCertificateDER(der));
+        for (const auto& entry : own->entriesOf(i % 4)) EXPECT_FALSE(entry->serial().isNegative());
+        own->removeEntryDER(der);
+        if (i % 64 == 0) own->removeSource(kSourceAdded);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (const ByteString& der : certificates) context->removeEntryDER(der);
+  EXPECT_EQ(context->rowCount(), 0);
+}
+
+}  // namespace
+}  // namespace keystrand::test

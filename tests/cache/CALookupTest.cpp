@@ -1,0 +1,334 @@
+// Queries of the CA list: who issued an object, what is known of a certificate, and what an unknown one answers.
+#include <climits>
+#include <cstdlib>
+#include <utility>
+
+#include "cache/TestCA.h"
+#include "support/LibraryFixture.h"
+
+namespace keystrand::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+const char* const kQualifiedCA = "http://uri.etsi.org/TrstSvc/Svctype/CA/QC";
+
+class CALookup : public LibraryFixture {
+ protected:
+  std::unique_ptr<CACache> context = contextLogging(Logger::kTrace);
+
+  bool add(const CAPlan& plan) { return context->addCertificateDER(makeCA(plan)); }
+  void addListed(const CAPlan& plan, std::unique_ptr<TSLMetadata> metadata) {
+    const std::lock_guard lock(library().caMutex);
+    ASSERT_TRUE(context->insert(decoded(makeCA(plan)), kSourceTSL, std::move(metadata)));
+  }
+};
+
+std::unique_ptr<TSLMetadata> metadata(const char* type, const char* status) {
+  auto record = std::make_unique<TSLMetadata>();
+  record->setCountryCode("IT");
+  record->setServiceType(type);
+  record->setServiceStatus(status);
+  return record;
+}
+
+std::unique_ptr<AuthorityKeyIdentifier> keyIdentifier(const ByteString& bytes) {
+  auto aki = std::make_unique<AuthorityKeyIdentifier>();
+  aki->setKeyIdentifier(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+  return aki;
+}
+
+TEST_F(CALookup, PlacesOutOfRangeAnswerNothing) {
+  ASSERT_TRUE(add({}));
+  const auto certificate = decoded(makeCA());
+  for (const auto& [row, index] : {std::pair{-1, 0}, {1, 0}, {2048, 0}, {0, -1}, {0, 1}, {INT_MAX, INT_MAX}}) {
+    EXPECT_EQ(context->certificateAt(row, index), nullptr);
+    EXPECT_EQ(context->sourceAt(row, index), -1);
+    EXPECT_EQ(context->countryCodeAt(row, index), nullptr);
+    EXPECT_EQ(context->serviceStatusAt(row, index), nullptr);
+    EXPECT_EQ(context->serviceTypeAt(row, index), nullptr);
+    EXPECT_EQ(context->qualifiedAt(row, index), 255);
+    if (row == 0) continue;
+    EXPECT_EQ(context->certIndex(row, *certificate->issuerView(), certificate->serialNumber()), -1);
+    EXPECT_EQ(context->issuerIndex(*certificate, row, nullptr), -1);
+    EXPECT_TRUE(context->entriesOf(row).empty());
+    EXPECT_EQ(context->subjectTextOf(row), "");
+  }
+}
+
+TEST_F(CALookup, CertificatesAreCopies) {
+  const ByteString der = makeCA();
+  ASSERT_TRUE(context->addCertificateDER(der));
+  const std::unique_ptr<Certificate> copy(context->certificateAt(0, 0));
+  context->clean();
+  Buffer out;
+  copy->put(out);
+  const auto bytes = out.range(0, out.size());
+  EXPECT_EQ(ByteString(bytes.begin(), bytes.end()), der);
+}
+
+// 0 for a subject that is known with other certificates only in the forms by certificate, where the form by names has
+// -1.
+TEST_F(CALookup, SourcesInEachForm) {
+  ASSERT_TRUE(context->addCertificate(*decoded(makeCA()), 77));
+  logged();
+  struct Row {
+    const char* name;
+    ByteString der;
+    int byCertificate;
+    int byNames;
+  };
+  for (const Row& row : {Row{"listed", makeCA(), 77, 77}, Row{"other serial", makeCA({.serial = 2}), 0, -1},
+                         Row{"other issuer", makeCA({.issuer = "Root"}), 0, -1},
+                         Row{"no row", makeCA({.subject = "Unknown"}), -1, -1}}) {
+    const auto certificate = decoded(row.der);
+    EXPECT_EQ(context->sourceOfDER(row.der), row.byCertificate) << row.name;
+    EXPECT_EQ(context->sourceOfPEM(base64(row.der).c_str()), row.byCertificate) << row.name;
+    EXPECT_EQ(context->sourceOf(*certificate->subjectView(), *certificate->issuerView(), certificate->serialNumber()),
+              row.byNames)
+        << row.name;
+  }
+  EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(CALookup, WhatIsNoCertificateIsLoggedExceptByTheQuestionOfTrust) {
+  ASSERT_TRUE(add({}));
+  logged();
+  const ByteString garbage = {0x30, 0x01, 0x00};
+  EXPECT_EQ(context->sourceOfDER(garbage), -1);
+  EXPECT_EQ(context->sourceOfDER({}), -1);
+  EXPECT_EQ(context->sourceOfPEM(nullptr), -1);
+  EXPECT_EQ(context->sourceOfPEM("MAEA"), -1);
+  EXPECT_EQ(context->metadataOf("MAEA"), nullptr);
+  EXPECT_EQ(context->metadataRecordsOf(""), nullptr);
+  EXPECT_EQ(logged(), std::vector<std::string>(6, message(5195)));
+  EXPECT_FALSE(context->trustedCA(garbage));
+  EXPECT_FALSE(context->trustedCA({}));
+  EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(CALookup, TrustGoesByTheNameOfTheIssuerAlone) {
+  ASSERT_TRUE(add({.subject = "Known"}));
+  EXPECT_TRUE(context->trustedCA(makeCA({.subject = "Other", .issuer = "KNOWN", .signer = rsaKey()}))) << "no key";
+  EXPECT_TRUE(context->trustedCA(makeCA({.subject = "Known", .serial = 9}))) << "self-issued, not in the list";
+  EXPECT_FALSE(context->trustedCA(makeCA({.subject = "Known", .issuer = "Other"})));
+}
+
+class IssuerIndex : public CALookup {
+ protected:
+  const PrivateKey other = privateKey("P-256", 1);
+  int indexFor(const CAPlan& issued, const AuthorityKeyIdentifier* aki) {
+    return context->issuerIndex(*decoded(makeCA(issued)), 0, aki);
+  }
+};
+
+TEST_F(IssuerIndex, BySignatureTakesTheFirstKeyThatFits) {
+  add({.serial = 1, .key = rsaKey()});
+  add({.serial = 2, .key = other});
+  add({.serial = 3, .key = other});
+  EXPECT_EQ(indexFor({.subject = "Leaf", .signer = rsaKey()}, nullptr), 0);
+  EXPECT_EQ(indexFor({.subject = "Leaf", .signer = other}, nullptr), 1) << "the smaller of two with one key";
+  EXPECT_EQ(indexFor({.subject = "Leaf", .signer = privateKey("P-256", 2)}, nullptr), -1);
+  const ByteString spoilt = withBitFlipped(makeCA({.subject = "Leaf", .signer = rsaKey()}));
+  EXPECT_EQ(context->issuerIndex(*decoded(spoilt), 0, nullptr), -1);
+}
+
+TEST_F(IssuerIndex, ByKeyIdentifierAsksForNoSignature) {
+  add({.serial = 1, .key = rsaKey(), .subjectKeyIdentifier = "010203"});
+  add({.serial = 2, .key = other, .subjectKeyIdentifier = "010204"});
+  const CAPlan issued = {.subject = "Leaf", .signer = rsaKey()};
+  EXPECT_EQ(indexFor(issued, keyIdentifier({1, 2, 4}).get()), 1) << "although the first one's key verifies";
+  EXPECT_EQ(indexFor(issued, keyIdentifier({9}).get()), 0) << "falls through to signatures";
+  EXPECT_EQ(indexFor(issued, keyIdentifier({1, 2}).get()), 0);
+  EXPECT_EQ(indexFor(issued, AuthorityKeyIdentifier().clone()), 0);
+}
+
+// Otherwise an identifier that says nothing would stand in for a signature check.
+TEST_F(IssuerIndex, AnEmptyIdentifierMatchesNothing) {
+  const ByteString empty;
+  add({.serial = 1, .key = rsaKey()});
+  const auto certificate = std::unique_ptr<Certificate>(context->certificateAt(0, 0));
+  for (const ByteString& value : {ByteString{4, 0}, ByteString{5, 0}, ByteString{}, ByteString{4, 1}}) {
+    Extension extension;
+    extension.setID("2.5.29.14");
+    extension.setValue(value.data(), static_cast<std::uint32_t>(value.size()));
+    ExtensionList list;
+    list.add(extension);
+    certificate->setExtensions(&list);
+    EXPECT_FALSE(CACache::matchAuthorityKey(AuthorityKeyIdentifier(), *certificate));
+    EXPECT_FALSE(CACache::matchAuthorityKey(*keyIdentifier(empty), *certificate));
+  }
+}
+
+TEST_F(IssuerIndex, ByIssuerAndSerialComparesTheNameExactly) {
+  add({.issuer = "Root", .serial = 5, .key = rsaKey()});
+  add({.issuer = "Root", .serial = 6, .key = other});
+  struct Row {
+    const char* name;
+    const char* issuer;  // of the authority's certificate; none: no name
+    std::int32_t serial;
+    bool behindOthers;
+    int index;
+  };
+  const CAPlan issued = {.subject = "Leaf", .signer = rsaKey()};
+  for (const Row& row :
+       {Row{"both fit", "Root", 6, false, 1}, Row{"behind other names", "Root", 6, true, 1},
+        Row{"case counts", "ROOT", 6, false, 0}, Row{"the subject is not asked", "First CA", 6, false, 0},
+        Row{"another serial", "Root", 7, false, 0}, Row{"a serial of zero", "Root", 0, false, 0},
+        Row{"no name", nullptr, 6, false, 0}}) {
+    AuthorityKeyIdentifier aki;
+    aki.setAuthorityCertSerialNumber(BigInteger(row.serial));
+    GeneralNameList names;
+    if (row.behindOthers) {
+      GeneralName uri;
+      uri.setURI("http://ca.example/");
+      names.add(uri);
+    }
+    if (row.issuer != nullptr) {
+      GeneralName name;
+      name.setDirectoryName(decoded(makeCA({.subject = row.issuer}))->subjectView());
+      names.add(name);
+      aki.setAuthorityCertIssuer(&names);
+    }
+    EXPECT_EQ(indexFor(issued, &aki), row.index) << row.name;
+  }
+}
+
+// A CRL passes for an attribute certificate here: the reader of those takes any body, then algorithm and signature.
+TEST_F(IssuerIndex, CRLsAndAttributeCertificatesFindTheirIssuerToo) {
+  add({.serial = 1, .key = other});
+  add({.serial = 2, .key = rsaKey()});
+  const ByteString der = makeCRL(makeAuthority({.key = rsaKey()}), {.entries = {{.serial = "0A"}}});
+  SecureBuffer buffer(library().cryptoDevice.get());
+  buffer.assign(der.data(), static_cast<std::uint32_t>(der.size()));
+  CertificateList crl;
+  ASSERT_TRUE(crl.get(buffer));
+  EXPECT_EQ(context->issuerIndex(crl, 0, nullptr), 1);
+  buffer.setReadPosition(0);
+  AttributeCertificate attributes;
+  ASSERT_TRUE(attributes.get(buffer));
+  EXPECT_EQ(context->issuerIndex(attributes, 0, nullptr), 1);
+  context->removeEntryDER(makeCA({.serial = 2, .key = rsaKey()}));
+  EXPECT_EQ(context->issuerIndex(crl, 0, nullptr), -1);
+  EXPECT_EQ(context->issuerIndex(attributes, 0, nullptr), -1);
+}
+
+TEST_F(CALookup, WhatATrustedListSaid) {
+  auto history = metadata(kQualifiedCA, "granted");
+  history->setNext(metadata(nullptr, "before").release());
+  addListed({.serial = 1}, std::move(history));
+  addListed({.serial = 2}, metadata("http://uri.etsi.org/TrstSvc/Svctype/TSA/QTST", nullptr));
+  addListed({.serial = 3}, metadata("http://uri.etsi.org/TrstSvc/Svctype/TSA", ""));
+  addListed({.serial = 4}, metadata(nullptr, "granted"));
+  addListed({.serial = 5}, metadata("http://uri.etsi.org/TrstSvc/Svctype/ca/qc", "granted"));
+  add({.serial = 6});
+  for (const auto& [index, qualified] : {std::pair{0, 1}, {1, 1}, {2, 0}, {3, 0}, {4, 0}, {5, 255}}) {
+    EXPECT_EQ(context->qualifiedAt(0, index), qualified) << index;
+  }
+  const auto text = [](char* owned) {
+    const std::unique_ptr<char[]> holder(owned);
+    return owned != nullptr ? std::string(owned) : std::string("(none)");
+  };
+  EXPECT_EQ(text(context->countryCodeAt(0, 0)), "IT");
+  EXPECT_EQ(text(context->serviceTypeAt(0, 0)), kQualifiedCA);
+  EXPECT_EQ(text(context->serviceStatusAt(0, 0)), "granted");
+  EXPECT_EQ(text(context->serviceStatusAt(0, 1)), "(none)");
+  EXPECT_EQ(text(context->serviceStatusAt(0, 2)), "");
+  EXPECT_EQ(text(context->countryCodeAt(0, 5)), "(none)");
+  // What a list said goes when the certificate is added from elsewhere.
+  add({.serial = 1});
+  EXPECT_EQ(context->qualifiedAt(0, 5), 255);
+}
+
+TEST_F(CALookup, MetadataComesAsObjectsAndAsPlainRecords) {
+  auto history = metadata(kQualifiedCA, "granted");
+  history->setNext(metadata(nullptr, "before").release());
+  addListed({.serial = 1}, std::move(history));
+  add({.serial = 2});
+  const std::string listed = base64(makeCA({.serial = 1}));
+  const std::unique_ptr<TSLMetadata> object(context->metadataOf(listed.c_str()));
+  ASSERT_NE(object, nullptr);
+  EXPECT_EQ(object->serviceStatusView(), "granted");
+  ASSERT_NE(object->nextView(), nullptr);
+  EXPECT_EQ(object->nextView()->serviceStatusView(), "before");
+  _md* first = context->metadataRecordsOf(listed.c_str());
+  ASSERT_NE(first, nullptr);
+  EXPECT_STREQ(first->serviceType, kQualifiedCA);
+  EXPECT_STREQ(first->serviceStatus, "granted");
+  EXPECT_EQ(first->serviceName, nullptr);
+  ASSERT_NE(first->next, nullptr);
+  EXPECT_EQ(first->next->serviceType, nullptr);
+  EXPECT_STREQ(first->next->serviceStatus, "before");
+  EXPECT_EQ(first->next->next, nullptr);
+  for (_md* record = first; record != nullptr;) {  // as a client gives all of it back
+    std::free(record->serviceType);
+    std::free(record->serviceStatus);
+    delete std::exchange(record, record->next);
+  }
+  for (const CAPlan& unknown : {CAPlan{.serial = 2}, CAPlan{.serial = 3}, CAPlan{.subject = "Unknown"}}) {
+    EXPECT_EQ(context->metadataOf(base64(makeCA(unknown)).c_str()), nullptr);
+    EXPECT_EQ(context->metadataRecordsOf(base64(makeCA(unknown)).c_str()), nullptr);
+  }
+}
+
+// DSA is no algorithm of the device: such a signature is never found good.
+bool isDSA(const Certificate& certificate) {
+  const std::unique_ptr<AlgorithmIdentifier> algorithm(certificate.signatureAlgorithm());
+  return algorithm->equals("1.2.840.10040.4.3");
+}
+
+// Certificates that no one here made: each finds its own place, and the issuers that OpenSSL finds.
+class PublishedCertificates : public CALookup {
+ protected:
+  void check(const std::vector<ByteString>& certificates) {
+    std::vector<ByteString> listed;
+    for (const ByteString& der : certificates) {
+      if (context->addCertificateDER(der)) listed.push_back(der);
+    }
+    ASSERT_GT(listed.size(), certificates.size() * 9 / 10);
+    ASSERT_TRUE(context->saveCAList(folder / "list"));
+    for (const ByteString& der : listed) checkOne(der);
+    ASSERT_TRUE(context->loadCAList(folder / "list"));
+    for (const ByteString& der : listed) checkOne(der);
+  }
+
+ private:
+  void checkOne(const ByteString& der) {
+    const auto certificate = decoded(der);
+    EXPECT_EQ(context->sourceOfDER(der), kSourceAdded);
+    const int row = context->rowOf(*certificate->issuerView());
+    EXPECT_EQ(context->trustedCA(der), row >= 0);
+    const auto entries = context->entriesOf(row);
+    const int issuer = context->issuerIndex(*certificate, row, nullptr);
+    for (int i = 0; i < static_cast<int>(entries.size()); ++i) {
+      if (issuer >= 0 && i > issuer) break;
+      Buffer candidate;
+      entries[static_cast<std::size_t>(i)]->certificate().put(candidate);
+      const auto bytes = candidate.range(0, candidate.size());
+      const bool verifies = opensslVerifies({bytes.begin(), bytes.end()}, der) && !isDSA(*certificate);
+      EXPECT_EQ(verifies, i == issuer) << certificate->subjectView()->text();
+    }
+  }
+};
+
+TEST_F(PublishedCertificates, OfPKITS) {
+  const auto pkits = publishedVectors() / "x509" / "PKITS_data" / "certs";
+  if (!std::filesystem::exists(pkits)) GTEST_SKIP() << "python3-cryptography-vectors is not installed";
+  check(certificatesBelow(pkits, ".crt"));
+}
+
+TEST_F(PublishedCertificates, OfTheBSITestSuite) {
+  const auto bsi = testData("cert/bsi");
+  if (!bsi) GTEST_SKIP() << kNoTestData;
+  check(certificatesBelow(*bsi, ".crt"));
+}
+
+TEST_F(PublishedCertificates, OfEuropeanAuthorities) {
+  const auto issuers = testData("crl/real/issuers");
+  if (!issuers) GTEST_SKIP() << kNoTestData;
+  check(certificatesBelow(*issuers, ".pem"));
+}
+
+}  // namespace
+}  // namespace keystrand::test

@@ -1,0 +1,81 @@
+// Records of trusted lists: copies, chains of any length, and the codes of countries.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "cache/TSLInfo.h"
+#include "keystrand/cache/TSLMetadata.h"
+
+namespace keystrand::test {
+namespace {
+
+std::string taken(char* text) {
+  const std::unique_ptr<char[]> owned(text);
+  return text != nullptr ? std::string(text) : "(none)";
+}
+
+TEST(TSLRecords, TextsAreReplacedClearedAndCopied) {
+  TSLMetadata record;
+  EXPECT_EQ(taken(record.getServiceName()), "(none)");
+  record.setServiceName("one");
+  record.setServiceName("two");
+  const std::unique_ptr<TSLMetadata> copy(record.clone());
+  record.setServiceName(nullptr);
+  EXPECT_EQ(taken(record.getServiceName()), "(none)");
+  EXPECT_EQ(taken(copy->getServiceName()), "two");
+  copy->setStatusStartingTime("");
+  EXPECT_EQ(taken(copy->getStatusStartingTime()), "");
+}
+
+TEST(TSLRecords, ACountryIsExactlyTwoCharacters) {
+  struct Row {
+    const char* set;
+    const char* asked;
+    bool has;
+  };
+  for (const Row& row : {Row{"IT", "IT", true}, Row{"IT", "it", false}, Row{"IT", "ITA", false}, Row{"IT", "I", false},
+                         Row{"IT", "", false}, Row{"IT", nullptr, false}, Row{"ITALY", "IT", true},
+                         Row{"I", "I", false}, Row{"", "", false}, Row{nullptr, "", false}}) {
+    TSLMetadata record;
+    record.setCountryCode(row.set);
+    EXPECT_EQ(record.hasCountry(row.asked), row.has) << (row.asked != nullptr ? row.asked : "null");
+    EXPECT_EQ(TSLInfo(row.set != nullptr ? row.set : "", 1, "").hasCountry(row.asked), row.has);
+  }
+}
+
+// Each record owns the next: neither copying nor deleting may go down the chain by recursion.
+TEST(TSLRecords, ChainsOfAnyLengthAreCopiedAndDeleted) {
+  auto chain = std::make_unique<TSLMetadata>();
+  for (int i = 0; i < 1'000'000; ++i) {
+    auto newer = std::make_unique<TSLMetadata>();
+    newer->setNext(chain.release());
+    chain = std::move(newer);
+  }
+  std::unique_ptr<TSLMetadata> copy(chain->getNext());
+  chain.reset();
+  int count = 0;
+  for (const TSLMetadata* record = copy.get(); record != nullptr; record = record->nextView()) ++count;
+  EXPECT_EQ(count, 1'000'000);
+  copy->setNext(nullptr);
+  EXPECT_EQ(copy->getNext(), nullptr);
+}
+
+TEST(TSLRecords, TheFirstOfACountryIsFoundAndRemoved) {
+  TSLInfoList list;
+  list.add({"IT", 1, "a"});
+  list.add({"FR", 2, std::nullopt});
+  list.add({"IT", 3, "b"});
+  EXPECT_EQ(list.find("IT")->sequenceNumber(), 1);
+  list.remove("IT");
+  EXPECT_EQ(list.find("IT")->sequenceNumber(), 3);
+  EXPECT_EQ(list.at(0)->countryCode(), "FR");
+  EXPECT_EQ(list.at(0)->location(), std::nullopt);
+  list.remove("DE");
+  list.remove(nullptr);
+  EXPECT_EQ(list.count(), 2);
+  EXPECT_EQ(list.at(2), nullptr);
+  EXPECT_EQ(list.at(-1), nullptr);
+  EXPECT_FALSE(list.contains(nullptr));
+}
+
+}  // namespace
+}  // namespace keystrand::test

@@ -1,0 +1,45 @@
+// CAs in the few words that tests of the list need, and the certificates of folders.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "keystrand/pkix/Certificate.h"
+#include "support/Builders.h"
+
+namespace keystrand::test {
+
+// A sound certificate unless a field is changed; keys on P-256 are the quick ones.
+struct CAPlan {
+  std::string subject = "First CA";        // its CN, behind C=IT
+  std::optional<std::string> issuer = {};  // else the subject
+  int serial = 1;
+  PrivateKey key = privateKey();
+  PrivateKey signer = {};                 // else the own key
+  std::string subjectKeyIdentifier = {};  // hexadecimal; empty: no such extension
+};
+ByteString makeCA(const CAPlan& plan = {});
+PrivateKey rsaKey();
+
+NameSpec nameOf(const std::string& commonName);
+// The text form of such a name, the key of its row.
+std::string subjectText(const std::string& commonName);
+
+// As the library decodes it; empty when it does not.
+std::unique_ptr<Certificate> decoded(const ByteString& der);
+
+std::string base64(const ByteString& der);
+std::string armoured(const ByteString& der);
+void writeFile(const std::filesystem::path& path, const ByteString& bytes);
+void writePEM(const std::filesystem::path& path, const std::vector<ByteString>& certificates);
+
+// The certificates of the files below a folder that have this extension, bare or in armour, one each.
+std::vector<ByteString> certificatesBelow(const std::filesystem::path& folder, const std::string& extension);
+
+// Whether OpenSSL finds that the first certificate's key made the signature of the second.
+bool opensslVerifies(const ByteString& issuer, const ByteString& issued);
+
+}  // namespace keystrand::test

@@ -38,7 +38,7 @@ bool AttributeCertificate::get(SecureBuffer& buffer) {
   Element element;
   Element body;
   digest_.reset();
-  if (!element.open(buffer, kSequence) || element.end > buffer.size()) return false;
+  if (buffer.device() == nullptr || !element.open(buffer, kSequence) || element.end > buffer.size()) return false;
   const std::uint32_t start = buffer.readPosition();
   if (!openWhole(body, buffer, kSequence) || !close(body, buffer)) return false;
   const std::uint32_t end = buffer.readPosition();

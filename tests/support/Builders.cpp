@@ -12,6 +12,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "support/Der.h"
+
 namespace keystrand::test {
 
 namespace {
@@ -189,6 +191,19 @@ ByteString makeCRL(const Authority& issuer, const CRLSpec& spec) {
   return encoded(crl, i2d_X509_CRL);
 }
 
+ByteString makeSigned(const ByteString& body, const PrivateKey& key, const SigningSpec& signing) {
+  const DigestContext context = signer(key, signing);
+  std::size_t n = 0;
+  require(EVP_DigestSign(context.get(), nullptr, &n, body.data(), body.size()) == 1, "size of a signature");
+  ByteString signature(n);
+  require(EVP_DigestSign(context.get(), signature.data(), &n, body.data(), body.size()) == 1, "signature");
+  signature.resize(n);
+  // The identifier of the algorithm, from something that the same key signs the same way.
+  const ByteString sample = signedCertificate({.key = key, .extensions = {}, .signing = signing}, key, nullptr);
+  const ByteString algorithm = children(sample).at(1);
+  return element(0x30, body + algorithm + element(0x03, ByteString{0} + signature));
+}
+
 ByteString toPEM(const ByteString& der, const std::string& label) {
   const BioHandle out(BIO_new(BIO_s_mem()));
   require(PEM_write_bio(out.get(), label.c_str(), "", der.data(), static_cast<long>(der.size())) > 0, label);
@@ -212,7 +227,8 @@ ByteString fromPEM(const std::string& text) {
   return der;
 }
 
-ByteString fromHex(const std::string& digits) {
+ByteString fromHex(std::string digits) {
+  std::erase(digits, ' ');
   if (digits.empty()) return {};  // which OpenSSL refuses
   long n = 0;
   unsigned char* bytes = made(OPENSSL_hexstr2buf(digits.c_str(), &n), digits);

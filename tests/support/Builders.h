@@ -97,10 +97,13 @@ Authority makeAuthority(const AuthoritySpec& spec = {}, const Authority* issuer 
 ByteString makeCertificate(const Authority& issuer, const CertificateSpec& spec = {});
 ByteString makeCRL(const Authority& issuer, const CRLSpec& spec = {});
 
+// SEQUENCE { body, signatureAlgorithm, signature } over a body of any octets.
+ByteString makeSigned(const ByteString& body, const PrivateKey& key, const SigningSpec& signing = {});
+
 ByteString toPEM(const ByteString& der, const std::string& label);
 // The bytes of one armour, whatever its label; empty when there is none.
 ByteString fromPEM(const std::string& text);
-ByteString fromHex(const std::string& digits);
+ByteString fromHex(std::string digits);  // blanks are passed over
 // With one bit turned over, counted from the end of the last byte: bit 0 spoils a signature, not the structure.
 ByteString withBitFlipped(ByteString bytes, std::size_t bitFromEnd = 0);
 

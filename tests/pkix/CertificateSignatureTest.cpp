@@ -1,0 +1,203 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "keystrand/pkix/AttributeCertificate.h"
+#include "keystrand/pkix/Certificate.h"
+#include "pkix/CertificateFiles.h"
+#include "pkix/CertificateOracle.h"
+#include "support/Builders.h"
+#include "support/Coding.h"
+#include "support/Der.h"
+#include "support/TempFolder.h"
+#include "support/TestDevice.h"
+
+namespace keystrand::test {
+
+namespace {
+
+// The public key of a CA, as the library reads it.
+class IssuerKey {
+ public:
+  explicit IssuerKey(const Authority& ca) { EXPECT_TRUE(decode(certificate_, ca.certificate)); }
+  operator const KeyInfo&() const { return *certificate_.subjectPublicKeyInfoView(); }  // NOLINT(google-explicit-*)
+
+ private:
+  Certificate certificate_;
+};
+
+struct AlgorithmRow {
+  const char* key;
+  SigningSpec signing;
+  bool known;  // to the device
+};
+const AlgorithmRow kAlgorithms[] = {
+    {"RSA-2048", {"MD5"}, true},           {"RSA-2048", {"SHA1"}, true},    {"RSA-2048", {"SHA256"}, true},
+    {"RSA-2048", {"SHA384"}, true},        {"RSA-2048", {"SHA512"}, true},  {"RSA-2048", {"SHA256", true}, true},
+    {"RSA-2048", {"SHA512", true}, true},  {"P-256", {"SHA1"}, true},       {"P-256", {"SHA224"}, true},
+    {"P-256", {"SHA256"}, true},           {"P-384", {"SHA384"}, true},     {"P-521", {"SHA512"}, true},
+    {"brainpoolP256r1", {"SHA256"}, true}, {"RSA-2048", {"SHA224"}, false}, {"RSA-2048", {"SHA3-256"}, false},
+    {"P-256", {"SHA3-256"}, false},
+};
+
+TEST(CertificateSignature, HoldsForTheSignedBytesOnly) {
+  TestDevice device;
+  for (const AlgorithmRow& row : kAlgorithms) {
+    SCOPED_TRACE(std::string(row.key) + " " + row.signing.digest + (row.signing.pss ? " PSS" : ""));
+    const Authority ca = makeAuthority({.key = privateKey(row.key)});
+    const IssuerKey issuerKey(ca);
+    const IssuerKey otherKey(makeAuthority({.key = privateKey(row.key, 1)}));
+    const ByteString der = makeCertificate(ca, {.signing = row.signing});
+    Certificate certificate;
+    ASSERT_TRUE(device.read(certificate, der));
+    EXPECT_EQ(certificate.verify(device.get(), issuerKey), row.known);
+    EXPECT_FALSE(certificate.verify(device.get(), otherKey));
+    const std::unique_ptr<Certificate> copy(certificate.clone());
+    EXPECT_EQ(copy->verify(device.get(), issuerKey), row.known);
+
+    Certificate plain;  // read without a digest, which is then made of the body as it would be written
+    ASSERT_TRUE(decode(plain, der));
+    EXPECT_EQ(plain.verify(device.get(), issuerKey), row.known);
+
+    Certificate spoilt;
+    ASSERT_TRUE(device.read(spoilt, withBitFlipped(der)));
+    EXPECT_FALSE(spoilt.verify(device.get(), issuerKey));
+    const std::unique_ptr<Name> issuerName(certificate.issuer());
+    certificate.setSubject(issuerName.get());
+    EXPECT_FALSE(certificate.verify(device.get(), issuerKey)) << "changed after it was read";
+  }
+}
+
+// Each bit of a body turned over in its turn: what can still be read is not signed any more.
+TEST(CertificateSignature, BreaksWithEveryBitOfTheBody) {
+  TestDevice device;
+  const Authority ca = makeAuthority();
+  const IssuerKey issuerKey(ca);
+  const ByteString der = makeCertificate(ca, {.extensions = {{"keyUsage", "critical,digitalSignature"}}});
+  const std::size_t end = 4 + children(der).at(0).size();
+  for (std::size_t bit = 8 * (der.size() - end); bit < 8 * (der.size() - 4); ++bit) {
+    Certificate certificate;
+    if (device.read(certificate, withBitFlipped(der, bit))) {
+      EXPECT_FALSE(certificate.verify(device.get(), issuerKey)) << bit;
+    }
+  }
+}
+
+// A body that is not DER: its digest is that of the bytes received, so the reading that takes it is the only one on
+// which such a signature holds. RSASSA-PSS always goes over what would be written.
+TEST(CertificateSignature, OfANonCanonicalBodyNeedsTheReceivedBytes) {
+  TestDevice device;
+  for (const bool pss : {false, true}) {
+    const Authority ca = makeAuthority({.key = privateKey("RSA-2048")});
+    const IssuerKey issuerKey(ca);
+    const ByteString body = children(makeCertificate(ca)).at(0);
+    const ByteString longForm = element(0x30, firstElement(body).content, 4);
+    const ByteString der = makeSigned(longForm, ca.key, {.pss = pss});
+    Certificate digested;
+    ASSERT_TRUE(device.read(digested, der));
+    EXPECT_EQ(digested.verify(device.get(), issuerKey), !pss);
+    Certificate plain;
+    ASSERT_TRUE(decode(plain, der));
+    EXPECT_FALSE(plain.verify(device.get(), issuerKey));
+    EXPECT_LT(encode(plain).size(), der.size());
+
+    // A list reads its certificates the way its buffer says.
+    const ByteString list = element(0x30, der + der);
+    CertList digestedList;
+    ASSERT_TRUE(device.read(digestedList, list));
+    ASSERT_EQ(digestedList.count(), 2);
+    const std::unique_ptr<Certificate> second(digestedList.get(1));
+    EXPECT_EQ(second->verify(device.get(), issuerKey), !pss);
+    CertList plainList;
+    ASSERT_TRUE(decode(plainList, list));
+    EXPECT_EQ(plainList.view(1)->digestView(), nullptr);
+    EXPECT_EQ(encode(plainList), element(0x30, encode(plain) + encode(plain)));
+  }
+}
+
+// OpenSSL and this library agree on who signed what, over every pair of a certificate and a CA of its issuer's name.
+TEST(CertificateSignature, AgreesWithOpenSSLOnThePublishedVectors) {
+  TestDevice device;
+  struct Known {
+    std::string name;
+    ByteString der;
+    std::unique_ptr<Certificate> certificate;
+  };
+  std::multimap<ByteString, Known> bySubject;
+  for (CertificateFile& file : certificateFiles()) {
+    auto certificate = std::make_unique<Certificate>();
+    if (!file.name.starts_with("PKITS_data") || !device.read(*certificate, file.der)) continue;
+    ByteString subject = encode(*certificate->subjectView());
+    bySubject.emplace(std::move(subject), Known{file.name, std::move(file.der), std::move(certificate)});
+  }
+  int verified = 0;
+  for (const auto& [subject, known] : bySubject) {
+    const auto [from, to] = bySubject.equal_range(encode(*known.certificate->issuerView()));
+    for (auto issuer = from; issuer != to; ++issuer) {
+      const KeyInfo& key = *issuer->second.certificate->subjectPublicKeyInfoView();
+      const bool ours = known.certificate->verify(device.get(), key);
+      const bool isDSA = key.isAlgorithm("1.2.840.10040.4.1");  // the device does not verify it
+      EXPECT_EQ(ours, !isDSA && openSSLVerifies(known.der, issuer->second.der)) << known.name;
+      verified += ours ? 1 : 0;
+    }
+  }
+  EXPECT_GE(verified, 350);
+}
+
+TEST(Certificate, SignsAndArmoursWhatItHas) {
+  TestDevice device;
+  const Authority ca = makeAuthority();
+  const ByteString der = makeCertificate(ca);
+  Certificate certificate;
+  ASSERT_TRUE(decode(certificate, der));
+  SecureBuffer buffer(&device.get());
+  buffer.putByte(0x2A);
+  ASSERT_TRUE(certificate.sign(buffer));
+  const auto held = buffer.range(0, buffer.size());
+  EXPECT_EQ(ByteString(held.begin(), held.end()), ByteString{0x2A} + der) << "written behind what the buffer holds";
+
+  const TempFolder folder;
+  const std::filesystem::path path = folder.path() / "certificate.pem";
+  std::FILE* file = std::fopen(path.c_str(), "w+");
+  ASSERT_NE(file, nullptr);
+  EXPECT_TRUE(certificate.savePEM(fileno(file), buffer));
+  const ByteString text = readFile(path);
+  EXPECT_EQ(fromPEM(std::string(text.begin(), text.end())), der);
+  std::rewind(file);
+  Certificate loaded;
+  EXPECT_TRUE(loaded.loadPEM(fileno(file), buffer));
+  EXPECT_EQ(encode(loaded), der);
+  EXPECT_NE(loaded.digestView(), nullptr);
+  std::fclose(file);
+
+  certificate.setSignature(nullptr);
+  const std::uint32_t before = buffer.size();
+  EXPECT_FALSE(certificate.sign(buffer)) << "the device has no private key";
+  EXPECT_EQ(buffer.size(), before);
+  EXPECT_FALSE(certificate.verify(device.get(), IssuerKey(ca)));
+  EXPECT_FALSE(certificate.savePEM(-1, buffer));
+}
+
+TEST(AttributeCertificate, IsVerifiedOverItsReceivedBody) {
+  TestDevice device;
+  for (const bool pss : {false, true}) {
+    const Authority ca = makeAuthority({.key = privateKey("RSA-2048")});
+    const ByteString body = element(0x30, fromHex("020101 30050603551D0F"), 2);
+    const ByteString der = makeSigned(body, ca.key, {.pss = pss});
+    AttributeCertificate certificate;
+    ASSERT_TRUE(device.read(certificate, der));
+    EXPECT_TRUE(certificate.verify(device.get(), IssuerKey(ca)));
+    const std::unique_ptr<AttributeCertificate> copy(certificate.clone());
+    EXPECT_TRUE(copy->verify(device.get(), IssuerKey(ca)));
+    EXPECT_EQ(encode(*copy), der);
+    AttributeCertificate spoilt;
+    ASSERT_TRUE(device.read(spoilt, withBitFlipped(der)));
+    EXPECT_FALSE(spoilt.verify(device.get(), IssuerKey(ca)));
+    EXPECT_FALSE(device.read(spoilt, ByteString(der.begin(), der.end() - 1)));
+    EXPECT_FALSE(device.read(spoilt, element(0x30, fromHex("3084FFFFFFFF"))));
+  }
+}
+
+}  // namespace
+
+}  // namespace keystrand::test

@@ -1,0 +1,186 @@
+#include <gtest/gtest.h>
+
+#include "keystrand/pkix/AuthorityKeyIdentifier.h"
+#include "keystrand/pkix/DistributionPoint.h"
+#include "pkix/CertificateOracle.h"
+#include "support/Builders.h"
+#include "support/Coding.h"
+
+namespace keystrand::test {
+
+namespace {
+
+ByteString madeByOpenSSL(const ExtensionSpec& spec) {
+  const auto facts = factsOf(makeCertificate(makeAuthority(), {.extensions = {spec}}));
+  return facts ? facts->extensions.at(0).value : ByteString();
+}
+
+TEST(DistributionPointList, ReadsWhatOpenSSLWrites) {
+  const ByteString points = madeByOpenSSL(
+      {"crlDistributionPoints", "full,relative,issuer",
+       "[full]\nfullname=URI:http://example.org/a.crl,URI:ldap://example.org/b\nreasons=keyCompromise,CACompromise\n"
+       "[relative]\nrelativename=part\n[part]\nCN=Part 1\n"
+       "[issuer]\nCRLissuer=dirName:who\n[who]\nC=IT\nCN=Issuer\n"});
+  DistributionPointList list;
+  ASSERT_TRUE(decode(list, points));
+  ASSERT_EQ(list.count(), 3);
+  EXPECT_EQ(encode(list), points);
+  const std::unique_ptr<DistributionPointList> copy(list.clone());
+  EXPECT_EQ(encode(*copy), points);
+
+  const GeneralNameList* full = list.view(0)->distributionPointView()->fullNameView();
+  ASSERT_EQ(full->count(), 2);
+  EXPECT_EQ(full->view(1)->textView(), "ldap://example.org/b");
+  EXPECT_EQ(list.view(0)->reasonsLength(), 1U);
+  EXPECT_EQ(list.view(0)->reasons()[0], 0x60);
+  const std::unique_ptr<RelativeDistinguishedName> part(
+      list.view(1)->distributionPointView()->nameRelativeToCRLIssuer());
+  EXPECT_EQ(part->count(), 1);
+  EXPECT_EQ(list.view(1)->distributionPointView()->fullNameView(), nullptr);
+  EXPECT_EQ(list.view(2)->distributionPointView(), nullptr);
+  EXPECT_EQ(list.view(2)->cRLIssuerView()->view(0)->directoryNameView()->text(), "C=IT,CN=Issuer");
+  EXPECT_EQ(list.view(2)->reasonsLength(), 0U);
+  EXPECT_EQ(list.view(2)->reasons(), (std::array<unsigned char, 4>{0xFF, 0xFF, 0xFF, 0xFF})) << "absent is all reasons";
+}
+
+TEST(DistributionPoint, ReadsReasonsOfAnyLength) {
+  std::string octets200;
+  for (int i = 0; i < 200; ++i) octets200 += "A5";
+  struct Row {
+    const char* name;
+    std::string encoding;
+    bool ok;
+    std::uint32_t length;
+    std::array<unsigned char, 4> reasons;
+    std::string written;
+  };
+  for (const Row& row : {
+           Row{"none", "3000", true, 0, {0xFF, 0xFF, 0xFF, 0xFF}, "3000"},
+           Row{"no bits", "3003 810100", true, 0, {0xFF, 0xFF, 0xFF, 0xFF}, "3003 810100"},
+           Row{"nine bits", "3005 8103074080", true, 2, {0x40, 0x80, 0xFF, 0xFF}, "3005 8103074080"},
+           Row{"200 octets, of which four are kept",
+               "3081CC 8181C907" + octets200,
+               true,
+               4,
+               {0xA5, 0xA5, 0xA5, 0xA5},
+               "3007 810500A5A5A5A5"},
+           Row{"no octet at all", "3002 8100", false, 0, {0xFF, 0xFF, 0xFF, 0xFF}, "3000"},
+           Row{"longer than the data", "3007 8184FFFFFFFF07", false, 0, {0xFF, 0xFF, 0xFF, 0xFF}, "3000"},
+       }) {
+    DistributionPoint point;
+    EXPECT_EQ(decode(point, fromHex(row.encoding)), row.ok) << row.name;
+    EXPECT_EQ(point.reasonsLength(), row.length) << row.name;
+    EXPECT_EQ(point.reasons(), row.reasons) << row.name;
+    EXPECT_EQ(encode(point), fromHex(row.written)) << row.name;
+  }
+}
+
+TEST(DistributionPoint, GoesOnBehindWhatItDoesNotKnow) {
+  const std::string uri = "8603613A62";
+  struct Row {
+    const char* name;
+    std::string encoding;
+    bool ok;
+    int points;
+    bool reasons;  // of the last point
+  };
+  for (const Row& row : {
+           Row{"a name of an unknown form", "300B 3009 A002 8500 8103074080", true, 1, true},
+           Row{"a name of nothing", "3009 3007 A000 8103074080", true, 1, true},
+           Row{"a name of nothing does not take what follows it", "3012 3009 A000 A105 8603613A62 3005 8103074080",
+               true, 2, true},
+           Row{"unknown elements at the end of a point", "300D 3004 8F022020 3005 8103074080", true, 2, true},
+           Row{"a name that leaves its tag", "300B 3009 A002 A005" + uri, false, 0, false},
+           Row{"a point longer than the data", "3004 3084FFFF", false, 0, false},
+       }) {
+    DistributionPointList list;
+    EXPECT_EQ(decode(list, fromHex(row.encoding)), row.ok) << row.name;
+    ASSERT_EQ(list.count(), row.points) << row.name;
+    if (row.points > 0) {
+      EXPECT_EQ(list.view(row.points - 1)->reasonsLength() == 2, row.reasons) << row.name;
+    }
+  }
+}
+
+TEST(IssuingDistPointSyntax, ReadsWhatOpenSSLWrites) {
+  const ByteString syntax =
+      madeByOpenSSL({"issuingDistributionPoint", "critical,@idp",
+                     "[idp]\nfullname=URI:http://example.org/a.crl\nonlyuser=TRUE\nindirectCRL=TRUE\n"
+                     "onlysomereasons=keyCompromise\n"});
+  IssuingDistPointSyntax idp;
+  ASSERT_TRUE(decode(idp, syntax));
+  EXPECT_EQ(encode(idp), syntax);
+  const std::unique_ptr<IssuingDistPointSyntax> copy(idp.clone());
+  EXPECT_EQ(encode(*copy), syntax);
+  EXPECT_EQ(idp.distributionPointView()->fullNameView()->view(0)->textView(), "http://example.org/a.crl");
+  EXPECT_EQ(idp.onlyContainsUserCerts(), 0xFF);
+  EXPECT_EQ(idp.onlyContainsCACerts(), 0);
+  EXPECT_EQ(idp.indirectCRL(), 0xFF);
+  EXPECT_EQ(idp.onlyContainsAttributeCerts(), 0);
+  EXPECT_EQ(idp.onlySomeReasonsLength(), 1U);
+}
+
+TEST(IssuingDistPointSyntax, KeepsAndDropsFlags) {
+  struct Row {
+    const char* name;
+    const char* encoding;
+    bool ok;
+    const char* written;
+  };
+  for (const Row& row : {
+           Row{"empty", "3000", true, "3000"},
+           Row{"an octet of its own stays", "3003 820101", true, "3003 820101"},
+           Row{"FALSE is dropped", "3006 820100 8501FF", true, "3003 8501FF"},
+           Row{"reasons of no bits", "3003 830100", true, "3003 830100"},
+           Row{"a flag of two octets", "3004 8102FFFF", false, "3000"},
+           Row{"out of order, the rest is not read", "3006 8401FF 8201FF", true, "3003 8401FF"},
+       }) {
+    IssuingDistPointSyntax idp;
+    EXPECT_EQ(decode(idp, fromHex(row.encoding)), row.ok) << row.name;
+    EXPECT_EQ(encode(idp), fromHex(row.written)) << row.name;
+  }
+}
+
+TEST(AuthorityKeyIdentifier, ReadsWhatOpenSSLWrites) {
+  for (const char* form : {"keyid:always", "issuer:always", "keyid:always,issuer:always"}) {
+    const ByteString value = madeByOpenSSL({"authorityKeyIdentifier", form});
+    const bool hasIssuer = std::string(form).find("issuer") != std::string::npos;
+    AuthorityKeyIdentifier aki;
+    ASSERT_TRUE(decode(aki, value)) << form;
+    EXPECT_EQ(encode(aki), value) << form;
+    const std::unique_ptr<AuthorityKeyIdentifier> copy(aki.clone());
+    EXPECT_EQ(encode(*copy), value) << form;
+    EXPECT_EQ(aki.keyIdentifierLength(), std::string(form).starts_with("keyid") ? 20U : 0U) << form;
+    ASSERT_EQ(aki.authorityCertIssuerView() != nullptr, hasIssuer) << form;
+    if (hasIssuer) {
+      EXPECT_EQ(aki.authorityCertIssuerView()->view(0)->directoryNameView()->text(), "C=IT,O=Keystrand,CN=Test CA");
+      EXPECT_EQ(aki.authorityCertSerialNumber(), BigInteger(1));
+    }
+  }
+}
+
+TEST(AuthorityKeyIdentifier, EndsWithItsElement) {
+  struct Row {
+    const char* name;
+    const char* encoding;
+    bool ok;
+    const char* written;
+  };
+  for (const Row& row : {
+           Row{"empty", "3000", true, "3000"},
+           Row{"an identifier of no octets", "3002 8000", true, "3002 8000"},
+           Row{"an issuer alone", "3007 A105 8603613A62", true, "3007 A105 8603613A62"},
+           Row{"a serial number of 0 alone", "3003 820100", true, "3003 820100"},
+           Row{"another element in place of the serial number", "3007 8000 8603613A62", false, "3002 8000"},
+           Row{"a serial number with a surplus octet", "3004 82020001", false, "3000"},
+           Row{"an issuer that never ends", "3004 A102 0101", false, "3002 A100"},
+       }) {
+    AuthorityKeyIdentifier aki;
+    EXPECT_EQ(decode(aki, fromHex(row.encoding)), row.ok) << row.name;
+    EXPECT_EQ(encode(aki), fromHex(row.written)) << row.name;
+  }
+}
+
+}  // namespace
+
+}  // namespace keystrand::test

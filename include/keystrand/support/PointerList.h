@@ -77,8 +77,9 @@ class OwnedList {
     items_ = PointerList();
   }
   void copyFrom(const OwnedList& other) {
-    clearAll();
-    for (int i = 0; i < other.count(); ++i) append(std::unique_ptr<T>(other.view(i)->clone()));
+    OwnedList copy;
+    for (int i = 0; i < other.count(); ++i) copy.append(std::unique_ptr<T>(other.view(i)->clone()));
+    *this = std::move(copy);
   }
 
  private:

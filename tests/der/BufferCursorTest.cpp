@@ -1,0 +1,216 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "der/BorrowedBuffer.h"
+#include "der/BufferContents.h"
+#include "der/Element.h"
+
+namespace keystrand::test {
+namespace {
+
+using ::testing::Each;
+using ::testing::ElementsAre;
+
+void expectsGuard(Buffer& buffer, const char* name) {
+  const std::uint32_t end = buffer.limit();
+  buffer.setReadPosition(0xFFFFFFFFFFULL);
+  EXPECT_EQ(buffer.readPosition(), end) << name;
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(buffer.getByte(), 1) << name;
+  EXPECT_EQ(buffer.peekByte(), 1) << name;
+  EXPECT_EQ(buffer.peekByte(0xFFFFFFFF), 1) << name;
+  EXPECT_EQ(buffer.readPosition(), end) << name;
+}
+
+// Nothing is read at the limit, so memory that is not ours, or no memory at all, does no harm there.
+TEST(BufferCursor, GuardIsReadAgainAndAgainAtTheLimit) {
+  Buffer nothing;
+  expectsGuard(nothing, "no block");
+  Buffer empty(0);
+  expectsGuard(empty, "a block of no bytes");
+  Buffer lowered(8);
+  lowered.setLimit(3);
+  expectsGuard(lowered, "a lowered limit");
+  const ByteString bytes(3, 0xEE);
+  BorrowedBuffer borrowed(bytes);
+  expectsGuard(borrowed, "memory of the caller");
+}
+
+TEST(BufferCursor, ReadingIsCutAtTheLimit) {
+  Holding buffer("0A0B0C");
+  buffer.setReadPosition(1);
+  const std::unique_ptr<unsigned char[]> bytes(buffer.getBytes(0xFFFFFFFF));
+  EXPECT_EQ(buffer.readPosition(), 3U);
+  EXPECT_THAT(std::vector<int>(bytes.get(), bytes.get() + 2), ElementsAre(0x0B, 0x0C));
+
+  unsigned char dest[4] = {9, 9, 9, 9};
+  buffer.setReadPosition(2);
+  buffer.getBytes(dest, 4);
+  EXPECT_THAT(dest, ElementsAre(0x0C, 9, 9, 9));
+}
+
+TEST(BufferCursor, GrowsAsEachWriterDoes) {
+  Buffer bytewise;
+  bytewise.putByte(7);
+  EXPECT_EQ(bytewise.limit(), 4096U);
+
+  const ByteString bytes(10, 0xAB);
+  Buffer exact;
+  exact.putBytes(bytes.data(), 10);
+  EXPECT_EQ(exact.limit(), 10U);
+  exact.append(bytes.data(), 5);
+  EXPECT_EQ(exact.limit(), 15U);
+  exact.reserve(100);
+  EXPECT_EQ(exact.limit(), 100U);
+  EXPECT_EQ(held(exact), ByteString(15, 0xAB)) << "growing keeps what is held";
+  exact.reserve(50);
+  EXPECT_EQ(exact.limit(), 100U) << "and never shrinks";
+  exact.setReadPosition(15);
+  EXPECT_EQ(exact.peekByte(), 0) << "new bytes are zero";
+}
+
+TEST(BufferCursor, NullBytesChangeNothing) {
+  Holding buffer("0102");
+  buffer.assign(nullptr, 5);
+  buffer.append(nullptr, 5);
+  buffer.putBytes(nullptr, 5);
+  EXPECT_EQ(held(buffer), hex("0102"));
+}
+
+// The size that a Buffer can count ends near 4 GiB; nothing of a write beyond it may reach the block.
+TEST(BufferCursor, WritesBeyondTheCountedSizeAreDropped) {
+  Buffer buffer;
+  const ByteString bytes(40, 0x5A);
+  buffer.putBytes(bytes.data(), 40);
+  for (const std::uint32_t n : {Buffer::kMaxSize, Buffer::kMaxSize + 1, 0xFFFFFFFFU}) {
+    buffer.putBytes(bytes.data(), n);
+    buffer.append(bytes.data(), n);
+    buffer.assign(bytes.data(), n == Buffer::kMaxSize ? n + 1 : n);
+    buffer.reserve(n == Buffer::kMaxSize ? n + 1 : n);
+    buffer.putBitString(bytes.data(), n, 0);
+  }
+  EXPECT_EQ(buffer.size(), 40U);
+  EXPECT_EQ(Buffer(Buffer::kMaxSize + 1).limit(), 0U);
+}
+
+TEST(BufferCursor, CopyTakesTheSizeAndNotTheBytes) {
+  Holding original("01020304");
+  original.setLimit(2);
+  Buffer copy(original);
+  EXPECT_EQ(copy.limit(), 2U);
+  EXPECT_EQ(copy.size(), 0U);
+  copy.setLimit(100);
+  EXPECT_EQ(copy.limit(), 4U) << "the whole block of the original";
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(copy.getByte(), 0);
+}
+
+// The limit may be lowered below what is held; the next write must still find its place.
+TEST(BufferCursor, WritesBehindALoweredLimit) {
+  Holding buffer(ByteString(900, 0x11));
+  buffer.setLimit(10);
+  EXPECT_TRUE(buffer.isFull());
+  EXPECT_EQ(buffer.remaining(), 10U);
+  buffer.reserve(20);
+  buffer.putByte(0x22);
+  ByteString expected(900, 0x11);
+  expected.push_back(0x22);
+  EXPECT_EQ(held(buffer), expected);
+}
+
+TEST(BufferCursor, TrialOfAPutIsUndone) {
+  Buffer buffer;
+  buffer.putInteger(5);
+  const std::uint32_t mark = buffer.size();
+  buffer.putInteger(77);
+  buffer.setSize(mark);
+  EXPECT_EQ(held(buffer), hex("020105"));
+  buffer.setSize(0xFFFFFFFF);
+  EXPECT_EQ(buffer.size(), buffer.limit());
+}
+
+TEST(BufferCursor, APartOfWhatIsHeldMayBeAssigned) {
+  Holding buffer("3003020107");
+  std::uint32_t n = 0;
+  buffer.assign(buffer.data(n) + 2, 3);
+  EXPECT_EQ(held(buffer), hex("020107"));
+}
+
+TEST(BufferCursor, AttachedMemoryIsReadInPlaceAndHandedBack) {
+  unsigned char memory[] = {0x02, 0x01, 0x2A};
+  Buffer buffer;
+  buffer.attach(memory, sizeof memory);
+  std::int32_t value = 0;
+  EXPECT_TRUE(buffer.getInteger(value));
+  EXPECT_EQ(value, 42);
+  buffer.detach();
+  EXPECT_EQ(buffer.size() + buffer.limit(), 0U);
+
+  buffer.attach(new unsigned char[2]{1, 2}, 2);  // and without detach() it is owned, and grows into a block of its own
+  buffer.putByte(3);
+  EXPECT_EQ(held(buffer), hex("010203"));
+}
+
+// What an earlier, longer message left in the block must not complete a shorter one that was cut off.
+TEST(BufferCursor, NothingLeftInTheBlockCompletesACutElement) {
+  const auto bytesBehind = [](Buffer& buffer) {
+    ByteString behind;
+    for (std::uint32_t i = 0; buffer.size() + i < buffer.limit(); ++i) {
+      buffer.setReadPosition(buffer.size() + i);
+      behind.push_back(buffer.peekByte());
+    }
+    return behind;
+  };
+  Buffer buffer(64);
+  fill(buffer, hex("3080 0403616263 0000 0000"));
+  EXPECT_THAT(bytesBehind(buffer), Each(1)) << "a new block";
+  fill(buffer, hex("3080 040361"));
+  EXPECT_THAT(bytesBehind(buffer), Each(1)) << "a longer content before";
+  for (int i = 0; i < 64; ++i) buffer.putByte(0);
+  buffer.reset();
+  fill(buffer, hex("2480 040161"));
+  EXPECT_THAT(bytesBehind(buffer), Each(1)) << "writes before";
+
+  unsigned char* bytes = nullptr;
+  std::uint32_t n = 0;
+  buffer.setReadPosition(0);
+  EXPECT_FALSE(buffer.getOctetString(bytes, n)) << "the end of contents is missing";
+  buffer.append(hex("0000").data(), 2);
+  buffer.setReadPosition(0);
+  EXPECT_TRUE(buffer.getOctetString(bytes, n)) << "and may come later";
+  delete[] bytes;
+}
+
+TEST(BufferCursor, ViewsAndRangesStayWithinWhatIsHeld) {
+  Holding buffer("010203");
+  buffer.reserve(50);
+  buffer.setReadPosition(1);
+  std::span<const unsigned char> view;
+  EXPECT_FALSE(buffer.view(3, view));
+  EXPECT_EQ(buffer.readPosition(), 1U);
+  EXPECT_TRUE(buffer.view(2, view));
+  EXPECT_THAT(view, ElementsAre(2, 3));
+  EXPECT_TRUE(buffer.view(0, view));
+  buffer.setReadPosition(40);
+  EXPECT_FALSE(buffer.view(1, view));
+  EXPECT_THAT(buffer.range(1, 100), ElementsAre(2, 3));
+  EXPECT_TRUE(buffer.range(2, 1).empty());
+  EXPECT_TRUE(buffer.range(0xFFFFFFFFFFULL, 0xFFFFFFFFFFULL).empty());
+}
+
+int nested(Buffer& buffer) {
+  const Nesting level(buffer);
+  return level ? 1 + nested(buffer) : 0;
+}
+
+TEST(BufferCursor, NestingEndsAtTheSixteenthLevel) {
+  Holding buffer("00");
+  EXPECT_EQ(nested(buffer), 16);
+  EXPECT_EQ(nested(buffer), 16) << "all levels were left";
+  {
+    const Nesting level(buffer);
+    buffer.reset();
+  }
+  EXPECT_EQ(nested(buffer), 16) << "a reset in between counts nothing below zero";
+}
+
+}  // namespace
+}  // namespace keystrand::test

@@ -1,0 +1,285 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+#include <functional>
+#include <future>
+
+#include "der/BufferContents.h"
+#include "support/File.h"
+#include "support/TempFolder.h"
+
+namespace keystrand::test {
+namespace {
+
+namespace fs = std::filesystem;
+using std::chrono::milliseconds;
+
+void writeFile(const fs::path& path, const ByteString& bytes) {
+  std::ofstream out(path, std::ios::binary);
+  out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+// Runs a step in a process of its own and gives its exit code.
+int inAnotherProcess(const std::function<int()>& step) {
+  const pid_t child = fork();
+  if (child == 0) _exit(step());
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+class BufferFile : public ::testing::Test {
+ protected:
+  [[nodiscard]] std::string path(const char* name = "file") const { return folder_ / name; }
+  TempFolder folder_;
+};
+
+using Step = bool (Buffer::*)(const char*);
+constexpr std::pair<const char*, Step> kSaving[] = {{"saveFile", &Buffer::saveFile},
+                                                    {"saveFileLocked", &Buffer::saveFileLocked}};
+constexpr std::pair<const char*, Step> kLoading[] = {{"loadFile", &Buffer::loadFile},
+                                                     {"loadFileLocked", &Buffer::loadFileLocked}};
+
+TEST_F(BufferFile, WhatIsSavedIsLoadedAlsoInPlaceOfMore) {
+  const ByteString longer(100000, 0x30);
+  const ByteString shorter = hex("3003020107");
+  for (const auto& [saveName, save] : kSaving)
+    for (const auto& [loadName, load] : kLoading) {
+      Buffer buffer;
+      for (const ByteString& bytes : {longer, shorter, ByteString()}) {
+        Holding out(bytes);
+        EXPECT_TRUE((out.*save)(path().c_str())) << saveName;
+        EXPECT_EQ(readFile(path()), bytes) << saveName;
+        buffer.setReadPosition(3);
+        EXPECT_TRUE((buffer.*load)(path().c_str())) << loadName;
+        EXPECT_EQ(held(buffer), bytes) << loadName;
+        EXPECT_EQ(buffer.readPosition(), 0U);
+        buffer.setReadPosition(buffer.size());
+        EXPECT_EQ(buffer.peekByte(), 1) << "nothing of the longer file is left behind the shorter one";
+      }
+    }
+}
+
+TEST_F(BufferFile, FilesOfTheLockedFormAreTheOwners) {
+  const mode_t before = umask(022);
+  EXPECT_TRUE(Holding("01").saveFileLocked(path("private").c_str()));
+  EXPECT_TRUE(Holding("01").saveFile(path("plain").c_str()));
+  umask(before);
+  EXPECT_EQ(fs::status(path("private")).permissions(), fs::perms(0600));
+  EXPECT_EQ(fs::status(path("plain")).permissions(), fs::perms(0644));
+}
+
+TEST_F(BufferFile, OnlyRegularFilesAreOpened) {
+  ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
+  const std::string folder = folder_.path();
+  const std::string fifo = path("fifo");
+  const std::string missing = path("no/such/file");
+  for (const char* name :
+       {static_cast<const char*>(nullptr), folder.c_str(), fifo.c_str(), missing.c_str(), "/dev/zero", ""}) {
+    Holding buffer("0A0B");
+    for (const auto& steps : {kSaving, kLoading})
+      for (int i = 0; i < 2; ++i)
+        EXPECT_FALSE((buffer.*steps[i].second)(name)) << steps[i].first << (name != nullptr ? name : "");
+    EXPECT_FALSE(buffer.savePEM(name, "X"));
+    EXPECT_FALSE(buffer.loadPEM(name));
+    EXPECT_FALSE(buffer.loadPEMStream(name));
+    EXPECT_EQ(held(buffer), hex("0A0B")) << "a file that cannot be opened changes nothing";
+  }
+}
+
+TEST_F(BufferFile, TooLargeFilesAreRefusedUnread) {
+  writeFile(path(), hex("30"));
+  ASSERT_EQ(truncate(path().c_str(), 0xFFFFFFE1), 0);  // a hole: it takes no room
+  Buffer buffer;
+  EXPECT_FALSE(buffer.loadFile(path().c_str()));
+  EXPECT_FALSE(buffer.loadFileLocked(path().c_str()));
+  EXPECT_FALSE(buffer.loadPEM(path().c_str()));
+  EXPECT_FALSE(buffer.loadPEMStream(path().c_str()));
+  EXPECT_EQ(buffer.limit(), 0U);
+}
+
+TEST_F(BufferFile, FullDiskIsTold) {
+  for (const auto& [name, save] : kSaving)
+    EXPECT_EQ(inAnotherProcess([&, step = save] {
+                std::signal(SIGXFSZ, SIG_IGN);
+                const rlimit limit{1000, 1000};
+                setrlimit(RLIMIT_FSIZE, &limit);
+                return (Holding(ByteString(2000, 1)).*step)(path().c_str()) ? 1 : 0;
+              }),
+              0)
+        << name;
+}
+
+TEST_F(BufferFile, DescriptorForms) {
+  Holding out("0102030405");
+  EXPECT_FALSE(out.writeTo(-1));
+  EXPECT_FALSE(out.readFrom(-1));
+  EXPECT_FALSE(out.appendFrom(-1, 1));
+  const int file = open(path().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  EXPECT_TRUE(out.writeTo(file));
+  Buffer in;
+  ASSERT_EQ(lseek(file, 2, SEEK_SET), 2);
+  EXPECT_TRUE(in.readFrom(file));
+  EXPECT_EQ(held(in), hex("030405")) << "from the position on";
+  close(file);
+}
+
+// A byte is read twice where the position is not at the start: whoever read the first byte to tell the format counts
+// on it.
+TEST_F(BufferFile, AppendingStepsBackOneByte) {
+  writeFile(path(), hex("0102030405"));
+  const int file = open(path().c_str(), O_RDONLY | O_CLOEXEC);
+  struct Row {
+    off_t position;
+    std::uint32_t n;
+    bool ok;
+    const char* appended;
+  };
+  for (const Row& row : {Row{1, 5, true, "0102030405"}, Row{3, 2, true, "0304"}, Row{0, 2, true, "0102"},
+                         Row{3, 6, false, ""}, Row{4, 5, false, "0405"}, Row{0, 0xFFFFFFFF, false, ""}}) {
+    Holding in("AA");
+    lseek(file, row.position, SEEK_SET);
+    EXPECT_EQ(in.appendFrom(file, row.n), row.ok) << row.position << ", " << row.n;
+    EXPECT_EQ(held(in), hex(std::string("AA") + row.appended)) << row.position << ", " << row.n;
+  }
+  close(file);
+}
+
+// --- the lock on the first byte
+// ---------------------------------------------------------------------------------------
+
+// Another opening of a file with a lock on its first byte, by this process or by one that knows only classic locks.
+class Holder {
+ public:
+  Holder(const std::string& path, int command) : file_(open(path.c_str(), O_RDWR | O_CLOEXEC)) {
+    struct flock lock = firstByte(F_WRLCK);
+    if (fcntl(file_, command, &lock) != 0) ADD_FAILURE() << "no lock";
+  }
+  ~Holder() { close(file_); }
+  Holder(const Holder&) = delete;
+  Holder& operator=(const Holder&) = delete;
+
+  void rewrite(const ByteString& bytes) const {
+    if (pwrite(file_, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) ADD_FAILURE();
+  }
+  static struct flock firstByte(short type) {
+    struct flock lock {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    lock.l_len = 1;
+    return lock;
+  }
+
+ private:
+  int file_;
+};
+
+TEST_F(BufferFile, LoadingWaitsForAnotherContextOfThisProcess) {
+  writeFile(path(), hex("AAAA"));
+  Buffer buffer;
+  std::future<bool> loading;
+  {
+    const Holder holder(path(), F_OFD_SETLK);
+    loading = std::async(std::launch::async, [&] { return buffer.loadFileLocked(path().c_str()); });
+    EXPECT_EQ(loading.wait_for(milliseconds(50)), std::future_status::timeout);
+    holder.rewrite(hex("BBBB"));
+  }
+  EXPECT_TRUE(loading.get());
+  EXPECT_EQ(held(buffer), hex("BBBB"));
+}
+
+TEST_F(BufferFile, SavingWaitsBeforeItCutsTheFile) {
+  writeFile(path(), hex("AAAAAA"));
+  Holding buffer("BB");
+  std::future<bool> saving;
+  {
+    const Holder holder(path(), F_OFD_SETLK);
+    saving = std::async(std::launch::async, [&] { return buffer.saveFileLocked(path().c_str()); });
+    EXPECT_EQ(saving.wait_for(milliseconds(50)), std::future_status::timeout);
+    EXPECT_EQ(readFile(path()), hex("AAAAAA"));
+  }
+  EXPECT_TRUE(saving.get());
+  EXPECT_EQ(readFile(path()), hex("BB"));
+}
+
+// A process that uses the classic locks of POSIX is kept out, and keeps us out.
+TEST_F(BufferFile, ExcludesAProcessWithClassicLocks) {
+  writeFile(path(), hex("AAAA"));
+  {
+    const File file = File::openForLockedReading(path().c_str());
+    const FirstByteLock lock(file);
+    ASSERT_TRUE(lock.held());
+    EXPECT_EQ(inAnotherProcess([&] {
+                const int other = open(path().c_str(), O_RDWR);
+                struct flock wanted = Holder::firstByte(F_WRLCK);
+                return fcntl(other, F_SETLK, &wanted) == -1 && (errno == EAGAIN || errno == EACCES) ? 0 : 1;
+              }),
+              0);
+  }
+  int told[2];
+  int go[2];
+  ASSERT_EQ(pipe(told) + pipe(go), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    char byte = 0;
+    const Holder holder(path(), F_SETLK);
+    if (write(told[1], &byte, 1) != 1 || read(go[0], &byte, 1) != 1) _exit(1);
+    holder.rewrite(hex("CCCC"));
+    _exit(0);
+  }
+  char byte = 0;
+  ASSERT_EQ(read(told[0], &byte, 1), 1);
+  Buffer buffer;
+  auto loading = std::async(std::launch::async, [&] { return buffer.loadFileLocked(path().c_str()); });
+  EXPECT_EQ(loading.wait_for(milliseconds(50)), std::future_status::timeout);
+  ASSERT_EQ(write(go[1], &byte, 1), 1);
+  EXPECT_TRUE(loading.get());
+  EXPECT_EQ(held(buffer), hex("CCCC"));
+  for (const int end : {told[0], told[1], go[0], go[1]}) close(end);
+  waitpid(child, nullptr, 0);
+}
+
+TEST_F(BufferFile, LockIsGoneWithItsOwnerThoughAChildHasTheDescriptor) {
+  writeFile(path(), hex("AAAA"));
+  File file = File::openForLockedReading(path().c_str());
+  int end[2];
+  ASSERT_EQ(pipe(end), 0);
+  pid_t child = -1;
+  {
+    const FirstByteLock lock(file);
+    child = fork();
+    if (child == 0) {  // keeps the open file until the other end of the pipe closes
+      close(end[1]);
+      char byte = 0;
+      _exit(read(end[0], &byte, 1) == 0 ? 0 : 1);
+    }
+  }
+  EXPECT_TRUE(Holding("BB").saveFileLocked(path().c_str()));
+  close(end[1]);
+  close(end[0]);
+  waitpid(child, nullptr, 0);
+}
+
+// A file that may not be written is still loaded under a lock, one that keeps writers out.
+TEST_F(BufferFile, ReadOnlyFilesAreLockedForReading) {
+  writeFile(path(), hex("AAAA"));
+  fs::permissions(path(), fs::perms(0444));
+  fs::permissions(folder_.path(), fs::perms(0711));
+  EXPECT_EQ(inAnotherProcess([&] {
+              if (geteuid() == 0 && seteuid(65534) != 0) return 3;
+              Buffer buffer;
+              if (Holding("BB").saveFileLocked(path().c_str())) return 1;
+              return buffer.loadFileLocked(path().c_str()) && held(buffer) == hex("AAAA") ? 0 : 2;
+            }),
+            0);
+}
+
+}  // namespace
+}  // namespace keystrand::test

@@ -1,0 +1,261 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <openssl/bio.h>
+#include <openssl/pem.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "der/BufferContents.h"
+#include "support/TempFolder.h"
+
+namespace keystrand::test {
+namespace {
+
+// A SEQUENCE of n octets in all, whose Base64 begins with M.
+ByteString sequenceOf(std::size_t n) {
+  ByteString der = {0x30, 0x82, static_cast<unsigned char>((n - 4) >> 8), static_cast<unsigned char>(n - 4)};
+  for (std::size_t i = 4; i < n; ++i) der.push_back(static_cast<unsigned char>(i * 7));
+  return der;
+}
+
+std::string pemByOpenSSL(const ByteString& der, const char* label = "CERTIFICATE") {
+  const std::unique_ptr<BIO, int (*)(BIO*)> out(BIO_new(BIO_s_mem()), BIO_free);
+  PEM_write_bio(out.get(), label, "", der.data(), static_cast<long>(der.size()));
+  char* text = nullptr;
+  const long n = BIO_get_mem_data(out.get(), &text);
+  return {text, static_cast<std::size_t>(n)};
+}
+
+// The routes from armour to bytes, each with the label that it gives.
+struct Reading {
+  bool ok = false;
+  ByteString bytes;
+  std::string label;
+};
+
+class BufferPEM : public ::testing::Test {
+ protected:
+  [[nodiscard]] std::string file(const std::string& text) const {
+    std::ofstream(folder_ / "file", std::ios::binary) << text;
+    return folder_ / "file";
+  }
+  static Reading inMemory(const std::string& text) {
+    return reading(text, [](Buffer& in, char* label, std::size_t n) { return in.fromPEM(label, n); });
+  }
+  Reading asAWhole(const std::string& text) const {
+    const std::string path = file(text);
+    return reading("", [&](Buffer& in, char* label, std::size_t n) { return in.loadPEM(path.c_str(), label, n); });
+  }
+  Reading asAStream(const std::string& text) const {
+    const std::string path = file(text);
+    return reading("",
+                   [&](Buffer& in, char* label, std::size_t n) { return in.loadPEMStream(path.c_str(), label, n); });
+  }
+
+  TempFolder folder_;
+
+ private:
+  template <class Route>
+  static Reading reading(const std::string& text, Route route) {
+    Holding in(bytesOf(text));
+    char label[64] = "unset";
+    const bool ok = route(in, label, sizeof label);
+    return {ok, held(in), label};
+  }
+};
+
+TEST_F(BufferPEM, ReadsWhatOpenSSLWrites) {
+  for (const std::size_t n : {300U, 301U, 302U, 3000U, 60000U}) {
+    const ByteString der = sequenceOf(n);
+    const std::string pem = pemByOpenSSL(der);
+    EXPECT_EQ(inMemory(pem).bytes, der);
+    EXPECT_EQ(asAWhole(pem).bytes, der);
+    EXPECT_EQ(asAStream(pem).bytes, der);
+    EXPECT_EQ(asAStream("\r\n\n" + pem).bytes, der) << "empty lines before";
+  }
+}
+
+// Two of the routes begin the label one place too late; callers compare what they give.
+TEST_F(BufferPEM, LabelsOfEachRoute) {
+  const std::string pem = pemByOpenSSL(sequenceOf(300));
+  EXPECT_EQ(inMemory(pem).label, "ERTIFICATE");
+  EXPECT_EQ(asAWhole(pem).label, "ERTIFICATE");
+  EXPECT_EQ(asAStream(pem).label, "CERTIFICATE");
+
+  char cut[5] = {};
+  Holding in(bytesOf(pem));
+  EXPECT_TRUE(in.fromPEM(cut, sizeof cut));
+  EXPECT_STREQ(cut, "ERTI");
+  EXPECT_TRUE(in.loadPEMStream(file(pem).c_str(), cut, sizeof cut));
+  EXPECT_STREQ(cut, "CERT");
+  char none = 'x';
+  EXPECT_TRUE(in.loadPEMStream(file(pem).c_str(), &none, 0));
+  EXPECT_EQ(none, 'x');
+}
+
+TEST_F(BufferPEM, WritesWhatOpenSSLReads) {
+  for (const std::size_t n : {48U, 49U, 96U, 1000U}) {  // 48 octets fill a line
+    Holding out(sequenceOf(n));
+    const std::string path = folder_ / "out";
+    EXPECT_TRUE(out.savePEM(path.c_str(), "CERTIFICATE"));
+    const std::unique_ptr<BIO, int (*)(BIO*)> in(BIO_new_file(path.c_str(), "r"), BIO_free);
+    char* label = nullptr;
+    char* header = nullptr;
+    unsigned char* bytes = nullptr;
+    long size = 0;
+    ASSERT_EQ(PEM_read_bio(in.get(), &label, &header, &bytes, &size), 1) << n;
+    EXPECT_STREQ(label, "CERTIFICATE");
+    EXPECT_EQ(ByteString(bytes, bytes + size), held(out));
+    OPENSSL_free(label);
+    OPENSSL_free(header);
+    OPENSSL_free(bytes);
+  }
+}
+
+TEST_F(BufferPEM, LinesEndWithCRLFAndNoneIsEmpty) {
+  const std::string path = folder_ / "out";
+  constexpr const char* kLine = "AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA\r\n";
+  const std::string armoured = std::string("-----BEGIN X-----\r\n").append(kLine).append("-----END X-----\r\n");
+  const std::string bare = std::string(kLine).append("AA==\r\n");
+  EXPECT_TRUE(Holding(ByteString(48, 0)).savePEM(path.c_str(), "X"));
+  EXPECT_EQ(readFile(path), bytesOf(armoured));
+  EXPECT_TRUE(Holding(ByteString(49, 0)).savePEM(path.c_str(), nullptr));
+  EXPECT_EQ(readFile(path), bytesOf(bare));
+  EXPECT_FALSE(Holding("01").writePEM(-1, nullptr));
+  EXPECT_TRUE(Buffer().savePEM(path.c_str(), "X")) << "a file that could be opened is success";
+  EXPECT_TRUE(readFile(path).empty());
+}
+
+TEST_F(BufferPEM, WhatEachRouteMakesOfOddText) {
+  const ByteString der = sequenceOf(300);
+  const std::string pem = pemByOpenSSL(der);
+  const std::string bare = pem.substr(pem.find('\n') + 1, pem.rfind("-----END") - pem.find('\n') - 1);
+  const ByteString withoutALine(der.begin() + 48, der.end());  // a line less: the stream knows the line feed only
+  const ByteString nothing;
+  struct Row {
+    const char* name;
+    std::string text;
+    ByteString inMemory;
+    ByteString asAWhole;
+    ByteString asAStream;
+  };
+  const std::string zero(1, '\0');
+  for (const Row& row : {
+           Row{"no armour", bare, der, der, der},
+           Row{"line ends of old systems", "-----BEGIN X-----\r" + bare + "-----END", der, der, withoutALine},
+           Row{"empty line behind the armour", "-----BEGIN X-----\n\n\r\n" + bare, der, der, der},
+           Row{"a blank before the text", "-----BEGIN X-----\n " + bare, bytesOf("-----BEGIN X-----\n " + bare), der,
+               der},
+           Row{"no END", "-----BEGIN X-----\n" + bare, der, der, der},
+           Row{"a zero byte ends the text", "-----BEGIN X-----\nMAAA" + zero + "AAAA", hex("300000"), hex("300000"),
+               hex("300000")},
+           // letters of the preamble belong to the alphabet: it is decoded up to the first hyphen
+           Row{"text before the armour", "ABCD\n" + pem, bytesOf("ABCD\n" + pem), hex("001083"), hex("001083")},
+           Row{"one hyphen", "-", nothing, nothing, nothing},
+           Row{"hyphens alone", "-----", nothing, nothing, nothing},
+           Row{"a label without an end", "-----BEGIN CERTIFICATE\n" + bare, nothing, nothing, nothing},
+           Row{"nothing", "", nothing, nothing, nothing},
+           Row{"line ends alone", "\r\n\r\n", bytesOf("\r\n\r\n"), nothing, nothing},
+           Row{"a zero byte first", "\n" + zero + bare, bytesOf("\n" + zero + bare), nothing, nothing},
+       }) {
+    EXPECT_EQ(inMemory(row.text).bytes, row.inMemory) << row.name;
+    EXPECT_EQ(inMemory(row.text).ok, row.inMemory != nothing && row.inMemory != bytesOf(row.text)) << row.name;
+    EXPECT_EQ(asAStream(row.text).bytes, row.asAStream) << row.name;
+    EXPECT_EQ(asAWhole(row.text).bytes, row.asAWhole) << row.name;
+  }
+}
+
+TEST_F(BufferPEM, DERIsLeftAlone) {
+  Holding in(sequenceOf(300));
+  EXPECT_FALSE(in.fromPEM());
+  EXPECT_FALSE(in.decodeBase64());
+  EXPECT_EQ(held(in), sequenceOf(300));
+}
+
+TEST_F(BufferPEM, StreamGivesOneArmourAfterAnother) {
+  const ByteString first = sequenceOf(5000);
+  const ByteString second = sequenceOf(300);
+  const std::string text = pemByOpenSSL(first) + pemByOpenSSL(second, "X509 CRL") + "\n" + pemByOpenSSL(first, "Z");
+  const int in = open(file(text).c_str(), O_RDONLY | O_CLOEXEC);
+  Buffer buffer;
+  char label[20];
+  EXPECT_TRUE(buffer.readPEMStream(in, label, sizeof label));
+  EXPECT_EQ(held(buffer), first);
+  EXPECT_EQ(lseek(in, 0, SEEK_CUR), static_cast<off_t>(pemByOpenSSL(first).size())) << "just behind it";
+  EXPECT_TRUE(buffer.readPEMStream(in, label, sizeof label));
+  EXPECT_EQ(held(buffer), second);
+  EXPECT_STREQ(label, "X509 CRL");
+  EXPECT_TRUE(buffer.readPEMStream(in, label, sizeof label));
+  EXPECT_EQ(held(buffer), first);
+  EXPECT_FALSE(buffer.readPEMStream(in, label, sizeof label));
+  EXPECT_EQ(buffer.size(), 0U);
+  close(in);
+}
+
+// Text behind the last armour is one more block to the stream, and a bad one.
+TEST_F(BufferPEM, TextBehindTheLastArmourIsOneMoreBlock) {
+  const int in = open(file(pemByOpenSSL(sequenceOf(300)) + "trailing").c_str(), O_RDONLY | O_CLOEXEC);
+  Buffer buffer;
+  EXPECT_TRUE(buffer.readPEMStream(in));
+  EXPECT_TRUE(buffer.readPEMStream(in));
+  EXPECT_EQ(buffer.size(), 6U);
+  EXPECT_FALSE(buffer.readPEMStream(in));
+  close(in);
+}
+
+TEST_F(BufferPEM, FromPEMLeavesTheCursor) {
+  Holding in(bytesOf(pemByOpenSSL(sequenceOf(300))));
+  in.setReadPosition(5);
+  EXPECT_TRUE(in.fromPEM());
+  EXPECT_EQ(in.readPosition(), 5U);
+  in.setReadPosition(300);
+  EXPECT_EQ(in.peekByte(), 1) << "nothing of the text is left behind the bytes";
+}
+
+// --- Base64 without armour
+// --------------------------------------------------------------------------------------------
+
+TEST(BufferBase64, TextOfASequenceIsDecodedInPlace) {
+  const ByteString der = sequenceOf(300);
+  Holding in(der);
+  const std::unique_ptr<char[]> text(in.toBase64());
+  EXPECT_EQ(text[0], 'M');
+  fill(in, bytesOf(text.get()));
+  in.setReadPosition(7);
+  EXPECT_TRUE(in.decodeBase64());
+  EXPECT_EQ(held(in), der);
+  EXPECT_EQ(in.readPosition(), 0U);
+}
+
+TEST(BufferBase64, OtherTextWantsToBeForced) {
+  for (const char* text : {"QUJD", "0123", ""}) {
+    Holding in(bytesOf(text));
+    EXPECT_FALSE(in.decodeBase64()) << text;
+    EXPECT_EQ(held(in), bytesOf(text));
+  }
+  Holding in(bytesOf("QUJD"));
+  EXPECT_TRUE(in.decodeBase64(true));
+  EXPECT_EQ(held(in), bytesOf("ABC"));
+  EXPECT_FALSE(Buffer().decodeBase64(true));
+}
+
+// A body that begins with M and is no strict Base64 may be something else: it can be had back.
+TEST(BufferBase64, RefusedTextCanBeHadBack) {
+  Holding in(bytesOf("MAAAA"));
+  EXPECT_FALSE(in.decodeBase64());
+  EXPECT_EQ(in.size(), 0U);
+  in.setSize(5);
+  EXPECT_TRUE(in.fromPEM());
+  EXPECT_EQ(held(in), hex("300000"));
+}
+
+TEST(BufferBase64, NoBlockIsNoText) {
+  EXPECT_EQ(Buffer().toBase64(), nullptr);
+  const std::unique_ptr<char[]> empty(Buffer(0).toBase64());
+  EXPECT_STREQ(empty.get(), "");
+}
+
+}  // namespace
+}  // namespace keystrand::test

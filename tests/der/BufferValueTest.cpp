@@ -1,0 +1,181 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <openssl/asn1.h>
+#include <openssl/objects.h>
+
+#include <limits>
+
+#include "der/BufferContents.h"
+#include "keystrand/der/OID.h"
+
+namespace keystrand::test {
+namespace {
+
+ByteString integerByOpenSSL(std::int32_t value) {
+  const std::unique_ptr<ASN1_INTEGER, void (*)(ASN1_INTEGER*)> integer(ASN1_INTEGER_new(), ASN1_INTEGER_free);
+  ASN1_INTEGER_set_int64(integer.get(), value);
+  unsigned char* der = nullptr;
+  const int n = i2d_ASN1_INTEGER(integer.get(), &der);
+  ByteString bytes(der, der + n);
+  OPENSSL_free(der);
+  return bytes;
+}
+
+ByteString identifierByOpenSSL(const char* dotted) {
+  const std::unique_ptr<ASN1_OBJECT, void (*)(ASN1_OBJECT*)> object(OBJ_txt2obj(dotted, 1), ASN1_OBJECT_free);
+  unsigned char* der = nullptr;
+  const int n = i2d_ASN1_OBJECT(object.get(), &der);
+  ByteString bytes(der, der + n);
+  OPENSSL_free(der);
+  return bytes;
+}
+
+TEST(BufferInteger, IsCodedAsOpenSSLCodesIt) {
+  for (int bit = 0; bit < 32; ++bit)
+    for (const std::int64_t near : {-1, 0, 1})
+      for (const int sign : {-1, 1}) {
+        const std::int64_t wide = sign * ((std::int64_t{1} << bit) + near);
+        const auto value = static_cast<std::int32_t>(wide);
+        if (value != wide) continue;
+        const ByteString expected = integerByOpenSSL(value);
+        EXPECT_EQ(written([&](Buffer& out) { out.putInteger(value); }), expected) << value;
+        EXPECT_EQ(Buffer().sizeInteger(value), expected.size()) << value;
+        std::int32_t back = 0;
+        EXPECT_TRUE(Holding(expected).getInteger(back)) << value;
+        EXPECT_EQ(back, value);
+      }
+}
+
+TEST(BufferInteger, ReadsAndRefuses) {
+  struct Row {
+    const char* name;
+    const char* octets;
+    bool ok;
+    std::int32_t value;
+    std::uint32_t position;
+  };
+  for (const Row& row : {Row{"padded", "02020001", true, 1, 4}, Row{"padded, negative", "0204FFFFFFFF", true, -1, 6},
+                         Row{"five octets are skipped", "02050102030405 020107", false, 0, 7},
+                         Row{"another type is skipped", "0403AABBCC 020107", false, 0, 5},
+                         Row{"a length near 2^32 does not lead backwards", "0284FFFFFFFF AABB", false, 0, 8},
+                         Row{"cut off", "0204 7F", false, 0, 2},
+                         // four guard bytes, as many as the reader has room for, and nothing is left to read
+                         Row{"no octets", "0200 0201 07", true, 0x01010101, 5}}) {
+    Holding in(row.octets);
+    std::int32_t value = 0;
+    EXPECT_EQ(in.getInteger(value), row.ok) << row.name;
+    EXPECT_EQ(value, row.value) << row.name;
+    EXPECT_EQ(in.readPosition(), row.position) << row.name;
+  }
+}
+
+TEST(BufferInteger, TheNextReadStartsBehindASkippedValue) {
+  Holding in("02050102030405 8001FF 020107");
+  std::int32_t value = 0;
+  EXPECT_FALSE(in.getInteger(value));
+  EXPECT_TRUE(in.getInteger(value, 0x80));
+  EXPECT_EQ(value, -1);
+  EXPECT_TRUE(in.getInteger(value));
+  EXPECT_EQ(value, 7);
+}
+
+TEST(BufferByteValue, ReadsAndRefuses) {
+  struct Row {
+    const char* name;
+    const char* octets;
+    bool ok;
+    unsigned char value;
+  };
+  for (const Row& row : {Row{"true", "0101FF", true, 0xFF}, Row{"any byte as it stands", "010105", true, 5},
+                         Row{"two octets", "01020005", false, 0}, Row{"another type", "020105", false, 0},
+                         Row{"without octets the next byte counts", "01002A", true, 0x2A},
+                         Row{"without octets at the end", "0100", true, 1}, Row{"cut off", "0101", false, 0},
+                         Row{"zero bytes alone", "0000", false, 0}, Row{"length of five octets", "0185", false, 0}}) {
+    Holding in(row.octets);
+    unsigned char value = 0;
+    EXPECT_EQ(in.getBoolean(value), row.ok) << row.name;
+    EXPECT_EQ(value, row.value) << row.name;
+  }
+}
+
+TEST(BufferByteValue, EachTypeHasItsTag) {
+  EXPECT_EQ(written([](Buffer& out) {
+              out.putBoolean(1);
+              out.putByteInteger(0x80);
+              out.putEnumerated(3);
+              out.putByteValue(9, 0x85);
+              out.putNull();
+              out.putEmpty(0x81);
+            }),
+            hex("010101 020180 0A0103 850109 0500 8100"));
+  Holding in("010101 020180 0A0103 850109 0500 8100 0500 8100");
+  unsigned char value = 0;
+  EXPECT_TRUE(in.getBoolean(value));
+  EXPECT_TRUE(in.getByteInteger(value));
+  EXPECT_EQ(value, 0x80);
+  EXPECT_TRUE(in.getEnumerated(value));
+  EXPECT_TRUE(in.getByteValue(value, 0x85));
+  EXPECT_EQ(value, 9);
+  EXPECT_TRUE(in.getNull());
+  EXPECT_TRUE(in.getEmpty(0x81));
+  EXPECT_FALSE(in.getEmpty(0x81));
+  EXPECT_FALSE(in.getNull());
+}
+
+TEST(BufferOID, IsCodedAsOpenSSLCodesIt) {
+  for (const char* dotted : {"0.0", "1.39.5", "2.5.29.15", "1.2.840.113549.1.1.11", "2.999.3", "2.47.1", "2.48.1",
+                             "1.3.6.1.4.1.311.21.8.4294967295.128.127.16383.16384"}) {
+    const OID oid(dotted);
+    const ByteString expected = identifierByOpenSSL(dotted);
+    EXPECT_EQ(written([&](Buffer& out) { out.putOID(oid); }), expected) << dotted;
+    EXPECT_EQ(Buffer().sizeOID(oid), expected.size()) << dotted;
+    OID back("1.2.3.4.5.6.7.8.9.10.11.12.13.14.15.16.17.18.19.20");
+    EXPECT_TRUE(Holding(expected).getOID(back)) << dotted;
+    EXPECT_TRUE(back.equals(oid)) << dotted;
+  }
+}
+
+TEST(BufferOID, ReadsAndRefuses) {
+  struct Row {
+    const char* name;
+    const char* octets;
+    const char* dotted;  // nullptr when refused
+  };
+  for (const Row& row :
+       {Row{"79 belongs to arc 1", "06014F", "1.39"}, Row{"80 belongs to arc 2", "060150", "2.0"},
+        Row{"no octets", "0600", "0.0"}, Row{"padding is accepted", "0603558001", "2.5.1"},
+        Row{"arcs count modulo 2^32", "06065590808080 0F", "2.5.15"}, Row{"an arc without an end", "06025581", nullptr},
+        Row{"cut off", "060555", nullptr}, Row{"another type", "040155", nullptr},
+        Row{"a length near 2^32", "0684FFFFFFFF55", nullptr}}) {
+    Holding in(row.octets);
+    OID oid;
+    EXPECT_EQ(in.getOID(oid), row.dotted != nullptr) << row.name;
+    if (row.dotted != nullptr) {
+      EXPECT_TRUE(oid.equals(row.dotted)) << row.name;
+    }
+  }
+}
+
+TEST(BufferOID, SixtyFiveArcsOverflow) {
+  const auto identifierOf = [](std::size_t arcs) {
+    ByteString bytes = {0x06, static_cast<unsigned char>(arcs - 1)};
+    bytes.resize(arcs + 1, 0x2A);
+    return bytes;
+  };
+  OID oid;
+  EXPECT_TRUE(Holding(identifierOf(64)).getOID(oid));
+  EXPECT_FALSE(oid.overflow());
+  EXPECT_EQ(oid.count(), 64);
+  EXPECT_TRUE(Holding(identifierOf(100)).getOID(oid));
+  EXPECT_TRUE(oid.overflow());
+  EXPECT_FALSE(oid.equals(oid));
+}
+
+TEST(BufferOID, FewerThanTwoArcsAreWrittenAsZero) {
+  EXPECT_EQ(written([](Buffer& out) { out.putOID(OID()); }), hex("060100"));
+  EXPECT_EQ(written([](Buffer& out) { out.putOID(OID("2"), 0x88); }), hex("880100"));
+  EXPECT_EQ(Buffer().sizeOID(OID("2")), 3U);
+}
+
+}  // namespace
+}  // namespace keystrand::test

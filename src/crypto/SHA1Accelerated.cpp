@@ -21,6 +21,11 @@ using Schedule = Vector[4];  // of the message schedule the last sixteen words s
   return _mm_loadu_si128(static_cast<const Vector*>(from));
 }
 
+// Sixteen bytes of input as four words, the first in the highest.
+[[gnu::target("sha,sse4.1,ssse3"), gnu::always_inline]] inline Vector loadWords(const unsigned char* data) {
+  return _mm_shuffle_epi8(loadVector(data), _mm_set_epi64x(0x0001020304050607, 0x08090A0B0C0D0E0F));
+}
+
 struct State {
   Vector abcd;
   Vector e;  // in the highest word
@@ -28,9 +33,12 @@ struct State {
 
 // Rounds 4 * Group to 4 * Group + 3. Each vector of the schedule is replaced four groups later.
 template <int Group>
-[[gnu::target("sha,sse4.1,ssse3"), gnu::always_inline]] inline void fourRounds(State& s, Schedule& w) {
+[[gnu::target("sha,sse4.1,ssse3"), gnu::always_inline]] inline void fourRounds(State& s, Schedule& w,
+                                                                               const unsigned char* data) {
   Vector& word = w[Group % 4];
-  if constexpr (Group >= 4) {
+  if constexpr (Group < 4) {
+    word = loadWords(data + 16 * Group);
+  } else {
     const Vector mixed = _mm_xor_si128(_mm_sha1msg1_epu32(word, w[(Group + 1) % 4]), w[(Group + 2) % 4]);
     word = _mm_sha1msg2_epu32(mixed, w[(Group + 3) % 4]);
   }
@@ -41,20 +49,19 @@ template <int Group>
 
 template <int... Group>
 [[gnu::target("sha,sse4.1,ssse3"), gnu::always_inline]] inline void rounds(State& s, Schedule& w,
+                                                                           const unsigned char* data,
                                                                            std::integer_sequence<int, Group...>) {
-  (fourRounds<Group>(s, w), ...);
+  (fourRounds<Group>(s, w, data), ...);
 }
 
 [[gnu::target("sha,sse4.1,ssse3")]] void sha1Instructions(std::uint32_t* state, const unsigned char* data,
                                                           std::size_t count) {
-  const Vector reversed = _mm_set_epi64x(0x0001020304050607, 0x08090A0B0C0D0E0F);
   constexpr int kReverseWords = 0x1B;
   State s = {_mm_shuffle_epi32(loadVector(state), kReverseWords), _mm_set_epi32(static_cast<int>(state[4]), 0, 0, 0)};
   for (; count != 0; --count, data += 64) {
     Schedule w;
-    for (std::size_t i = 0; i < 4; ++i) w[i] = _mm_shuffle_epi8(loadVector(data + 16 * i), reversed);
     const State old = s;
-    rounds(s, w, std::make_integer_sequence<int, 20>());
+    rounds(s, w, data, std::make_integer_sequence<int, 20>());
     s.e = _mm_sha1nexte_epu32(s.e, old.e);
     s.abcd = _mm_add_epi32(s.abcd, old.abcd);
   }

@@ -23,6 +23,11 @@ using Schedule = Vector[4];  // of the message schedule the last sixteen words s
   return _mm_loadu_si128(static_cast<const Vector*>(from));
 }
 
+// Sixteen bytes of input as four words.
+[[gnu::target("sha,sse4.1,ssse3"), gnu::always_inline]] inline Vector loadWords(const unsigned char* data) {
+  return _mm_shuffle_epi8(loadVector(data), _mm_set_epi64x(0x0C0D0E0F08090A0B, 0x0405060700010203));
+}
+
 // The working variables in the order in which the instructions take them, the first named in the highest word.
 struct State {
   Vector abef;
@@ -31,10 +36,13 @@ struct State {
 
 // Rounds 4 * Group to 4 * Group + 3. Each vector of the schedule is replaced four groups later.
 template <std::size_t Group>
-[[gnu::target("sha,sse4.1,ssse3"), gnu::always_inline]] inline void fourRounds(State& s, Schedule& w) {
+[[gnu::target("sha,sse4.1,ssse3"), gnu::always_inline]] inline void fourRounds(State& s, Schedule& w,
+                                                                               const unsigned char* data) {
   Vector& word = w[Group % 4];
-  const Vector last = w[(Group + 3) % 4];
-  if constexpr (Group >= 4) {
+  if constexpr (Group < 4) {
+    word = loadWords(data + 16 * Group);
+  } else {
+    const Vector last = w[(Group + 3) % 4];
     const Vector sevenBack = _mm_alignr_epi8(last, w[(Group + 2) % 4], 4);
     word = _mm_sha256msg2_epu32(_mm_add_epi32(_mm_sha256msg1_epu32(word, w[(Group + 1) % 4]), sevenBack), last);
   }
@@ -46,8 +54,9 @@ template <std::size_t Group>
 
 template <std::size_t... Group>
 [[gnu::target("sha,sse4.1,ssse3"), gnu::always_inline]] inline void rounds(State& s, Schedule& w,
+                                                                           const unsigned char* data,
                                                                            std::index_sequence<Group...>) {
-  (fourRounds<Group>(s, w), ...);
+  (fourRounds<Group>(s, w, data), ...);
 }
 
 [[gnu::target("sha,sse4.1,ssse3"), gnu::always_inline]] inline State loadState(const std::uint32_t* state) {
@@ -65,13 +74,11 @@ template <std::size_t... Group>
 
 [[gnu::target("sha,sse4.1,ssse3")]] void sha256Instructions(std::uint32_t* state, const unsigned char* data,
                                                             std::size_t count) {
-  const Vector bigEndian = _mm_set_epi64x(0x0C0D0E0F08090A0B, 0x0405060700010203);
   State s = loadState(state);
   for (; count != 0; --count, data += 64) {
     Schedule w;
-    for (std::size_t i = 0; i < 4; ++i) w[i] = _mm_shuffle_epi8(loadVector(data + 16 * i), bigEndian);
     const State old = s;
-    rounds(s, w, std::make_index_sequence<16>());
+    rounds(s, w, data, std::make_index_sequence<16>());
     s.abef = _mm_add_epi32(s.abef, old.abef);
     s.cdgh = _mm_add_epi32(s.cdgh, old.cdgh);
   }

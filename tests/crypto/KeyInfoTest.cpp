@@ -1,0 +1,224 @@
+// SubjectPublicKeyInfo: every key of the certificates at hand comes back byte for byte, and no key is taken for
+// another.
+#include <gtest/gtest.h>
+#include <openssl/pem.h>
+
+#include <map>
+
+#include "crypto/Coding.h"
+#include "crypto/hvECDSA.h"
+#include "keystrand/crypto/ECDSAPublicKey.h"
+#include "keystrand/crypto/KeyInfo.h"
+#include "keystrand/crypto/RSAPublicKey.h"
+#include "keystrand/crypto/Signature.h"
+
+namespace keystrand::test {
+namespace {
+
+using Certificate = std::unique_ptr<X509, decltype(&X509_free)>;
+
+// As DER or as the first certificate in PEM; nothing when it is something else.
+Certificate certificateIn(const std::filesystem::path& path) {
+  const ByteString file = readFile(path);
+  const unsigned char* bytes = file.data();
+  Certificate certificate(d2i_X509(nullptr, &bytes, static_cast<long>(file.size())), &X509_free);
+  if (certificate) return certificate;
+  BIO* memory = BIO_new_mem_buf(file.data(), static_cast<int>(file.size()));
+  certificate.reset(PEM_read_bio_X509(memory, nullptr, nullptr, nullptr));
+  BIO_free(memory);
+  return certificate;
+}
+
+std::vector<std::filesystem::path> certificateFiles() {
+  std::vector<std::filesystem::path> roots = {publishedVectors() / "x509"};
+  if (const auto more = testData("cert")) roots.push_back(*more);
+  std::vector<std::filesystem::path> files;
+  for (const auto& root : roots) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+      if (entry.is_regular_file() && entry.file_size() < 100000) files.push_back(entry.path());
+    }
+  }
+  return files;
+}
+
+// What OpenSSL makes of the algorithm that a key names.
+const char* keyKindOf(X509* certificate) {
+  ASN1_OBJECT* algorithm = nullptr;
+  X509_PUBKEY_get0_param(&algorithm, nullptr, nullptr, nullptr, X509_get_X509_PUBKEY(certificate));
+  return OBJ_nid2sn(OBJ_obj2nid(algorithm));
+}
+
+TEST(KeyInfo, OfEveryCertificateComesBackAsItWas) {
+  std::map<std::string, int> read;
+  for (const auto& path : certificateFiles()) {
+    const Certificate certificate = certificateIn(path);
+    if (!certificate) continue;
+    const std::string kind = keyKindOf(certificate.get());
+    const ByteString der = derOf(X509_get_X509_PUBKEY(certificate.get()), &i2d_X509_PUBKEY);
+    KeyInfo key;
+    const Coded result = coded(key, der);
+    if (result.read) {
+      EXPECT_TRUE(result.isExact(der)) << path << " " << kind;
+    }
+    // Where OpenSSL has a key of one of our kinds, so have we.
+    const bool ours = kind == "rsaEncryption" || kind == "id-ecPublicKey" || kind == "DSA";
+    if (ours && X509_get0_pubkey(certificate.get()) != nullptr) {
+      EXPECT_TRUE(result.read) << path << " " << kind;
+    }
+    if (result.read) ++read[kind];
+  }
+  EXPECT_GE(read["rsaEncryption"], 400);
+  EXPECT_GE(read["id-ecPublicKey"], 5);
+  EXPECT_GE(read["DSA"], 5);
+  EXPECT_EQ(read["ED25519"] + read["ED448"] + read["X25519"], 0) << "keys of these kinds have no class";
+}
+
+TEST(KeyInfo, AlgorithmsOfEveryCertificateComeBackAsTheyWere) {
+  int read = 0;
+  for (const auto& path : certificateFiles()) {
+    const Certificate certificate = certificateIn(path);
+    if (!certificate) continue;
+    const X509_ALGOR* outer = nullptr;
+    X509_get0_signature(nullptr, &outer, certificate.get());
+    for (const X509_ALGOR* algorithm : {outer, X509_get0_tbs_sigalg(certificate.get())}) {
+      const ByteString der = derOf(algorithm, &i2d_X509_ALGOR);
+      AlgorithmIdentifier ours;
+      const Coded result = coded(ours, der);
+      if (!result.read || result.position < der.size()) continue;  // parameters that have no class
+      EXPECT_EQ(result.rewritten, der) << path;
+      ++read;
+    }
+  }
+  EXPECT_GE(read, 1000);
+}
+
+TEST(KeyInfo, TellsWhatTheKeyIs) {
+  struct Row {
+    const char* kind;
+    KeyKind expected;
+    bool isRSA;
+    std::uint32_t length;
+    std::uint32_t bits;
+  };
+  for (const Row& row : {Row{"RSA-2048", KeyKind::kRSAPublic, true, 256, 2048},
+                         Row{"RSA-1025", KeyKind::kRSAPublic, true, 129, 1032},  // whole octets of the modulus
+                         Row{"P-256", KeyKind::kECPublic, false, 256, 256},      // the field, in bits, from both
+                         Row{"P-521", KeyKind::kECPublic, false, 521, 521}}) {
+    const ByteString der = publicKeyOf(privateKey(row.kind));
+    KeyInfo key;
+    ASSERT_TRUE(coded(key, der).isExact(der)) << row.kind;
+    EXPECT_EQ(key.keyView()->kind(), row.expected) << row.kind;
+    EXPECT_EQ(key.isRSA(), row.isRSA) << row.kind;
+    EXPECT_EQ(key.keyBytesLength(), row.length) << row.kind;
+    EXPECT_EQ(key.keyBitLength(), row.bits) << row.kind;
+    EXPECT_EQ(key.keyView()->isStripped(), row.isRSA) << row.kind;
+    const std::unique_ptr<KeyInfo> copy(key.clone());
+    EXPECT_EQ(encoded(*copy), der) << row.kind;
+  }
+}
+
+ByteString bits(const ByteString& content) {
+  return tlv(0x03, {{0x00}, content});
+}
+
+const ByteString kRSAKey = sequence({integer("00C1"), integer("03")});
+const ByteString kPoint = fromHex("04AABB");
+const ByteString kRSA = sequence({oid("1.2.840.113549.1.1.1"), kNull});
+const ByteString kP256 = sequence({oid("1.2.840.10045.2.1"), oid("1.2.840.10045.3.1.7")});
+
+TEST(KeyInfo, ReadsTheKindsThatItHasAndNoOther) {
+  struct Row {
+    const char* name;
+    ByteString der;
+    bool ok;
+    KeyKind kind;
+  };
+  const char* des = "0102030405060708";
+  const char* des3 = "0102030405060708090A0B0C0D0E0F101112131415161718";
+  for (const Row& row : {
+           Row{"rsaEncryption", sequence({kRSA, bits(kRSAKey)}), true, KeyKind::kRSAPublic},
+           Row{"rsa of X.509", sequence({sequence({oid("2.5.8.1.1"), integer("0400")}), bits(kRSAKey)}), true,
+               KeyKind::kRSAPublic},
+           Row{"RSASSA-PSS", sequence({sequence({oid("1.2.840.113549.1.1.10")}), bits(kRSAKey)}), true,
+               KeyKind::kRSAPublic},
+           Row{"DSA, parameters inherited", sequence({sequence({oid("1.2.840.10040.4.1")}), bits(integer("05"))}), true,
+               KeyKind::kDSAPublic},
+           Row{"DES", sequence({sequence({oid("1.3.14.3.2.7"), octets(des)}), bits(octets(des))}), true,
+               KeyKind::kSecret},
+           Row{"triple DES", sequence({sequence({oid("1.2.840.113549.3.7")}), bits(octets(des3))}), true,
+               KeyKind::kSecret},
+           Row{"triple DES of eight octets", sequence({sequence({oid("1.2.840.113549.3.7")}), bits(octets(des))}),
+               false, KeyKind::kSecret},
+           Row{"EC", sequence({kP256, bits(kPoint)}), true, KeyKind::kECPublic},
+           Row{"EC, no octets", sequence({kP256, fromHex("030100")}), true, KeyKind::kECPublic},
+           Row{"EC, NULL for the point", sequence({kP256, kNull}), true, KeyKind::kECPublic},
+           Row{"EC, unused bits", sequence({kP256, fromHex("0303040440")}), true, KeyKind::kECPublic},
+           Row{"EC point with the identifier of RSA", sequence({kRSA, bits(kPoint)}), false, KeyKind::kRSAPublic},
+           Row{"RSA key with the identifier of DSA", sequence({sequence({oid("1.2.840.10040.4.1")}), bits(kRSAKey)}),
+               false, KeyKind::kDSAPublic},
+           Row{"RSA modulus with a redundant octet", sequence({kRSA, bits(sequence({integer("0041"), integer("03")}))}),
+               false, KeyKind::kRSAPublic},
+           Row{"Ed25519", sequence({sequence({oid("1.3.101.112")}), bits(kPoint)}), false, KeyKind::kNone},
+           Row{"nothing behind the algorithm", sequence({kRSA}), false, KeyKind::kRSAPublic},
+       }) {
+    KeyInfo key;
+    const Coded result = coded(key, row.der);
+    EXPECT_EQ(result.read, row.ok) << row.name;
+    if (row.ok) {
+      EXPECT_TRUE(result.isExact(row.der)) << row.name;
+    }
+    EXPECT_EQ(key.keyView() != nullptr ? key.keyView()->kind() : KeyKind::kNone, row.kind) << row.name;
+    EXPECT_EQ(std::unique_ptr<unsigned char[]>(key.keyBytes()) == nullptr,
+              key.keyView() == nullptr || std::string(row.name) == "EC, NULL for the point")
+        << row.name;
+  }
+}
+
+// Whatever stands in the BIT STRING is a point as far as reading goes; it is on no curve when it comes to verifying.
+TEST(KeyInfo, WithAnRSAKeyUnderAnECIdentifierVerifiesNothing) {
+  KeyInfo key;
+  ASSERT_TRUE(coded(key, sequence({kP256, bits(kRSAKey)})).read);
+  const auto* point = dynamic_cast<const ECDSAPublicKey*>(key.keyView());
+  ASSERT_NE(point, nullptr);
+  hvECDSA verifier;
+  EXPECT_FALSE(verifier.setKey(*point));
+  EXPECT_FALSE(verifier.verify(ByteString(32), ByteString(64)));
+}
+
+// A caller may put together what no decoder would.
+TEST(KeyInfo, WithMismatchedPartsIsWrittenAndMeasuredAllTheSame) {
+  KeyInfo mixed;
+  EXPECT_EQ(encoded(mixed), sequence({}));
+  const AlgorithmIdentifier ec("1.2.840.10045.2.1");
+  const RSAPublicKey rsa(BigInteger(193), BigInteger(3));
+  mixed.setAlgorithm(&ec);
+  mixed.setKey(&rsa);
+  EXPECT_EQ(encoded(mixed), sequence({sequence({oid("1.2.840.10045.2.1"), kNull}), bits(kRSAKey)}));
+  EXPECT_EQ(mixed.keyBytesLength(), 0U) << "no parameters, no field";
+  EXPECT_EQ(mixed.keyBitLength(), 0U);
+}
+
+// The length of the modulus is that of its value: the sign octet in front of it does not count.
+TEST(RSAPublicKey, HasTheLengthOfItsModulus) {
+  RSAPublicKey key;
+  ASSERT_TRUE(coded(key, kRSAKey).isExact(kRSAKey));
+  EXPECT_EQ(key.keyLength(), 1U);
+  const std::unique_ptr<unsigned char[]> bytes(key.keyBytes());
+  EXPECT_EQ(bytes[0], 0xC1);
+}
+
+TEST(Signature, KeepsAbsentAndEmptyApart) {
+  for (const char* hex : {"0500", "030100", "030200FF", "030204F0"}) {
+    const ByteString der = fromHex(hex);
+    Signature signature;
+    EXPECT_TRUE(coded(signature, der).isExact(der)) << hex;
+    EXPECT_EQ(std::unique_ptr<unsigned char[]>(signature.bytes()) == nullptr, der[0] == 0x05) << hex;
+  }
+  for (const char* hex : {"0300", "030101", "0400", "030500AA", "0384FFFFFFFF00"}) {
+    Signature signature;
+    EXPECT_FALSE(coded(signature, fromHex(hex)).read) << hex;
+  }
+}
+
+}  // namespace
+}  // namespace keystrand::test

@@ -56,8 +56,10 @@ bool UTF8::fromUTF16(const unsigned char* bytes, std::uint32_t n) {
   if (bytes == nullptr || n < 2) return false;
   const bool bigEndian = bytes[0] == 0xFE && bytes[1] == 0xFF;
   const std::span<const unsigned char> units(bytes + 2, (n - 2) / 2 * 2);
-  const auto unitAt = [&](std::size_t i) -> unsigned {
-    return bigEndian ? units[i] << 8 | units[i + 1] : units[i + 1] << 8 | units[i];
+  const auto unitAt = [&](std::size_t i) {
+    const unsigned first = units[i];
+    const unsigned second = units[i + 1];
+    return bigEndian ? first << 8 | second : second << 8 | first;
   };
   std::u16string wide;
   for (std::size_t i = 0; i < units.size(); i += 2) {

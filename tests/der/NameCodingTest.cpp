@@ -1,0 +1,247 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <openssl/x509.h>
+
+#include <filesystem>
+#include <memory>
+#include <set>
+
+#include "der/Values.h"
+#include "support/Builders.h"
+
+namespace keystrand::test {
+namespace {
+
+using X509Handle = std::unique_ptr<X509, decltype(&X509_free)>;
+
+ByteString der(const X509_NAME* name) {
+  unsigned char* bytes = nullptr;
+  const int n = i2d_X509_NAME(name, &bytes);
+  ByteString copy(bytes, bytes + n);
+  OPENSSL_free(bytes);
+  return copy;
+}
+
+std::string utf8(const ASN1_STRING* value) {
+  unsigned char* text = nullptr;
+  const int n = ASN1_STRING_to_UTF8(&text, value);
+  if (n < 0) return "(no text)";
+  const std::string copy(text, text + n);
+  OPENSSL_free(text);
+  return copy;
+}
+
+std::string dotted(const ASN1_OBJECT* object) {
+  char text[256];
+  OBJ_obj2txt(text, sizeof text, object, 1);
+  return text;
+}
+
+// The lines of toPrintableUTF8 as OpenSSL would have them, where it and we read the type alike.
+std::string printedByOpenSSL(const X509_NAME* name) {
+  std::string lines;
+  for (int i = 0; i < X509_NAME_entry_count(name); ++i) {
+    const X509_NAME_ENTRY* entry = X509_NAME_get_entry(name, i);
+    lines += "    " + dotted(X509_NAME_ENTRY_get_object(entry)) + ": " + utf8(X509_NAME_ENTRY_get_data(entry)) + "\n";
+  }
+  return lines;
+}
+
+// T61String has bytes above 127 in more than one reading, and a UniversalString is not written as it was read.
+bool isPlain(const X509_NAME* name) {
+  static const std::set<int> kPlain = {V_ASN1_UTF8STRING, V_ASN1_PRINTABLESTRING, V_ASN1_IA5STRING, V_ASN1_BMPSTRING};
+  for (int i = 0; i < X509_NAME_entry_count(name); ++i)
+    if (!kPlain.contains(ASN1_STRING_type(X509_NAME_ENTRY_get_data(X509_NAME_get_entry(name, i))))) return false;
+  return true;
+}
+
+void comesBack(const X509_NAME* theirs, const std::string& file) {
+  const ByteString bytes = der(theirs);
+  Name name;
+  ASSERT_TRUE(decode(name, bytes)) << file;
+  EXPECT_EQ(encoded(name), bytes) << file;
+  if (!isPlain(theirs)) return;
+  EXPECT_EQ(taken(name.toPrintableUTF8()), printedByOpenSSL(theirs)) << file;
+  const std::unique_ptr<Name> copy(name.clone());
+  EXPECT_TRUE(name.equals(*copy) && name.equalsInOrder(*copy) && name.equalsAcrossEncodings(*copy)) << file;
+}
+
+X509Handle parsed(const ByteString& bytes) {
+  const unsigned char* at = bytes.data();
+  return {d2i_X509(nullptr, &at, static_cast<long>(bytes.size())), X509_free};
+}
+
+// DER or PEM.
+X509Handle certificateOf(const std::filesystem::path& file) {
+  const ByteString bytes = readFile(file);
+  X509Handle certificate = parsed(bytes);
+  return certificate ? std::move(certificate) : parsed(fromPEM({bytes.begin(), bytes.end()}));
+}
+
+int namesComeBack(const std::filesystem::path& folder) {
+  int seen = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    if (!entry.is_regular_file()) continue;
+    const X509Handle certificate = certificateOf(entry.path());
+    if (!certificate) continue;
+    comesBack(X509_get_subject_name(certificate.get()), entry.path());
+    comesBack(X509_get_issuer_name(certificate.get()), entry.path());
+    ++seen;
+  }
+  return seen;
+}
+
+TEST(NameCoding, OfPublishedCertificatesComesBack) {
+  EXPECT_GT(namesComeBack(publishedVectors() / "x509"), 400);
+}
+
+TEST(NameCoding, OfRealCertificatesComesBack) {
+  const auto folder = testData("cert");
+  if (!folder) GTEST_SKIP() << kNoTestData;
+  EXPECT_GT(namesComeBack(*folder), 200);
+}
+
+// --- single attributes
+// -------------------------------------------------------------------------------------------------
+
+struct ValueRow {
+  const char* name;
+  const char* der;
+  const char* narrow;
+  const char* utf8;
+  const char* written;  // null: as it was read
+};
+
+TEST(AttributeValue, OfEachType) {
+  const ValueRow rows[] = {
+      {"PrintableString", "130441636D65", "Acme", "Acme", nullptr},
+      {"UTF8String", "0C03E282AC", "\xE2\x82\xAC", "\xE2\x82\xAC", nullptr},
+      {"UTF8String beyond the basic plane", "0C04F09F9880", "\xEF\x98\x80", "\xF0\x9F\x98\x80", nullptr},
+      {"T61String in Latin-1", "140241E0", "A\xE0", "A\xC3\xA0", nullptr},
+      {"OCTET STRING", "040141", "A", "A", nullptr},
+      {"BMPString", "1E02 20AC", "\xE2\x82\xAC", "\xE2\x82\xAC", nullptr},
+      {"UniversalString", "1C04000020AC", "\xE2\x82\xAC", "\xE2\x82\xAC", "1C02AC20"},
+      {"a text that a NUL cuts", "1603410042", "A", "A", "160141"},
+      {"empty", "1300", "", "", nullptr},
+      {"BIT STRING", "0303 04 ABCF", "(null)", "#abc0", "030304ABC0"},
+      {"BIT STRING of no bits", "030100", "(null)", "#", nullptr},
+      {"NumericString", "120131", "(null)", "#120131", nullptr},
+      {"INTEGER", "020105", "(null)", "#020105", nullptr},
+      {"NULL", "0500", "(null)", "#0500", nullptr},
+      {"a length in a longer form", "1281 0131", "(null)", "#12810131", nullptr},
+      {"zero octets before it", "0000120131", "(null)", "#120131", "120131"},
+      {"UTF8String that is none", "0C0180", "", "", "0500"},
+  };
+  for (const ValueRow& row : rows) {
+    const AttributeTypeAndValue attribute = commonName(row.der);
+    EXPECT_EQ(taken(attribute.toNarrowText()), row.narrow) << row.name;
+    EXPECT_EQ(taken(attribute.toUTF8Text()), row.utf8) << row.name;
+    ByteString expected = hex("30 00 0603550403");
+    const ByteString value = hex(row.written != nullptr ? row.written : row.der);
+    expected.insert(expected.end(), value.begin(), value.end());
+    expected[1] = static_cast<unsigned char>(5 + value.size());
+    EXPECT_EQ(encoded(attribute), expected) << row.name;
+  }
+}
+
+TEST(AttributeValue, ThatCannotBeReadFails) {
+  for (const char* der : {"", "13", "130441", "0304", "0300", "030107", "02", "0205", "1284FFFFFFFF31", "00000000"}) {
+    AttributeTypeAndValue attribute;
+    Holding buffer(der);
+    EXPECT_FALSE(attribute.setValueFromDER(buffer)) << der;
+  }
+}
+
+TEST(AttributeValue, IsSetByItsTag) {
+  AttributeTypeAndValue attribute;
+  attribute.setType("2.5.4.3");
+  const auto valueOf = [&attribute](auto value, unsigned char tag, auto... length) {
+    attribute.setValue(value, tag, length...);
+    const ByteString der = encoded(attribute);
+    return ByteString(der.begin() + 7, der.end());
+  };
+  const ByteString text = bytesOf("A");
+  EXPECT_EQ(valueOf("A", 19), hex("130141"));
+  EXPECT_EQ(valueOf("A", 12), hex("0C0141"));
+  EXPECT_EQ(valueOf("A", 30), hex("1E020041"));
+  EXPECT_EQ(valueOf("A", 28), hex("1C024100"));
+  EXPECT_EQ(valueOf(u"\u20AC", 30), hex("1E0220AC"));
+  EXPECT_EQ(valueOf(u"\u20AC", 12), hex("0C03E282AC"));
+  EXPECT_EQ(valueOf(u"\u20AC", 20), hex("1403E282AC"));
+  EXPECT_EQ(valueOf(text.data(), 4, 1U), hex("040141"));
+  EXPECT_EQ(valueOf(text.data(), 3, 1U), hex("03020041"));
+  EXPECT_EQ(valueOf(static_cast<const char*>(nullptr), 19), hex("1300"));
+  EXPECT_EQ(valueOf(static_cast<const char*>(nullptr), 12), hex("0500"));
+  EXPECT_EQ(valueOf(static_cast<const char*>(nullptr), 3), hex("0500"));
+  std::uint32_t n = 0;
+  attribute.setValue(u"\u20AC", 30);
+  const std::unique_ptr<unsigned char[]> copy(attribute.valueCopy(n));
+  EXPECT_EQ(ByteString(copy.get(), copy.get() + n), hex("20AC"));
+}
+
+// --- whole names
+// -------------------------------------------------------------------------------------------------------
+
+TEST(NameCoding, RefusesWhatDoesNotFit) {
+  struct Row {
+    const char* name;
+    const char* der;
+    bool read;
+    int rdns;  // what was read stays
+  };
+  const Row rows[] = {
+      {"an empty name", "3000", true, 0},
+      {"an empty RDN", "30023100", true, 1},
+      {"a good one", "300C 310A 3008 0603550403 130141", true, 1},
+      {"no SEQUENCE", "310C 310A 3008 0603550403 130141", false, 0},
+      {"a SEQUENCE as RDN", "300C 300A 3008 0603550403 130141", false, 0},
+      {"the second RDN is bad", "300E 310A 3008 0603550403 130141 3101", false, 1},
+      {"a length beyond the data", "3020 310A 3008 0603550403 130141", false, 0},
+      {"a huge length", "3084FFFFFFF0 310A 3008 0603550403 130141", false, 0},
+      {"an RDN beyond the data", "300C 3120 3008 0603550403 130141", false, 0},
+      {"no value", "3009 3107 3005 0603550403", false, 0},
+      {"no type", "3007 3105 3003 130141", false, 0},
+      {"an unfinished type", "300C 310A 3008 0603550483 130141", false, 0},
+      {"the indefinite form", "3080 310A 3008 0603550403 130141 0000", true, 0},
+      {"zeros between", "300E 310A 3008 0603550403 130141 0000", false, 1},
+  };
+  for (const Row& row : rows) {
+    Name name;
+    EXPECT_EQ(decode(name, hex(row.der)), row.read) << row.name;
+    ASSERT_NE(name.listView(), nullptr) << row.name;
+    EXPECT_EQ(name.listView()->count(), row.rdns) << row.name;
+  }
+}
+
+TEST(NameCoding, KeepsTheOrderOfASet) {
+  const ByteString notSorted = hex("3018 3116 3009 0603550403 13025858 3009 0603550405 1302 3131");
+  Name name;
+  ASSERT_TRUE(decode(name, notSorted));
+  EXPECT_EQ(name.text(), "CN=XX+SER=11");
+  EXPECT_EQ(encoded(name), notSorted);
+}
+
+TEST(NameList, IsClonedInAndOut) {
+  const auto name = nameOf("C=IT,CN=X+SER=1");
+  const std::unique_ptr<RelativeDistinguishedNameList> list(name->list());
+  const std::unique_ptr<RelativeDistinguishedName> rdn(list->get(1));
+  const std::unique_ptr<AttributeTypeAndValue> attribute(rdn->get(1));
+  EXPECT_EQ(taken(attribute->typeText()), "2.5.4.5");
+  EXPECT_EQ(rdn->get(2), nullptr);
+  EXPECT_EQ(list->get(-1), nullptr);
+  list->add(*rdn);
+  EXPECT_EQ(name->text(), "C=IT,CN=X+SER=1");
+  name->setList(list.get());
+  EXPECT_EQ(name->text(), "C=IT,CN=X+SER=1,CN=X+SER=1");
+  name->setList(nullptr);
+  EXPECT_EQ(name->list(), nullptr);
+  EXPECT_EQ(encoded(*name), hex("3000"));
+  Buffer out;
+  rdn->put(out, 0xA1);
+  EXPECT_EQ(out.size(), rdn->size(out, 0xA1));
+  RelativeDistinguishedName read;
+  EXPECT_TRUE(read.get(out, 0xA1) && read.equals(*rdn));
+}
+
+}  // namespace
+}  // namespace keystrand::test

@@ -1,0 +1,134 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "der/ConstantOID.h"
+#include "der/Values.h"
+#include "keystrand/der/OIDList.h"
+
+namespace keystrand::test {
+namespace {
+
+std::string arcs(int count) {
+  std::string text = "1";
+  for (int i = 1; i < count; ++i) text += "." + std::to_string(4000000000U + static_cast<unsigned>(i));
+  return text;
+}
+
+TEST(OIDText, IsReadAndWritten) {
+  struct Row {
+    const char* text;
+    const char* written;
+  };
+  const Row rows[] = {
+      {"2.5.4.3", "2.5.4.3"},
+      {"1.3.6.1.4.1.11129.2.4.2.1.1", "1.3.6.1.4.1.11129.2.4.2.1.1"},
+      {"1.4294967295", "1.4294967295"},
+      {"1.4294967297", "1.1"},  // modulo 2^32
+      {"1.2x3.4", "1.2.4"},     // anything but a digit ends its piece
+      {"1..3", "1.0.3"},        // an empty piece counts 0
+      {"-1.2", "0.2"},
+      {"", "0.0.0.0.0.0.0."},  // the mark of an empty identifier
+      {nullptr, "0.0.0.0.0.0.0."},
+  };
+  for (const Row& row : rows) EXPECT_EQ(taken(OID(row.text).toText()), row.written) << row.written;
+}
+
+TEST(OIDText, HasRoomForSixtyFourLongArcs) {
+  const OID full(arcs(64).c_str());
+  EXPECT_FALSE(full.overflow());
+  EXPECT_EQ(taken(full.toText()), arcs(64));
+  EXPECT_TRUE(full.equals(OID(full)));
+}
+
+TEST(OIDOverflow, OfASixtyFifthArcEqualsNothing) {
+  const OID over(arcs(65).c_str());
+  EXPECT_TRUE(over.overflow());
+  EXPECT_EQ(over.count(), 64);
+  EXPECT_FALSE(over.equals(over));
+  EXPECT_FALSE(over.equals(arcs(64).c_str()));
+  EXPECT_TRUE(over.startsWith(arcs(64).c_str()));  // a prefix is looked for all the same
+
+  OID oid("1.2");
+  EXPECT_FALSE(oid.setArc(64, 1));
+  EXPECT_FALSE(oid.equals("1.2"));
+  OID counted("1.2");
+  EXPECT_FALSE(counted.setCount(65));
+  EXPECT_EQ(counted.count(), 64);
+  EXPECT_TRUE(counted.overflow());
+}
+
+TEST(OIDComparison, CountsArcs) {
+  struct Row {
+    const char* left;
+    const char* right;
+    bool equal;
+    bool prefix;  // right is one of left
+  };
+  const Row rows[] = {
+      {"1.2", "1.2.3", false, false},
+      {"1.2.3", "1.2", false, true},
+      {"1.2.3", "1.2.3", true, true},
+      {"1.2.3", "1.2.4", false, false},
+      {"1.23", "1.2", false, false},  // arcs, not characters
+      {"1.2.3", "", false, true},
+      {"", "", true, true},
+      {"1.2.3.4.5.6.7.8.9.10.11", "1.2.3.4.5.6.7.8.9.10.11", true, true},
+      {"1.2.3.4.5.6.7.8.9.10.11", "1.2.3.4.5.6.7.8.9.10.12", false, false},
+      {"1.2.3.4.5.6.7.8.9.10.11", "1.2.3.4.5.6.7.8.9", false, true},
+  };
+  for (const Row& row : rows) {
+    const OID left(row.left);
+    const OID right(row.right);
+    EXPECT_EQ(left.equals(right), row.equal) << row.left << " " << row.right;
+    EXPECT_EQ(left.equals(row.right), row.equal) << row.left << " " << row.right;
+    EXPECT_EQ(left.startsWith(right), row.prefix) << row.left << " " << row.right;
+    EXPECT_EQ(left.startsWith(row.right), row.prefix) << row.left << " " << row.right;
+  }
+  EXPECT_TRUE(OID("2.5.29.15") == "2.5.29.15"_oid);
+  EXPECT_FALSE(OID("2.5.29.15.1") == "2.5.29.15"_oid);
+  EXPECT_TRUE(makeOID("1.3.6.1.4.1.311.60.2.1.3"_oid).equals("1.3.6.1.4.1.311.60.2.1.3"));
+}
+
+// Short and long identifiers keep their arcs in different places.
+TEST(OIDStorage, SurvivesGrowthCopyAndMove) {
+  OID oid("1.2");
+  for (int i = 2; i < 64; ++i) {
+    ASSERT_TRUE(oid.setArc(i, static_cast<std::uint32_t>(i * i)));
+    ASSERT_TRUE(oid.setCount(i + 1));
+  }
+  OID copy(oid);
+  OID moved(std::move(copy));
+  copy = OID("1.2.3");
+  EXPECT_TRUE(copy.equals("1.2.3"));
+  EXPECT_TRUE(moved.equals(oid));
+  moved = copy;
+  EXPECT_TRUE(moved.equals("1.2.3"));
+  EXPECT_EQ(moved.arc(63), 0U);
+  EXPECT_EQ(oid.arc(63), 63U * 63U);
+  EXPECT_EQ(oid.arc(64), 0U);
+  EXPECT_EQ(oid.arc(-1), 0U);
+  EXPECT_FALSE(oid.setArc(-1, 1));
+}
+
+TEST(OIDList, IsASequenceOfIdentifiers) {
+  OIDList list("1.3.6.1.5.5.7.3.9");
+  list.add("2.5.29.37.0");
+  EXPECT_EQ(encoded(list), hex("3010 06082B06010505070309 0604551D2500"));
+
+  OIDList read;
+  ASSERT_TRUE(decode(read, encoded(list)));
+  ASSERT_EQ(read.count(), 2);
+  EXPECT_TRUE(read.equals(0, "1.3.6.1.5.5.7.3.9"));
+  EXPECT_EQ(taken(read.toText(1)), "2.5.29.37.0");
+  EXPECT_EQ(taken(read.toText(2)), "(null)");
+  EXPECT_FALSE(read.equals(-1, "2.5.29.37.0"));
+
+  for (const char* bad : {"3004 0604551D", "3104 0603551D25", "3006 0603551D25 05", "3084FFFFFFFF 0603551D25"})
+    EXPECT_FALSE(decode(read, hex(bad))) << bad;
+  EXPECT_LE(read.count(), 1);  // what stood before the failure
+}
+
+}  // namespace
+}  // namespace keystrand::test

@@ -1,0 +1,56 @@
+// Values under test, between their objects and their encodings.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "der/AttributeTable.h"
+#include "der/BufferContents.h"
+#include "keystrand/der/Name.h"
+
+namespace keystrand::test {
+
+// Takes over a text that the interface handed out; "(null)" for none.
+inline std::string taken(char* text) {
+  const std::unique_ptr<char[]> owned(text);
+  return text != nullptr ? text : "(null)";
+}
+
+template <class T>
+bool decode(T& value, const ByteString& der) {
+  Holding buffer(der);
+  return value.get(buffer);
+}
+
+// What put writes, which has to be as much as size announces.
+template <class T>
+ByteString encoded(const T& value) {
+  Buffer buffer;
+  value.put(buffer);
+  EXPECT_EQ(value.size(buffer), buffer.size());
+  return held(buffer);
+}
+
+inline void setText(Name& name, const char* text, unsigned char defaultTag = 12) {
+  EXPECT_TRUE(name.setText(text, defaultTag, kAttributeLabels, kAttributeIdentifiers, kAttributeCount)) << text;
+}
+
+// The parsed and re-read form of a comma text, one value type for all attributes that have a choice.
+inline std::unique_ptr<Name> nameOf(const char* text, unsigned char defaultTag = 12) {
+  auto name = std::make_unique<Name>();
+  setText(*name, text, defaultTag);
+  return name;
+}
+
+// An attribute of the type commonName with a value of this encoding.
+inline AttributeTypeAndValue commonName(std::string_view valueDigits) {
+  AttributeTypeAndValue attribute;
+  attribute.setType("2.5.4.3");
+  Holding value(valueDigits);
+  EXPECT_TRUE(attribute.setValueFromDER(value)) << valueDigits;
+  return attribute;
+}
+
+}  // namespace keystrand::test

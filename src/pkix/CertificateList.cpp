@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "der/ConstantOID.h"
-#include "der/Element.h"
+#include "der/Reading.h"
 #include "keystrand/crypto/CryptoDevice.h"
 #include "support/Memory.h"
 
@@ -11,12 +11,6 @@ namespace keystrand {
 namespace {
 
 constexpr ConstantOID kRSASSAPSS = "1.2.840.113549.1.1.10"_oid;
-
-template <class T>
-bool getNew(std::unique_ptr<T>& part, Buffer& in) {
-  part = std::make_unique<T>();
-  return part->get(in);
-}
 
 }  // namespace
 

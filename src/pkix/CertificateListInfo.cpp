@@ -1,6 +1,6 @@
 #include "keystrand/pkix/CertificateListInfo.h"
 
-#include "der/Element.h"
+#include "der/Reading.h"
 #include "support/Memory.h"
 
 namespace keystrand {
@@ -8,12 +8,6 @@ namespace {
 
 constexpr unsigned char kInteger = 2;
 constexpr unsigned char kExtensionsTag = 0xA0;
-
-template <class T>
-bool getNew(std::unique_ptr<T>& part, Buffer& in) {
-  part = std::make_unique<T>();
-  return part->get(in);
-}
 
 owner<X500Time*> cloneOf(const std::optional<X500Time>& time) {
   return time ? time->clone() : nullptr;
@@ -113,42 +107,33 @@ bool CertificateListInfo::getVersion(Buffer& in) {
   return in.peekHeader(tag, n) && (tag != kInteger || in.getInteger(version_));
 }
 
-bool CertificateListInfo::getNextUpdate(unsigned char tag, Buffer& in) {
+bool CertificateListInfo::getNextUpdate(Buffer& in) {
+  const unsigned char tag = nextTag(in);
   const bool isTime = tag == X500Time::kUTCTime || tag == X500Time::kGeneralizedTime;
   return !isTime || nextUpdate_.emplace().get(in);
 }
 
-bool CertificateListInfo::getRevokedCertificates(unsigned char tag, Buffer& in) {
-  return tag != kSequence || getNew(revokedCertificates_, in);
+bool CertificateListInfo::getRevokedCertificates(Buffer& in) {
+  return nextTag(in) != kSequence || getNew(revokedCertificates_, in);
 }
 
-bool CertificateListInfo::getCrlExtensions(unsigned char tag, Buffer& in) {
+bool CertificateListInfo::getCrlExtensions(Buffer& in) {
+  unsigned char tag = nextTag(in);
   std::uint32_t n = 0;
   return tag != kExtensionsTag || (in.getHeader(tag, n) && getNew(crlExtensions_, in));
 }
 
-// RFC 5280 section 5.1.2. The optional elements stand in a fixed order, each of them or none, and the body may end
-// before any of them. An unknown element at such a place is nobody's: it ends the reading, and in the definite form
-// without failure.
+// RFC 5280 section 5.1.2. The body may end before each of the optional elements. An unknown one at such a place is
+// passed over to the next test and, being nobody's, ends the reading: in the definite form without failure.
 bool CertificateListInfo::get(Buffer& in) {
   nextUpdate_.reset();
   revokedCertificates_.reset();
   crlExtensions_.reset();
   Element body;
-  if (!body.openAny(in, kSequence) || !getVersion(in) || !getNew(signature_, in) || !getNew(issuer_, in) ||
-      !thisUpdate_.emplace().get(in)) {
-    return false;
-  }
-  using Optional = bool (CertificateListInfo::*)(unsigned char, Buffer&);
-  constexpr Optional kTail[] = {&CertificateListInfo::getNextUpdate, &CertificateListInfo::getRevokedCertificates,
-                                &CertificateListInfo::getCrlExtensions};
-  for (const Optional element : kTail) {
-    if (body.atEnd(in)) break;
-    unsigned char tag = 0;
-    std::uint32_t n = 0;
-    if (!in.peekHeader(tag, n) || !(this->*element)(tag, in)) return false;
-  }
-  return body.definite || in.getEndOfContents();
+  const bool mandatory = body.openAny(in, kSequence) && getVersion(in) && getNew(signature_, in) &&
+                         getNew(issuer_, in) && thisUpdate_.emplace().get(in);
+  return mandatory && (body.atEnd(in) || getNextUpdate(in)) && (body.atEnd(in) || getRevokedCertificates(in)) &&
+         (body.atEnd(in) || getCrlExtensions(in)) && (body.definite || in.getEndOfContents());
 }
 
 }  // namespace keystrand

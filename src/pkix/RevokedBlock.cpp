@@ -48,8 +48,15 @@ void RevokedBlock::decode(int index, RevokedCertificate& out) const {
 
 int RevokedBlock::find(std::span<const unsigned char> serial) const {
   if (count_ == 0) return -1;
-  std::call_once(indexed_, [this] { index_.build(*this); });
+  if (!indexed_.load(std::memory_order_acquire)) makeIndex();
   return index_.find(*this, serial);
+}
+
+void RevokedBlock::makeIndex() const {
+  const std::lock_guard lock(making_);
+  if (indexed_.load(std::memory_order_relaxed)) return;
+  index_.build(*this);
+  indexed_.store(true, std::memory_order_release);
 }
 
 void RevokedBlock::startEntry(std::size_t ahead) {

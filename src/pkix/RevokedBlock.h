@@ -2,6 +2,7 @@
 // Filled once by readRevokedBlock, then immutable and shared; const access may run in parallel.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -39,12 +40,14 @@ class RevokedBlock {
   void seal();
 
  private:
+  void makeIndex() const;
   HeapArray<unsigned char> bytes_;
   HeapArray<std::uint32_t> offsets_;  // one an entry
   std::size_t size_ = 0;
   std::size_t count_ = 0;
   std::map<int, RevokedCertificate> kept_;
-  mutable std::once_flag indexed_;
+  mutable std::mutex making_;  // the index
+  mutable std::atomic<bool> indexed_ = false;
   mutable SerialIndex index_;
 };
 

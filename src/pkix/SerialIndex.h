@@ -5,9 +5,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 #include <span>
+
+#include "support/HeapArray.h"
 
 namespace keystrand {
 
@@ -22,16 +22,13 @@ class SerialIndex {
   [[nodiscard]] int find(const RevokedBlock& block, std::span<const unsigned char> serial) const noexcept;
 
  private:
-  struct Free {
-    void operator()(std::uint32_t* slots) const noexcept { std::free(slots); }
-  };
   [[nodiscard]] std::size_t home(std::uint64_t hash) const noexcept;
   [[nodiscard]] std::uint32_t tag(std::uint64_t hash) const noexcept;
-  [[nodiscard]] std::size_t seek(const RevokedBlock& block, std::span<const unsigned char> serial,
-                                 std::uint64_t hash) const noexcept;
+  template <class IsThis>
+  [[nodiscard]] std::size_t seek(std::uint64_t hash, IsThis isThis) const noexcept;
+  void insert(const RevokedBlock& block, std::uint32_t entry, std::uint64_t hash) noexcept;
   // A slot is 0 when empty, else the number of the entry counted from 1 in its low bits, and bits of the hash above.
-  std::unique_ptr<std::uint32_t[], Free> slots_;
-  std::size_t size_ = 0;
+  HeapArray<std::uint32_t> slots_;
   std::uint32_t numberMask_ = 0;
 };
 

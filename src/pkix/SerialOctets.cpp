@@ -1,24 +1,36 @@
 #include "pkix/SerialOctets.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstdint>
+#include <cstring>
+
+static_assert(std::endian::native == std::endian::little);
 
 namespace keystrand {
 namespace {
 
-constexpr unsigned char kNoDigit = 0xFF;
+// Sixteen digits at a time, through the vector types that gcc and clang share.
+constexpr std::size_t kGroup = 16;
+using Digits [[gnu::vector_size(kGroup)]] = unsigned char;
+using Pairs [[gnu::vector_size(kGroup)]] = std::uint16_t;
+using Octets [[gnu::vector_size(kGroup / 2)]] = unsigned char;
 
-constexpr std::array<unsigned char, 256> makeDigitValues() {
-  std::array<unsigned char, 256> values{};
-  values.fill(kNoDigit);
-  for (unsigned char i = 0; i < 10; ++i) values[std::size_t{'0'} + i] = i;
-  for (unsigned char i = 0; i < 6; ++i) values[std::size_t{'A'} + i] = static_cast<unsigned char>(10 + i);
-  return values;
-}
-
-constexpr std::array<unsigned char, 256> kDigitValues = makeDigitValues();
-
-unsigned valueOf(char digit) noexcept {
-  return kDigitValues[static_cast<unsigned char>(digit)];
+// False when one of them is no upper-case digit; `out` then holds anything.
+bool readGroup(const char* digits, unsigned char* out) noexcept {
+  Digits text;
+  std::memcpy(&text, digits, sizeof text);
+  const Digits decimal = text - static_cast<unsigned char>('0');
+  const Digits letter = text - static_cast<unsigned char>('A');
+  const auto isDecimal = reinterpret_cast<Digits>(decimal < 10);
+  const auto isLetter = reinterpret_cast<Digits>(letter < 6);
+  const auto pairs = reinterpret_cast<Pairs>((decimal & isDecimal) | ((letter + 10) & isLetter));
+  const Octets octets = __builtin_convertvector((pairs << 4 | pairs >> 8) & 0xFF, Octets);
+  std::memcpy(out, &octets, sizeof octets);
+  std::uint64_t good[2];
+  const Digits known = isDecimal | isLetter;
+  std::memcpy(good, &known, sizeof good);
+  return (good[0] & good[1]) == ~std::uint64_t{0};
 }
 
 }  // namespace
@@ -38,15 +50,21 @@ SerialOctets::SerialOctets(std::string_view text) {
   negative ? setNegative(magnitude, n) : setPositive(magnitude, n);
 }
 
+// The last group overlaps the one before it. A text shorter than a group is padded in front.
 bool SerialOctets::readDigits(std::string_view digits, unsigned char* out) const noexcept {
-  unsigned all = 0;
-  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-    const unsigned high = valueOf(digits[i]);
-    const unsigned low = valueOf(digits[i + 1]);
-    all |= high | low;
-    out[i / 2] = static_cast<unsigned char>(high << 4 | low);
+  if (digits.size() < kGroup) {
+    std::array<char, kGroup> padded;
+    padded.fill('0');
+    std::array<unsigned char, kGroup / 2> octets{};
+    std::ranges::copy(digits, padded.end() - digits.size());
+    const bool good = readGroup(padded.data(), octets.data());
+    std::copy(octets.end() - digits.size() / 2, octets.end(), out);
+    return good;
   }
-  return all < 0x10;
+  bool good = true;
+  for (std::size_t i = 0; i + kGroup < digits.size(); i += kGroup) good &= readGroup(digits.data() + i, out + i / 2);
+  const std::size_t last = digits.size() - kGroup;
+  return readGroup(digits.data() + last, out + last / 2) && good;
 }
 
 void SerialOctets::setZero() noexcept {

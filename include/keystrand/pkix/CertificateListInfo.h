@@ -53,9 +53,9 @@ class KEYSTRAND_API CertificateListInfo {
  private:
   [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
   bool getVersion(Buffer& buffer);
-  bool getNextUpdate(unsigned char tag, Buffer& buffer);
-  bool getRevokedCertificates(unsigned char tag, Buffer& buffer);
-  bool getCrlExtensions(unsigned char tag, Buffer& buffer);
+  bool getNextUpdate(Buffer& buffer);
+  bool getRevokedCertificates(Buffer& buffer);
+  bool getCrlExtensions(Buffer& buffer);
   std::int32_t version_ = -1;
   std::unique_ptr<AlgorithmIdentifier> signature_;
   std::unique_ptr<Name> issuer_;

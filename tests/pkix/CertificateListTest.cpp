@@ -1,0 +1,288 @@
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "keystrand/pkix/CertificateList.h"
+#include "pkix/CRLOracle.h"
+#include "pkix/RevokedBlockReader.h"
+#include "support/Builders.h"
+#include "support/TestData.h"
+
+namespace keystrand {
+namespace {
+
+using test::ByteString;
+using test::CRLContent;
+using test::CRLEntrySpec;
+using test::CRLSpec;
+
+struct NamedCRL {
+  std::string name;
+  ByteString der;
+};
+
+void collect(const std::filesystem::path& folder, std::vector<NamedCRL>& into) {
+  if (!std::filesystem::exists(folder)) return;
+  for (const auto& file : std::filesystem::recursive_directory_iterator(folder)) {
+    if (!file.is_regular_file()) continue;
+    for (ByteString& der : test::crlsInFile(file.path())) {
+      into.push_back({file.path().string(), std::move(der)});
+    }
+  }
+}
+
+// The CRLs that others made, and whatever lies beside them: PKITS everywhere, the real ones where they are.
+const std::vector<NamedCRL>& publishedCRLs() {
+  static const std::vector<NamedCRL> crls = [] {
+    std::vector<NamedCRL> found;
+    collect(test::publishedVectors() / "x509" / "PKITS_data" / "crls", found);
+    for (const char* folder : {"crl", "cert/bsi", "cert/pss", "malformed/openssl-crl"}) {
+      if (const auto path = test::testData(folder)) collect(*path, found);
+    }
+    return found;
+  }();
+  return crls;
+}
+
+bool readInto(CertificateList& crl, const ByteString& der) {
+  Buffer in;
+  in.assign(der.data(), static_cast<std::uint32_t>(der.size()));
+  return crl.get(in);
+}
+
+template <class T>
+ByteString written(const T& object) {
+  Buffer out;
+  object.put(out);
+  EXPECT_EQ(object.size(out), out.size());
+  const auto bytes = out.range(0, out.size());
+  return {bytes.begin(), bytes.end()};
+}
+
+int reasonOf(const RevokedCertificate& entry) {
+  const Extension* reason =
+      entry.extensionsView() != nullptr ? entry.extensionsView()->find(OID("2.5.29.21")) : nullptr;
+  if (reason == nullptr || reason->length() < 3) return -1;
+  return reason->valueView()[2];
+}
+
+void expectSameEntries(const RevokedCertificateList* list, const CRLContent& read) {
+  ASSERT_EQ(list != nullptr ? list->count() : 0, static_cast<int>(read.entries.size()));
+  std::map<std::string, int> first;
+  for (int i = 0; i < static_cast<int>(read.entries.size()); ++i) {
+    const CRLContent::Entry& expected = read.entries[static_cast<std::size_t>(i)];
+    RevokedCertificate entry;
+    ASSERT_TRUE(list->decode(i, entry));
+    EXPECT_EQ(entry.serialView().text(16), expected.serial);
+    if (expected.date != -1) {
+      EXPECT_EQ(entry.revocationDateView()->seconds(), expected.date);
+    }
+    EXPECT_EQ(reasonOf(entry), expected.reason);
+    EXPECT_EQ(list->find(expected.serial), first.emplace(expected.serial, i).first->second);
+  }
+}
+
+void expectSameContent(const CertificateList& crl, const CRLContent& content) {
+  EXPECT_EQ(std::max(crl.infoView()->version(), 0), content.version);
+  if (content.thisUpdate != -1) {
+    EXPECT_EQ(crl.thisUpdateView()->seconds(), content.thisUpdate);
+  }
+  ASSERT_EQ(crl.nextUpdateView() != nullptr, content.nextUpdate.has_value());
+  if (content.nextUpdate) {
+    EXPECT_EQ(crl.nextUpdateView()->seconds(), *content.nextUpdate);
+  }
+  EXPECT_EQ(crl.crlExtensionsView() != nullptr ? crl.crlExtensionsView()->count() : 0, content.extensions);
+  expectSameEntries(crl.revokedCertificates(), content);
+}
+
+// Some of the damaged ones are read by one of the two only.
+TEST(PublishedCRLs, SayWhatOpenSSLReads) {
+  std::size_t readByBoth = 0;
+  for (const NamedCRL& published : publishedCRLs()) {
+    SCOPED_TRACE(published.name);
+    const bool damaged = published.name.find("malformed") != std::string::npos;
+    CertificateList crl;
+    const bool good = readInto(crl, published.der);
+    const auto content = test::readByOpenSSL(published.der);
+    EXPECT_TRUE(damaged || good == content.has_value());
+    if (!good || !content) continue;
+    ++readByBoth;
+    expectSameContent(crl, *content);
+    const ByteString again = written(crl);
+    EXPECT_TRUE(damaged || again == published.der);
+    const std::unique_ptr<CertificateList> copy(crl.clone());
+    EXPECT_EQ(written(*copy), again);
+  }
+  EXPECT_GE(readByBoth, 173U);
+}
+
+// Where the list of entries stands in a CRL is found by reading all that is before it.
+bool skipToEntries(Buffer& in) {
+  CertificateListInfo before;
+  std::uint32_t n = 0;
+  AlgorithmIdentifier algorithm;
+  Name issuer;
+  X500Time time;
+  unsigned char tag = 0;
+  std::int32_t version = 0;
+  if (!in.getSequence(n) || !in.getSequence(n) || !in.peekHeader(tag, n)) return false;
+  if (tag == 2 && !in.getInteger(version)) return false;
+  if (!algorithm.get(in) || !issuer.get(in) || !time.get(in) || !in.peekHeader(tag, n)) return false;
+  if ((tag == 23 || tag == 24) && (!time.get(in) || !in.peekHeader(tag, n))) return false;
+  return tag == 0x30;
+}
+
+TEST(PublishedCRLs, AreReadAlikeOnBothRoads) {
+  std::size_t lists = 0;
+  for (const NamedCRL& published : publishedCRLs()) {
+    Buffer in;
+    in.assign(published.der.data(), static_cast<std::uint32_t>(published.der.size()));
+    if (!skipToEntries(in)) continue;
+    ++lists;
+    const std::uint32_t start = in.readPosition();
+    const RevokedBlockResult fast = readRevokedBlock(in, Road::kShort);
+    const std::uint32_t end = in.readPosition();
+    in.setReadPosition(start);
+    const RevokedBlockResult general = readRevokedBlock(in, Road::kGeneral);
+    EXPECT_EQ(in.readPosition(), end) << published.name;
+    ASSERT_EQ(fast.block != nullptr, general.block != nullptr) << published.name;
+    EXPECT_EQ(fast.good, general.good) << published.name;
+    if (!fast.block) continue;
+    const int count = general.block->count();
+    ASSERT_EQ(fast.block->count(), count) << published.name;
+    EXPECT_TRUE(std::ranges::equal(fast.block->bytes(0, count), general.block->bytes(0, count))) << published.name;
+  }
+  EXPECT_GE(lists, 20U);
+}
+
+const test::Authority& authority() {
+  static const test::Authority ca = test::makeAuthority();
+  return ca;
+}
+
+const std::vector<CRLEntrySpec> kSomeEntries = {
+    {.serial = "0A11", .extensions = {{"CRLReason", "ASN1:ENUM:1"}}},
+    {.serial = "-0A11"},
+    {.serial = "00"},
+    {.serial = std::string(40, 'E'),
+     .revocationDate = "20600101000000Z",
+     .extensions = {{"CRLReason", "ASN1:ENUM:6"}, {"invalidityDate", "critical,ASN1:GENTIME:20240102030405Z"}}},
+    {.serial = "0A11", .extensions = {{"CRLReason", "ASN1:ENUM:4"}}},
+};
+
+TEST(CertificateList, ReadsEveryShapeOfBody) {
+  struct Row {
+    const char* name;
+    CRLSpec spec;
+  };
+  const Row rows[] = {
+      {"all parts", {.entries = kSomeEntries}},
+      {"no entries", {}},
+      {"no next update", {.nextUpdate = {}, .entries = kSomeEntries}},
+      {"no extensions", {.entries = kSomeEntries, .extensions = {}}},
+      {"ends behind its one date", {.nextUpdate = {}, .extensions = {}}},
+      {"version 1", {.version = 0, .entries = {{.serial = "0A"}}, .extensions = {}}},
+      {"dates of after 2049", {.thisUpdate = "20510101000000Z", .nextUpdate = "20520101000000Z"}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    const ByteString der = makeCRL(authority(), row.spec);
+    CertificateList crl;
+    ASSERT_TRUE(readInto(crl, der));
+    EXPECT_EQ(crl.infoView()->version(), row.spec.version == 0 ? -1 : 1);
+    EXPECT_EQ(crl.nextUpdateView() != nullptr, row.spec.nextUpdate.has_value());
+    EXPECT_EQ(crl.revokedCertificates() != nullptr, !row.spec.entries.empty());
+    EXPECT_EQ(crl.crlExtensionsView() != nullptr, !row.spec.extensions.empty());
+    expectSameEntries(std::as_const(crl).revokedCertificates(), *test::readByOpenSSL(der));
+    EXPECT_EQ(written(crl), der);
+    const std::unique_ptr<CertificateListInfo> body(crl.releaseInfo());
+    EXPECT_EQ(crl.issuerView(), nullptr);
+    EXPECT_EQ(crl.revokedCertificates(), nullptr);
+    crl.setInfo(body.get());
+    EXPECT_EQ(written(crl), der);
+  }
+}
+
+// The elements of a SEQUENCE, each with its header.
+std::vector<ByteString> partsOf(const ByteString& sequence) {
+  std::vector<ByteString> parts;
+  Buffer in;
+  in.assign(sequence.data(), static_cast<std::uint32_t>(sequence.size()));
+  std::uint32_t n = 0;
+  EXPECT_TRUE(in.getSequence(n));
+  while (in.readPosition() < sequence.size()) {
+    const std::uint32_t from = in.readPosition();
+    unsigned char tag = 0;
+    EXPECT_TRUE(in.getHeader(tag, n));
+    in.setReadPosition(std::uint64_t{in.readPosition()} + n);
+    const auto part = in.range(from, in.readPosition());
+    parts.emplace_back(part.begin(), part.end());
+  }
+  return parts;
+}
+
+ByteString joined(const std::vector<ByteString>& parts, bool definite) {
+  Buffer out;
+  std::uint32_t n = 0;
+  for (const ByteString& part : parts) n += static_cast<std::uint32_t>(part.size());
+  definite ? out.putSequence(n) : out.putSequenceIndefinite();
+  for (const ByteString& part : parts) out.putBytes(part.data(), static_cast<std::uint32_t>(part.size()));
+  if (!definite) out.putEndOfContents();
+  const auto bytes = out.range(0, out.size());
+  return {bytes.begin(), bytes.end()};
+}
+
+// Each of the four levels in either form: the same CRL, written in the definite one.
+TEST(CertificateList, ReadsIndefiniteLengthsAtEveryLevel) {
+  const ByteString der = makeCRL(authority(), {.entries = kSomeEntries});
+  constexpr std::size_t kListOfEntries = 5;
+  for (unsigned form = 0; form < 16; ++form) {
+    std::vector<ByteString> crl = partsOf(der);
+    std::vector<ByteString> body = partsOf(crl[0]);
+    std::vector<ByteString> entries = partsOf(body[kListOfEntries]);
+    for (ByteString& entry : entries) entry = joined(partsOf(entry), (form & 1) == 0);
+    body[kListOfEntries] = joined(entries, (form & 2) == 0);
+    crl[0] = joined(body, (form & 4) == 0);
+    CertificateList read;
+    EXPECT_TRUE(readInto(read, joined(crl, (form & 8) == 0))) << form;
+    EXPECT_EQ(written(read), der) << form;
+  }
+}
+
+// The reader of the body passes over an element that it doesn't expect and is content; nothing behind it is read.
+TEST(CertificateListInfo, EndsAtAnUnknownElement) {
+  const std::vector<ByteString> crl = partsOf(makeCRL(authority(), {.entries = kSomeEntries}));
+  const ByteString unknown = {0x85, 0x01, 0x00};
+  constexpr std::size_t kNextUpdate = 4;
+  for (std::size_t place = kNextUpdate; place <= kNextUpdate + 3; ++place) {
+    std::vector<ByteString> body = partsOf(crl[0]);
+    body.insert(body.begin() + static_cast<std::ptrdiff_t>(place), unknown);
+    for (const bool definite : {true, false}) {
+      const ByteString der = joined(body, definite);
+      Buffer in;
+      in.assign(der.data(), static_cast<std::uint32_t>(der.size()));
+      CertificateListInfo info;
+      EXPECT_EQ(info.get(in), definite) << place;
+      EXPECT_EQ(info.nextUpdateView() != nullptr, place > kNextUpdate);
+      EXPECT_EQ(info.revokedCertificates() != nullptr, place > kNextUpdate + 1);
+      EXPECT_EQ(info.crlExtensionsView() != nullptr, place > kNextUpdate + 2);
+    }
+  }
+}
+
+// Cut anywhere, a CRL is no CRL, though the buffer still holds the rest of it from before.
+TEST(CertificateList, RefusesEveryCut) {
+  const ByteString der = makeCRL(authority(), {.entries = kSomeEntries});
+  Buffer in;
+  for (std::uint32_t n = 0; n < der.size(); ++n) {
+    in.assign(der.data(), static_cast<std::uint32_t>(der.size()));
+    in.setSize(n);
+    in.setReadPosition(0);
+    CertificateList crl;
+    EXPECT_FALSE(crl.get(in)) << n;
+  }
+}
+
+}  // namespace
+}  // namespace keystrand

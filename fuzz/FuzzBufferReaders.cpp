@@ -77,10 +77,13 @@ Answer headerWithForm(Buffer& in) {
 
 Answer peekedHeader(Buffer& in) {
   const std::uint32_t position = in.readPosition();
-  Answer answer;
-  answer.result = in.peekHeader(answer.octet, answer.number);
+  Answer peeked;
+  bool definite = true;
+  peeked.result = in.peekHeader(peeked.octet, peeked.number, definite);
+  peeked.absent = definite;
   require(in.readPosition() == position, "peeking moves nothing");
-  return answer;
+  require(headerWithForm(in) == peeked, "peeking tells what reading tells");
+  return peeked;
 }
 
 Answer sequence(Buffer& in) {
@@ -256,7 +259,7 @@ constexpr Reader kReaders[] = {
     {text, true, textComesBack},
     {octetsInPlace, true},
     {octetsAsText, true},
-    {fixedOctets, true},
+    {fixedOctets, false},  // true where a header can be read
     {byteValue, true},
     {header, false},
     {headerWithForm, false},

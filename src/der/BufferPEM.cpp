@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -45,7 +46,9 @@ class Label {
 };
 
 std::span<const unsigned char> upTo(std::span<const unsigned char> text, unsigned char last) {
-  return text.first(static_cast<std::size_t>(std::find(text.begin(), text.end(), last) - text.begin()));
+  const void* found = text.empty() ? nullptr : std::memchr(text.data(), last, text.size());
+  if (found == nullptr) return text;
+  return text.first(static_cast<std::size_t>(static_cast<const unsigned char*>(found) - text.data()));
 }
 
 // --- armour in memory

@@ -44,24 +44,27 @@ std::uint32_t oidOctets(std::span<const std::uint32_t> arcs) {
   return octets;
 }
 
-// Subidentifiers wrap at 32 bits, as arcs have no more; padding octets 0x80 are accepted.
-int readSubidentifiers(std::span<const unsigned char> content, OID& oid) {
-  int index = 1;
+void setFirstArcs(OID& oid, std::uint32_t subidentifier) {
+  oid.setArc(0, subidentifier >= 80 ? 2 : subidentifier / 40);
+  oid.setArc(1, subidentifier >= 80 ? subidentifier - 80 : subidentifier % 40);
+}
+
+// Gives the number of arcs, one above what an OID holds when there were more. Subidentifiers wrap at 32 bits, as arcs
+// have no more; padding octets 0x80 are accepted.
+int readArcs(std::span<const unsigned char> content, OID& oid) {
+  int count = 1;
   std::uint32_t value = 0;
   for (const unsigned char octet : content) {
     value = value << 7 | (octet & 0x7FU);
     if ((octet & 0x80) != 0) continue;
-    if (index < OID::kMaxArcs) oid.setArc(index, value);
-    if (index <= OID::kMaxArcs) ++index;
+    if (count == 1)
+      setFirstArcs(oid, value);
+    else if (count < OID::kMaxArcs)
+      oid.setArc(count, value);
+    count = std::min(count + 1, OID::kMaxArcs + 1);
     value = 0;
   }
-  return index;
-}
-
-void splitFirstArcs(OID& oid) {
-  const std::uint32_t first = oid.arc(1);
-  oid.setArc(0, first >= 80 ? 2 : first / 40);
-  oid.setArc(1, first >= 80 ? first - 80 : first % 40);
+  return count;
 }
 
 }  // namespace
@@ -222,11 +225,13 @@ bool Buffer::getOID(OID& oid, unsigned char tag) {
   std::span<const unsigned char> content;
   if (!takeHeader(found, n) || found != tag || !view(n, content)) return false;
   if (!content.empty() && (content.back() & 0x80) != 0) return false;  // a subidentifier without an end
-  oid = OID();
-  oid.setArc(1, 0);
-  const int count = content.empty() ? 2 : readSubidentifiers(content, oid);
-  splitFirstArcs(oid);
-  oid.setCount(count);
+  if (oid.overflow()) oid = OID();                                     // the mark would stay
+  if (content.empty()) {
+    setFirstArcs(oid, 0);
+    oid.setCount(2);
+  } else {
+    oid.setCount(readArcs(content, oid));
+  }
   return true;
 }
 

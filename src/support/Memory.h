@@ -30,7 +30,7 @@ inline owner<char*> newText(std::string_view text) {
 // A new array, nullptr for an absent value; the receiver releases it with delete[].
 inline owner<unsigned char*> newBytes(std::span<const unsigned char> bytes) {
   if (bytes.data() == nullptr) return nullptr;
-  auto* copy = new unsigned char[bytes.size() == 0 ? 1 : bytes.size()];
+  auto* copy = new unsigned char[bytes.size()];
   if (!bytes.empty()) std::memcpy(copy, bytes.data(), bytes.size());
   return copy;
 }

@@ -169,6 +169,8 @@ TEST(BufferOID, SixtyFiveArcsOverflow) {
   EXPECT_TRUE(Holding(identifierOf(100)).getOID(oid));
   EXPECT_TRUE(oid.overflow());
   EXPECT_FALSE(oid.equals(oid));
+  EXPECT_TRUE(Holding("0603551D0F").getOID(oid));
+  EXPECT_TRUE(oid.equals("2.5.29.15")) << "what was read before leaves no mark";
 }
 
 TEST(BufferOID, FewerThanTwoArcsAreWrittenAsZero) {

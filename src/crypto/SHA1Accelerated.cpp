@@ -32,7 +32,7 @@ struct State {
 };
 
 // Rounds 4 * Group to 4 * Group + 3. Each vector of the schedule is replaced four groups later.
-template <int Group>
+template <std::size_t Group>
 [[gnu::target("sha,sse4.1,ssse3"), gnu::always_inline]] inline void fourRounds(State& s, Schedule& w,
                                                                                const unsigned char* data) {
   Vector& word = w[Group % 4];
@@ -44,13 +44,13 @@ template <int Group>
   }
   const Vector input = Group == 0 ? _mm_add_epi32(s.e, word) : _mm_sha1nexte_epu32(s.e, word);
   s.e = s.abcd;
-  s.abcd = _mm_sha1rnds4_epu32(s.abcd, input, Group / 5);
+  s.abcd = _mm_sha1rnds4_epu32(s.abcd, input, static_cast<int>(Group / 5));
 }
 
-template <int... Group>
+template <std::size_t... Group>
 [[gnu::target("sha,sse4.1,ssse3"), gnu::always_inline]] inline void rounds(State& s, Schedule& w,
                                                                            const unsigned char* data,
-                                                                           std::integer_sequence<int, Group...>) {
+                                                                           std::index_sequence<Group...>) {
   (fourRounds<Group>(s, w, data), ...);
 }
 
@@ -61,7 +61,7 @@ template <int... Group>
   for (; count != 0; --count, data += 64) {
     Schedule w;
     const State old = s;
-    rounds(s, w, data, std::make_integer_sequence<int, 20>());
+    rounds(s, w, data, std::make_index_sequence<20>());
     s.e = _mm_sha1nexte_epu32(s.e, old.e);
     s.abcd = _mm_add_epi32(s.abcd, old.abcd);
   }

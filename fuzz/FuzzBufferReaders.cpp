@@ -59,7 +59,6 @@ void comesBack(const Answer& answer, std::uint32_t announced, Put put, Get get) 
 }
 
 // --- the readers
-// ------------------------------------------------------------------------------------------------------
 
 Answer header(Buffer& in) {
   Answer answer;
@@ -202,7 +201,6 @@ Answer bits(Buffer& in) {
 }
 
 // --- and what must hold of their answers
-// --------------------------------------------------------------------------------
 
 void integerComesBack(const Answer& answer) {
   const auto value = static_cast<std::int32_t>(answer.number);

@@ -51,7 +51,7 @@ struct CryptoDevice::State {
   bool verifyDigest(const DigestInfo& info, std::span<const unsigned char> octets, CK_OBJECT_HANDLE key);
 
   CryptoKi& ki;
-  VendorRow vendor;
+  VendorRow vendor{};
   std::vector<CK_SLOT_ID> slots;
   CK_SESSION_HANDLE session = CK_INVALID_HANDLE;
   CK_RV lastResult = CKR_OK;

@@ -141,7 +141,7 @@ TEST_F(IssuerIndex, ByKeyIdentifierAsksForNoSignature) {
   EXPECT_EQ(indexFor(issued, keyIdentifier({1, 2, 4}).get()), 1) << "although the first one's key verifies";
   EXPECT_EQ(indexFor(issued, keyIdentifier({9}).get()), 0) << "falls through to signatures";
   EXPECT_EQ(indexFor(issued, keyIdentifier({1, 2}).get()), 0);
-  EXPECT_EQ(indexFor(issued, AuthorityKeyIdentifier().clone()), 0);
+  EXPECT_EQ(indexFor(issued, std::make_unique<AuthorityKeyIdentifier>().get()), 0);
 }
 
 // Otherwise an identifier that says nothing would stand in for a signature check.

@@ -1,8 +1,7 @@
 #include "net/HTTPDate.h"
 
-#include <array>
 #include <cstddef>
-#include <cstdio>
+#include <string>
 
 #include "support/Text.h"
 
@@ -131,10 +130,12 @@ X500Time parseHTTPDate(std::string_view text) {
   if (fields.year > 100) fields.year %= 100;
   X500Time time;
   if (!plausible(fields) || fields.year > 99) return time;
-  std::array<char, 32> digits{};
-  std::snprintf(digits.data(), digits.size(), "%.2d%.2d%.2d%.2d%.2d%.2d", fields.year, fields.month, fields.day,
-                fields.hours, fields.minutes, fields.seconds);
-  time.setUTCText(digits.data());
+  std::string digits;
+  for (const int value : {fields.year, fields.month, fields.day, fields.hours, fields.minutes, fields.seconds}) {
+    digits += static_cast<char>('0' + value / 10);
+    digits += static_cast<char>('0' + value % 10);
+  }
+  time.setUTCText(digits.c_str());
   return time;
 }
 

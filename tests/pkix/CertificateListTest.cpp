@@ -174,7 +174,7 @@ const std::vector<CRLEntrySpec> kSomeEntries = {
 TEST(CertificateList, ReadsEveryShapeOfBody) {
   struct Row {
     const char* name;
-    CRLSpec spec;
+    CRLSpec wanted;
   };
   const Row rows[] = {
       {"all parts", {.entries = kSomeEntries}},
@@ -187,13 +187,13 @@ TEST(CertificateList, ReadsEveryShapeOfBody) {
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
-    const ByteString der = makeCRL(authority(), row.spec);
+    const ByteString der = makeCRL(authority(), row.wanted);
     CertificateList crl;
     ASSERT_TRUE(readInto(crl, der));
-    EXPECT_EQ(crl.infoView()->version(), row.spec.version == 0 ? -1 : 1);
-    EXPECT_EQ(crl.nextUpdateView() != nullptr, row.spec.nextUpdate.has_value());
-    EXPECT_EQ(crl.revokedCertificates() != nullptr, !row.spec.entries.empty());
-    EXPECT_EQ(crl.crlExtensionsView() != nullptr, !row.spec.extensions.empty());
+    EXPECT_EQ(crl.infoView()->version(), row.wanted.version == 0 ? -1 : 1);
+    EXPECT_EQ(crl.nextUpdateView() != nullptr, row.wanted.nextUpdate.has_value());
+    EXPECT_EQ(crl.revokedCertificates() != nullptr, !row.wanted.entries.empty());
+    EXPECT_EQ(crl.crlExtensionsView() != nullptr, !row.wanted.extensions.empty());
     expectSameEntries(std::as_const(crl).revokedCertificates(), *test::readByOpenSSL(der));
     EXPECT_EQ(written(crl), der);
     const std::unique_ptr<CertificateListInfo> body(crl.releaseInfo());

@@ -10,8 +10,8 @@ namespace keystrand::test {
 
 namespace {
 
-ByteString madeByOpenSSL(const ExtensionSpec& spec) {
-  const auto facts = factsOf(makeCertificate(makeAuthority(), {.extensions = {spec}}));
+ByteString madeByOpenSSL(const ExtensionSpec& wanted) {
+  const auto facts = factsOf(makeCertificate(makeAuthority(), {.extensions = {wanted}}));
   return facts ? facts->extensions.at(0).value : ByteString();
 }
 
@@ -19,7 +19,7 @@ TEST(DistributionPointList, ReadsWhatOpenSSLWrites) {
   const ByteString points = madeByOpenSSL(
       {"crlDistributionPoints", "full,relative,issuer",
        "[full]\nfullname=URI:http://example.org/a.crl,URI:ldap://example.org/b\nreasons=keyCompromise,CACompromise\n"
-       "[relative]\nrelativename=part\n[part]\nCN=Part 1\n"
+       "[relative]\nrelativename=piece\n[piece]\nCN=Piece 1\n"
        "[issuer]\nCRLissuer=dirName:who\n[who]\nC=IT\nCN=Issuer\n"});
   DistributionPointList list;
   ASSERT_TRUE(decode(list, points));

@@ -10,8 +10,8 @@ namespace keystrand::test {
 namespace {
 
 // The octets of an extension as OpenSSL makes it.
-ByteString madeByOpenSSL(const ExtensionSpec& spec) {
-  const auto facts = factsOf(makeCertificate(makeAuthority(), {.extensions = {spec}}));
+ByteString madeByOpenSSL(const ExtensionSpec& wanted) {
+  const auto facts = factsOf(makeCertificate(makeAuthority(), {.extensions = {wanted}}));
   return facts ? facts->extensions.at(0).value : ByteString();
 }
 

@@ -54,9 +54,9 @@ ByteString encoded(T* object, Encode encode) {
   return der;
 }
 
-NameHandle nameOf(const NameSpec& spec) {
+NameHandle nameOf(const NameSpec& wanted) {
   NameHandle name(X509_NAME_new());
-  for (const Attribute& attribute : spec) {
+  for (const Attribute& attribute : wanted) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(attribute.value.data());
     require(X509_NAME_add_entry_by_txt(name.get(), attribute.label.c_str(),
                                        attribute.type != 0 ? attribute.type : MBSTRING_UTF8, bytes,
@@ -79,13 +79,13 @@ TimeHandle timeOf(const std::string& text) {
   return time;
 }
 
-ExtensionHandle extensionOf(const ExtensionSpec& spec, X509V3_CTX& context) {
+ExtensionHandle extensionOf(const ExtensionSpec& wanted, X509V3_CTX& context) {
   ConfHandle conf(NCONF_new(nullptr));
-  const BioHandle text(BIO_new_mem_buf(spec.sections.data(), static_cast<int>(spec.sections.size())));
-  require(spec.sections.empty() || NCONF_load_bio(conf.get(), text.get(), nullptr) == 1, spec.sections);
+  const BioHandle text(BIO_new_mem_buf(wanted.sections.data(), static_cast<int>(wanted.sections.size())));
+  require(wanted.sections.empty() || NCONF_load_bio(conf.get(), text.get(), nullptr) == 1, wanted.sections);
   X509V3_set_nconf(&context, conf.get());
   return ExtensionHandle(
-      made(X509V3_EXT_nconf(conf.get(), &context, spec.name.c_str(), spec.value.c_str()), spec.name));
+      made(X509V3_EXT_nconf(conf.get(), &context, wanted.name.c_str(), wanted.value.c_str()), wanted.name));
 }
 
 // Adds each extension with `add`, which is one of OpenSSL's three functions for it.
@@ -94,19 +94,19 @@ void addExtensions(T* target, const std::vector<ExtensionSpec>& specs, X509* iss
                    Add add) {
   X509V3_CTX context;
   X509V3_set_ctx(&context, issuer, subject, nullptr, crl, 0);
-  for (const ExtensionSpec& spec : specs) {
-    require(add(target, extensionOf(spec, context).get(), -1) == 1, spec.name);
+  for (const ExtensionSpec& wanted : specs) {
+    require(add(target, extensionOf(wanted, context).get(), -1) == 1, wanted.name);
   }
 }
 
 // Digest, padding and key ready to sign, as X509_sign_ctx and X509_CRL_sign_ctx take them.
-DigestContext signer(const PrivateKey& key, const SigningSpec& spec) {
+DigestContext signer(const PrivateKey& key, const SigningSpec& wanted) {
   DigestContext context(EVP_MD_CTX_new());
   EVP_PKEY_CTX* keyContext = nullptr;
-  require(EVP_DigestSignInit(context.get(), &keyContext, EVP_get_digestbyname(spec.digest.c_str()), nullptr,
+  require(EVP_DigestSignInit(context.get(), &keyContext, EVP_get_digestbyname(wanted.digest.c_str()), nullptr,
                              key.get()) == 1,
-          spec.digest);
-  if (spec.pss) {
+          wanted.digest);
+  if (wanted.pss) {
     require(EVP_PKEY_CTX_set_rsa_padding(keyContext, RSA_PKCS1_PSS_PADDING) == 1, "PSS");
     require(EVP_PKEY_CTX_set_rsa_pss_saltlen(keyContext, RSA_PSS_SALTLEN_DIGEST) == 1, "PSS");
   }
@@ -119,29 +119,30 @@ X509Handle decodedCertificate(const ByteString& der) {
 }
 
 // Without an issuer the certificate is its own.
-ByteString signedCertificate(const CertificateSpec& spec, const PrivateKey& issuerKey, const X509Handle& issuer) {
+ByteString signedCertificate(const CertificateSpec& wanted, const PrivateKey& issuerKey, const X509Handle& issuer) {
   X509Handle certificate(X509_new());
   X509* x = certificate.get();
-  X509_set_version(x, spec.version);
-  X509_set_serialNumber(x, integerOf(spec.serial).get());
-  X509_set_subject_name(x, nameOf(spec.subject).get());
-  X509_set_issuer_name(x, spec.issuer ? nameOf(*spec.issuer).get() : X509_get_subject_name(issuer ? issuer.get() : x));
-  X509_set1_notBefore(x, timeOf(spec.notBefore).get());
-  X509_set1_notAfter(x, timeOf(spec.notAfter).get());
-  require(X509_set_pubkey(x, spec.key.get()) == 1, "public key");
-  if (spec.version >= 2) addExtensions(x, spec.extensions, issuer ? issuer.get() : x, x, nullptr, X509_add_ext);
-  require(X509_sign_ctx(x, signer(issuerKey, spec.signing).get()) > 0, "signature of a certificate");
+  X509_set_version(x, wanted.version);
+  X509_set_serialNumber(x, integerOf(wanted.serial).get());
+  X509_set_subject_name(x, nameOf(wanted.subject).get());
+  X509_set_issuer_name(x,
+                       wanted.issuer ? nameOf(*wanted.issuer).get() : X509_get_subject_name(issuer ? issuer.get() : x));
+  X509_set1_notBefore(x, timeOf(wanted.notBefore).get());
+  X509_set1_notAfter(x, timeOf(wanted.notAfter).get());
+  require(X509_set_pubkey(x, wanted.key.get()) == 1, "public key");
+  if (wanted.version >= 2) addExtensions(x, wanted.extensions, issuer ? issuer.get() : x, x, nullptr, X509_add_ext);
+  require(X509_sign_ctx(x, signer(issuerKey, wanted.signing).get()) > 0, "signature of a certificate");
   return encoded(x, i2d_X509);
 }
 
-void addEntry(X509_CRL* crl, const CRLEntrySpec& spec) {
+void addEntry(X509_CRL* crl, const CRLEntrySpec& wanted) {
   RevokedHandle entry(X509_REVOKED_new());
-  X509_REVOKED_set_serialNumber(entry.get(), integerOf(spec.serial).get());
-  X509_REVOKED_set_revocationDate(entry.get(), timeOf(spec.revocationDate).get());
-  if (!spec.extensions.empty()) {
-    addExtensions(entry.get(), spec.extensions, nullptr, nullptr, crl, X509_REVOKED_add_ext);
+  X509_REVOKED_set_serialNumber(entry.get(), integerOf(wanted.serial).get());
+  X509_REVOKED_set_revocationDate(entry.get(), timeOf(wanted.revocationDate).get());
+  if (!wanted.extensions.empty()) {
+    addExtensions(entry.get(), wanted.extensions, nullptr, nullptr, crl, X509_REVOKED_add_ext);
   }
-  require(X509_CRL_add0_revoked(crl, entry.get()) == 1, spec.serial);
+  require(X509_CRL_add0_revoked(crl, entry.get()) == 1, wanted.serial);
   static_cast<void>(entry.release());
 }
 
@@ -161,33 +162,34 @@ PrivateKey privateKey(const std::string& kind, int number) {
   return key;
 }
 
-Authority makeAuthority(const AuthoritySpec& spec, const Authority* issuer) {
-  CertificateSpec certificate{.serial = spec.serial,
-                              .subject = spec.subject,
-                              .notBefore = spec.notBefore,
-                              .notAfter = spec.notAfter,
-                              .key = spec.key,
-                              .extensions = spec.extensions,
-                              .signing = spec.signing};
-  if (issuer != nullptr) return {spec.key, makeCertificate(*issuer, certificate)};
-  return {spec.key, signedCertificate(certificate, spec.key, nullptr)};
+Authority makeAuthority(const AuthoritySpec& wanted, const Authority* issuer) {
+  CertificateSpec certificate{.serial = wanted.serial,
+                              .subject = wanted.subject,
+                              .notBefore = wanted.notBefore,
+                              .notAfter = wanted.notAfter,
+                              .key = wanted.key,
+                              .extensions = wanted.extensions,
+                              .signing = wanted.signing};
+  if (issuer != nullptr) return {wanted.key, makeCertificate(*issuer, certificate)};
+  return {wanted.key, signedCertificate(certificate, wanted.key, nullptr)};
 }
 
-ByteString makeCertificate(const Authority& issuer, const CertificateSpec& spec) {
-  return signedCertificate(spec, issuer.key, decodedCertificate(issuer.certificate));
+ByteString makeCertificate(const Authority& issuer, const CertificateSpec& wanted) {
+  return signedCertificate(wanted, issuer.key, decodedCertificate(issuer.certificate));
 }
 
-ByteString makeCRL(const Authority& issuer, const CRLSpec& spec) {
+ByteString makeCRL(const Authority& issuer, const CRLSpec& wanted) {
   const X509Handle certificate = decodedCertificate(issuer.certificate);
   CRLHandle handle(X509_CRL_new());
   X509_CRL* crl = handle.get();
-  if (spec.version != 0) X509_CRL_set_version(crl, spec.version);
-  X509_CRL_set_issuer_name(crl, spec.issuer ? nameOf(*spec.issuer).get() : X509_get_subject_name(certificate.get()));
-  X509_CRL_set1_lastUpdate(crl, timeOf(spec.thisUpdate).get());
-  if (spec.nextUpdate) X509_CRL_set1_nextUpdate(crl, timeOf(*spec.nextUpdate).get());
-  for (const CRLEntrySpec& entry : spec.entries) addEntry(crl, entry);
-  if (spec.version != 0) addExtensions(crl, spec.extensions, certificate.get(), nullptr, crl, X509_CRL_add_ext);
-  require(X509_CRL_sign_ctx(crl, signer(issuer.key, spec.signing).get()) > 0, "signature of a CRL");
+  if (wanted.version != 0) X509_CRL_set_version(crl, wanted.version);
+  X509_CRL_set_issuer_name(crl,
+                           wanted.issuer ? nameOf(*wanted.issuer).get() : X509_get_subject_name(certificate.get()));
+  X509_CRL_set1_lastUpdate(crl, timeOf(wanted.thisUpdate).get());
+  if (wanted.nextUpdate) X509_CRL_set1_nextUpdate(crl, timeOf(*wanted.nextUpdate).get());
+  for (const CRLEntrySpec& entry : wanted.entries) addEntry(crl, entry);
+  if (wanted.version != 0) addExtensions(crl, wanted.extensions, certificate.get(), nullptr, crl, X509_CRL_add_ext);
+  require(X509_CRL_sign_ctx(crl, signer(issuer.key, wanted.signing).get()) > 0, "signature of a CRL");
   return encoded(crl, i2d_X509_CRL);
 }
 

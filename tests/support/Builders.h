@@ -93,9 +93,9 @@ struct CRLSpec {
 };
 
 // Self-signed, or signed by the given CA.
-Authority makeAuthority(const AuthoritySpec& spec = {}, const Authority* issuer = nullptr);
-ByteString makeCertificate(const Authority& issuer, const CertificateSpec& spec = {});
-ByteString makeCRL(const Authority& issuer, const CRLSpec& spec = {});
+Authority makeAuthority(const AuthoritySpec& wanted = {}, const Authority* issuer = nullptr);
+ByteString makeCertificate(const Authority& issuer, const CertificateSpec& wanted = {});
+ByteString makeCRL(const Authority& issuer, const CRLSpec& wanted = {});
 
 // SEQUENCE { body, signatureAlgorithm, signature } over a body of any octets.
 ByteString makeSigned(const ByteString& body, const PrivateKey& key, const SigningSpec& signing = {});

@@ -41,14 +41,14 @@ ByteString digestOf(const std::string& digest, const ByteString& data) {
   return value;
 }
 
-ByteString signatureOf(const PrivateKey& key, const SigningSpec& spec, const ByteString& data,
+ByteString signatureOf(const PrivateKey& key, const SigningSpec& wanted, const ByteString& data,
                        std::optional<int> saltLength) {
   const DigestContext context(EVP_MD_CTX_new());
   EVP_PKEY_CTX* keyContext = nullptr;
-  require(EVP_DigestSignInit(context.get(), &keyContext, EVP_get_digestbyname(spec.digest.c_str()), nullptr,
+  require(EVP_DigestSignInit(context.get(), &keyContext, EVP_get_digestbyname(wanted.digest.c_str()), nullptr,
                              key.get()) == 1,
           "sign");
-  if (spec.pss) {
+  if (wanted.pss) {
     require(EVP_PKEY_CTX_set_rsa_padding(keyContext, RSA_PKCS1_PSS_PADDING) == 1, "PSS");
     require(EVP_PKEY_CTX_set_rsa_pss_saltlen(keyContext, saltLength.value_or(RSA_PSS_SALTLEN_DIGEST)) == 1, "salt");
   }

@@ -65,11 +65,15 @@ void RevokedBlock::startEntry(std::size_t ahead) {
 }
 
 bool RevokedBlock::append(std::span<const unsigned char> bytes) {
-  if (bytes.size() > kMostBytes - size_) return false;
+  if (bytes.size() > kMostBytes - size_) {
+    count_ = complete_;
+    return false;
+  }
   const std::size_t needed = size_ + bytes.size();
   if (needed > bytes_.size()) bytes_.resize(std::min(needed + needed / 2, kMostBytes));
   if (!bytes.empty()) std::memcpy(bytes_.data() + size_, bytes.data(), bytes.size());
   size_ = needed;
+  complete_ = count_;
   return true;
 }
 

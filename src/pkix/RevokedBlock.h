@@ -32,7 +32,7 @@ class RevokedBlock {
 
   // While it is being filled: the next entry begins `ahead` bytes behind what has been appended.
   void startEntry(std::size_t ahead = 0);
-  // False, nothing appended, beyond 4 GiB.
+  // The bytes of the entries started; beyond 4 GiB false, and the entries behind what was appended before are gone.
   bool append(std::span<const unsigned char> bytes);
   // The last entry as an object, for one whose bytes would be read back as something else.
   void keep(RevokedCertificate entry);
@@ -45,6 +45,7 @@ class RevokedBlock {
   HeapArray<std::uint32_t> offsets_;  // one an entry
   std::size_t size_ = 0;
   std::size_t count_ = 0;
+  std::size_t complete_ = 0;  // entries whose bytes have been appended
   std::map<int, RevokedCertificate> kept_;
   mutable std::mutex making_;  // the index
   mutable std::atomic<bool> indexed_ = false;

@@ -1,5 +1,7 @@
 #include "pkix/RevokedBlockReader.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <utility>
 
 #include "der/BorrowedBuffer.h"
@@ -73,7 +75,8 @@ RevokedBlockResult readRevokedBlock(Buffer& in, Road road) {
   Element list;
   if (!list.openAny(in, kSequence)) return {};
   if (list.definite && list.left(in) > in.remaining()) return {};
-  auto block = std::make_shared<RevokedBlock>(list.definite ? list.left(in) : in.remaining());
+  auto block =
+      std::make_shared<RevokedBlock>(list.definite ? list.left(in) : std::min<std::uint64_t>(in.remaining(), kRun));
   Reader reader(in, *block);
   const std::uint64_t end = list.definite ? list.end : in.size();
   bool good = true;

@@ -7,7 +7,6 @@
 #include <bit>
 #include <chrono>
 #include <cstring>
-#include <new>
 
 #include "pkix/RevokedBlock.h"
 

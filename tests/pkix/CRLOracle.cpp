@@ -1,6 +1,7 @@
 #include "pkix/CRLOracle.h"
 
 #include <openssl/bn.h>
+#include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
@@ -23,6 +24,7 @@ void freeBytes(unsigned char* bytes) {
 }
 
 using CRL = std::unique_ptr<X509_CRL, Releaser<&X509_CRL_free>>;
+using Certificate = std::unique_ptr<X509, Releaser<&X509_free>>;
 using Enumerated = std::unique_ptr<ASN1_ENUMERATED, Releaser<&ASN1_ENUMERATED_free>>;
 using Number = std::unique_ptr<BIGNUM, Releaser<&BN_free>>;
 using Bio = std::unique_ptr<BIO, Releaser<&BIO_free_all>>;
@@ -62,6 +64,17 @@ std::optional<CRLContent> readByOpenSSL(std::span<const unsigned char> der) {
   }
   content.extensions = X509_CRL_get_ext_count(crl.get());
   return content;
+}
+
+bool crlVerifiesByOpenSSL(const ByteString& crl, const ByteString& issuer) {
+  const unsigned char* at = crl.data();
+  const CRL read(d2i_X509_CRL(nullptr, &at, static_cast<long>(crl.size())));
+  at = issuer.data();
+  const Certificate signer(d2i_X509(nullptr, &at, static_cast<long>(issuer.size())));
+  EVP_PKEY* key = signer ? X509_get0_pubkey(signer.get()) : nullptr;
+  const bool verified = read && key != nullptr && X509_CRL_verify(read.get(), key) == 1;
+  ERR_clear_error();
+  return verified;
 }
 
 std::vector<ByteString> crlsInFile(const std::filesystem::path& path) {

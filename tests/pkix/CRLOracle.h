@@ -27,6 +27,9 @@ struct CRLContent {
 // Nothing when OpenSSL reads no CRL.
 std::optional<CRLContent> readByOpenSSL(std::span<const unsigned char> der);
 
+// Whether OpenSSL finds the CRL signed by the key of the certificate.
+bool crlVerifiesByOpenSSL(const ByteString& crl, const ByteString& issuer);
+
 // The DER of every CRL in a file, armoured or not.
 std::vector<ByteString> crlsInFile(const std::filesystem::path& path);
 

@@ -7,15 +7,13 @@
 #include "pkix/CRLOracle.h"
 #include "pkix/RevokedBlockReader.h"
 #include "support/Builders.h"
+#include "support/Coding.h"
+#include "support/Der.h"
 #include "support/TestData.h"
 
-namespace keystrand {
-namespace {
+namespace keystrand::test {
 
-using test::ByteString;
-using test::CRLContent;
-using test::CRLEntrySpec;
-using test::CRLSpec;
+namespace {
 
 struct NamedCRL {
   std::string name;
@@ -26,7 +24,7 @@ void collect(const std::filesystem::path& folder, std::vector<NamedCRL>& into) {
   if (!std::filesystem::exists(folder)) return;
   for (const auto& file : std::filesystem::recursive_directory_iterator(folder)) {
     if (!file.is_regular_file()) continue;
-    for (ByteString& der : test::crlsInFile(file.path())) {
+    for (ByteString& der : crlsInFile(file.path())) {
       into.push_back({file.path().string(), std::move(der)});
     }
   }
@@ -36,28 +34,13 @@ void collect(const std::filesystem::path& folder, std::vector<NamedCRL>& into) {
 const std::vector<NamedCRL>& publishedCRLs() {
   static const std::vector<NamedCRL> crls = [] {
     std::vector<NamedCRL> found;
-    collect(test::publishedVectors() / "x509" / "PKITS_data" / "crls", found);
+    collect(publishedVectors() / "x509" / "PKITS_data" / "crls", found);
     for (const char* folder : {"crl", "cert/bsi", "cert/pss", "malformed/openssl-crl"}) {
-      if (const auto path = test::testData(folder)) collect(*path, found);
+      if (const auto path = testData(folder)) collect(*path, found);
     }
     return found;
   }();
   return crls;
-}
-
-bool readInto(CertificateList& crl, const ByteString& der) {
-  Buffer in;
-  in.assign(der.data(), static_cast<std::uint32_t>(der.size()));
-  return crl.get(in);
-}
-
-template <class T>
-ByteString written(const T& object) {
-  Buffer out;
-  object.put(out);
-  EXPECT_EQ(object.size(out), out.size());
-  const auto bytes = out.range(0, out.size());
-  return {bytes.begin(), bytes.end()};
 }
 
 int reasonOf(const RevokedCertificate& entry) {
@@ -103,16 +86,16 @@ TEST(PublishedCRLs, SayWhatOpenSSLReads) {
     SCOPED_TRACE(published.name);
     const bool damaged = published.name.find("malformed") != std::string::npos;
     CertificateList crl;
-    const bool good = readInto(crl, published.der);
-    const auto content = test::readByOpenSSL(published.der);
+    const bool good = decode(crl, published.der);
+    const auto content = readByOpenSSL(published.der);
     EXPECT_TRUE(damaged || good == content.has_value());
     if (!good || !content) continue;
     ++readByBoth;
     expectSameContent(crl, *content);
-    const ByteString again = written(crl);
+    const ByteString again = encode(crl);
     EXPECT_TRUE(damaged || again == published.der);
     const std::unique_ptr<CertificateList> copy(crl.clone());
-    EXPECT_EQ(written(*copy), again);
+    EXPECT_EQ(encode(*copy), again);
   }
   EXPECT_GE(readByBoth, 173U);
 }
@@ -156,8 +139,8 @@ TEST(PublishedCRLs, AreReadAlikeOnBothRoads) {
   EXPECT_GE(lists, 20U);
 }
 
-const test::Authority& authority() {
-  static const test::Authority ca = test::makeAuthority();
+const Authority& authority() {
+  static const Authority ca = makeAuthority();
   return ca;
 }
 
@@ -189,48 +172,26 @@ TEST(CertificateList, ReadsEveryShapeOfBody) {
     SCOPED_TRACE(row.name);
     const ByteString der = makeCRL(authority(), row.wanted);
     CertificateList crl;
-    ASSERT_TRUE(readInto(crl, der));
+    ASSERT_TRUE(decode(crl, der));
     EXPECT_EQ(crl.infoView()->version(), row.wanted.version == 0 ? -1 : 1);
     EXPECT_EQ(crl.nextUpdateView() != nullptr, row.wanted.nextUpdate.has_value());
     EXPECT_EQ(crl.revokedCertificates() != nullptr, !row.wanted.entries.empty());
     EXPECT_EQ(crl.crlExtensionsView() != nullptr, !row.wanted.extensions.empty());
-    expectSameEntries(std::as_const(crl).revokedCertificates(), *test::readByOpenSSL(der));
-    EXPECT_EQ(written(crl), der);
+    expectSameEntries(std::as_const(crl).revokedCertificates(), *readByOpenSSL(der));
+    EXPECT_EQ(encode(crl), der);
     const std::unique_ptr<CertificateListInfo> body(crl.releaseInfo());
     EXPECT_EQ(crl.issuerView(), nullptr);
     EXPECT_EQ(crl.revokedCertificates(), nullptr);
     crl.setInfo(body.get());
-    EXPECT_EQ(written(crl), der);
+    EXPECT_EQ(encode(crl), der);
   }
 }
 
-// The elements of a SEQUENCE, each with its header.
-std::vector<ByteString> partsOf(const ByteString& sequence) {
-  std::vector<ByteString> parts;
-  Buffer in;
-  in.assign(sequence.data(), static_cast<std::uint32_t>(sequence.size()));
-  std::uint32_t n = 0;
-  EXPECT_TRUE(in.getSequence(n));
-  while (in.readPosition() < sequence.size()) {
-    const std::uint32_t from = in.readPosition();
-    unsigned char tag = 0;
-    EXPECT_TRUE(in.getHeader(tag, n));
-    in.setReadPosition(std::uint64_t{in.readPosition()} + n);
-    const auto part = in.range(from, in.readPosition());
-    parts.emplace_back(part.begin(), part.end());
-  }
-  return parts;
-}
-
-ByteString joined(const std::vector<ByteString>& parts, bool definite) {
-  Buffer out;
-  std::uint32_t n = 0;
-  for (const ByteString& part : parts) n += static_cast<std::uint32_t>(part.size());
-  definite ? out.putSequence(n) : out.putSequenceIndefinite();
-  for (const ByteString& part : parts) out.putBytes(part.data(), static_cast<std::uint32_t>(part.size()));
-  if (!definite) out.putEndOfContents();
-  const auto bytes = out.range(0, out.size());
-  return {bytes.begin(), bytes.end()};
+// A SEQUENCE of these elements, in either form.
+ByteString sequence(const std::vector<ByteString>& parts, bool definite) {
+  const ByteString whole = withChildren(0x30, parts);
+  const ByteString end = {0, 0};
+  return definite ? whole : ByteString{0x30, 0x80} + firstElement(whole).content + end;
 }
 
 // Each of the four levels in either form: the same CRL, written in the definite one.
@@ -238,28 +199,28 @@ TEST(CertificateList, ReadsIndefiniteLengthsAtEveryLevel) {
   const ByteString der = makeCRL(authority(), {.entries = kSomeEntries});
   constexpr std::size_t kListOfEntries = 5;
   for (unsigned form = 0; form < 16; ++form) {
-    std::vector<ByteString> crl = partsOf(der);
-    std::vector<ByteString> body = partsOf(crl[0]);
-    std::vector<ByteString> entries = partsOf(body[kListOfEntries]);
-    for (ByteString& entry : entries) entry = joined(partsOf(entry), (form & 1) == 0);
-    body[kListOfEntries] = joined(entries, (form & 2) == 0);
-    crl[0] = joined(body, (form & 4) == 0);
+    std::vector<ByteString> crl = children(der);
+    std::vector<ByteString> body = children(crl[0]);
+    std::vector<ByteString> entries = children(body[kListOfEntries]);
+    for (ByteString& entry : entries) entry = sequence(children(entry), (form & 1) == 0);
+    body[kListOfEntries] = sequence(entries, (form & 2) == 0);
+    crl[0] = sequence(body, (form & 4) == 0);
     CertificateList read;
-    EXPECT_TRUE(readInto(read, joined(crl, (form & 8) == 0))) << form;
-    EXPECT_EQ(written(read), der) << form;
+    EXPECT_TRUE(decode(read, sequence(crl, (form & 8) == 0))) << form;
+    EXPECT_EQ(encode(read), der) << form;
   }
 }
 
 // The reader of the body passes over an element that it doesn't expect and is content; nothing behind it is read.
 TEST(CertificateListInfo, EndsAtAnUnknownElement) {
-  const std::vector<ByteString> crl = partsOf(makeCRL(authority(), {.entries = kSomeEntries}));
+  const std::vector<ByteString> crl = children(makeCRL(authority(), {.entries = kSomeEntries}));
   const ByteString unknown = {0x85, 0x01, 0x00};
   constexpr std::size_t kNextUpdate = 4;
   for (std::size_t place = kNextUpdate; place <= kNextUpdate + 3; ++place) {
-    std::vector<ByteString> body = partsOf(crl[0]);
+    std::vector<ByteString> body = children(crl[0]);
     body.insert(body.begin() + static_cast<std::ptrdiff_t>(place), unknown);
     for (const bool definite : {true, false}) {
-      const ByteString der = joined(body, definite);
+      const ByteString der = sequence(body, definite);
       Buffer in;
       in.assign(der.data(), static_cast<std::uint32_t>(der.size()));
       CertificateListInfo info;
@@ -285,4 +246,5 @@ TEST(CertificateList, RefusesEveryCut) {
 }
 
 }  // namespace
-}  // namespace keystrand
+
+}  // namespace keystrand::test

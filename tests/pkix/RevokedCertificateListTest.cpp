@@ -3,44 +3,16 @@
 #include <thread>
 #include <vector>
 
+#include "der/BorrowedBuffer.h"
 #include "keystrand/pkix/RevokedCertificateList.h"
 #include "pkix/RevokedBlockReader.h"
-#include "support/TestData.h"
+#include "support/Builders.h"
+#include "support/Coding.h"
+#include "support/Der.h"
 
-namespace keystrand {
+namespace keystrand::test {
+
 namespace {
-
-using test::ByteString;
-
-// Text of two-digit octets, blanks between them as one likes.
-ByteString octets(const std::string& hex) {
-  ByteString bytes;
-  std::string digits;
-  std::ranges::copy_if(hex, std::back_inserter(digits), [](char c) { return c != ' '; });
-  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-    bytes.push_back(static_cast<unsigned char>(std::stoi(digits.substr(i, 2), nullptr, 16)));
-  }
-  return bytes;
-}
-
-ByteString element(unsigned char tag, const ByteString& content) {
-  Buffer out;
-  out.putHeader(tag, static_cast<std::uint32_t>(content.size()));
-  out.putBytes(content.data(), static_cast<std::uint32_t>(content.size()));
-  const auto bytes = out.range(0, out.size());
-  return {bytes.begin(), bytes.end()};
-}
-
-ByteString joined(const std::vector<ByteString>& parts) {
-  ByteString all;
-  for (const ByteString& part : parts) all.insert(all.end(), part.begin(), part.end());
-  return all;
-}
-
-Buffer& filled(Buffer& buffer, const ByteString& bytes) {
-  buffer.assign(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-  return buffer;
-}
 
 std::vector<std::string> serialsOf(const RevokedCertificateList& list) {
   std::vector<std::string> serials;
@@ -52,14 +24,6 @@ std::vector<std::string> serialsOf(const RevokedCertificateList& list) {
   return serials;
 }
 
-ByteString written(const RevokedCertificateList& list) {
-  Buffer out;
-  list.put(out);
-  EXPECT_EQ(list.size(out), out.size());
-  const auto bytes = out.range(0, out.size());
-  return {bytes.begin(), bytes.end()};
-}
-
 struct RoadResult {
   bool good = false;
   int count = 0;
@@ -69,8 +33,8 @@ struct RoadResult {
 };
 
 RoadResult takeRoad(const ByteString& der, Road road) {
-  Buffer in;
-  const RevokedBlockResult result = readRevokedBlock(filled(in, der), road);
+  BorrowedBuffer in(der);
+  const RevokedBlockResult result = readRevokedBlock(in, road);
   if (!result.block) return {false, -1, in.readPosition(), {}};
   const auto bytes = result.block->bytes(0, result.block->count());
   return {result.good, result.block->count(), in.readPosition(), {bytes.begin(), bytes.end()}};
@@ -93,16 +57,16 @@ TEST(RevokedCertificateListQuirks, AreReadAsTold) {
     bool good;
     Serials serials;
   };
-  const auto list = [](const std::string& hex) { return element(0x30, octets(hex)); };
+  const auto list = [](const std::string& hex) { return element(0x30, fromHex(hex)); };
   const Row rows[] = {
       {"no entries", list(""), true, {}},
       {"two plain entries", list(kPlain + kOther), true, {"05", "06"}},
       {"a reason", list("3020" + kSerial + kDate + kReason + kOther), true, {"05", "06"}},
       {"zero bytes between entries are skipped", list(kPlain + "000000" + kOther), true, {"05", "06"}},
       {"zero bytes behind the last entry want another", list(kPlain + "0000"), false, {"05"}},
-      {"an entry may end beyond the list", octets("3027" + kPlain + kOther), true, {"05", "06"}},
+      {"an entry may end beyond the list", fromHex("3027" + kPlain + kOther), true, {"05", "06"}},
       {"an entry may not end beyond the data",
-       octets("3013 3012" + kSerial + kDate.substr(0, kDate.size() - 2)),
+       fromHex("3013 3012" + kSerial + kDate.substr(0, kDate.size() - 2)),
        false,
        {}},
       {"what follows the extensions of an entry is the next entry",
@@ -110,12 +74,14 @@ TEST(RevokedCertificateListQuirks, AreReadAsTold) {
        true,
        {"05", "06"}},
       {"what follows a date is read as extensions", list("3026" + kSerial + kDate + kOther), false, {}},
-      {"the list of indefinite length", octets("3080" + kPlain + kOther + "0000"), true, {"05", "06"}},
-      {"its end is missing", octets("3080" + kPlain + kOther), false, {"05", "06"}},
-      {"its end is half", octets("3080" + kPlain + "0001"), false, {"05"}},
+      {"the list of indefinite length", fromHex("3080" + kPlain + kOther + "0000"), true, {"05", "06"}},
+      {"its end is missing", fromHex("3080" + kPlain + kOther), false, {"05", "06"}},
+      {"its end is half", fromHex("3080" + kPlain + "0001"), false, {"05"}},
       {"an entry of indefinite length", list("3080" + kSerial + kDate + "0000" + kOther), true, {"05", "06"}},
       {"and with extensions", list("3080" + kSerial + kDate + kReason + "0000" + kOther), true, {"05", "06"}},
       {"its end is wrong", list("3080" + kSerial + kDate + kReason + "0100" + kOther), false, {}},
+      {"an extension without octets", list("301D" + kSerial + kDate + "3009 3007 0603 551D15 0400"), true, {"05"}},
+      {"no extensions in their list", list("3014" + kSerial + kDate + "3000"), true, {"05"}},
       {"long lengths", list("308112" + kSerial + kDate + "30830000120201 06" + kDate), true, {"05", "06"}},
       {"redundant leading 00", list(kOther + "3013 0202 0005" + kDate), false, {"06"}},
       {"redundant leading FF", list("3013 0202 FF85" + kDate), false, {}},
@@ -125,18 +91,16 @@ TEST(RevokedCertificateListQuirks, AreReadAsTold) {
       {"a date without seconds", list("3010" + kSerial + "170B 3230303130313030303 05A"), true, {"05"}},
       {"a date in any tag", list("3012" + kSerial + "0C0D 3230 3031 3031 3030 3030 3030 5A"), true, {"05"}},
       {"a tag that is no entry", list(kPlain + "0500"), false, {"05"}},
-      {"a list longer than the data", octets("3084FFFFFFFF" + kPlain), false, {}},
-      {"no SEQUENCE", octets("3100"), false, {}},
+      {"a list longer than the data", fromHex("3084FFFFFFFF" + kPlain), false, {}},
+      {"no SEQUENCE", fromHex("3100"), false, {}},
   };
   for (const Row& row : rows) {
-    Buffer in;
     RevokedCertificateList read;
-    EXPECT_EQ(read.get(filled(in, row.list)), row.good) << row.name;
+    EXPECT_EQ(decode(read, row.list), row.good) << row.name;
     EXPECT_EQ(serialsOf(read), row.serials) << row.name;
     EXPECT_EQ(takeRoad(row.list, Road::kShort), takeRoad(row.list, Road::kGeneral)) << row.name;
-    Buffer again;
     RevokedCertificateList reread;
-    EXPECT_TRUE(reread.get(filled(again, written(read)))) << row.name;
+    EXPECT_TRUE(decode(reread, encode(read))) << row.name;
     EXPECT_EQ(serialsOf(reread), row.serials) << row.name;
   }
 }
@@ -145,9 +109,8 @@ TEST(RevokedCertificateListQuirks, AreReadAsTold) {
 TEST(RevokedCertificateListQuirks, ALongDateKeepsItsTime) {
   const std::string date = "181F 3230323030313031303030303030 2E 3132333435363738393031 2B30313030";
   for (const std::string& entry : {"3024" + kSerial + date, "3080" + kSerial + date + "0000"}) {
-    Buffer in;
     RevokedCertificateList list;
-    ASSERT_TRUE(list.get(filled(in, element(0x30, octets(entry + kOther)))));
+    ASSERT_TRUE(decode(list, element(0x30, fromHex(entry + kOther))));
     const std::unique_ptr<RevokedCertificateList> copy(list.clone());
     RevokedCertificate read;
     ASSERT_TRUE(copy->decode(0, read));
@@ -158,15 +121,15 @@ TEST(RevokedCertificateListQuirks, ALongDateKeepsItsTime) {
 
 // Every byte of a list changed in several ways: both roads say the same.
 TEST(RevokedCertificateListRoads, AgreeOnDamagedLists) {
-  const auto entry = [](const std::string& hex) { return element(0x30, octets(hex)); };
+  const auto entry = [](const std::string& hex) { return element(0x30, fromHex(hex)); };
   const ByteString sound =
-      element(0x30, joined({
-                        entry(kSerial + kDate + kReason),
-                        entry("020A 00FEDCBA987654321001 180F 3230323030313031303030303030 5A"),
-                        octets("3080" + kSerial + kDate + "0000"),
-                        entry("0201 7F" + kDate + "3031 300A 0603 551D15 0403 0A0101" + kInvalidity),
-                        octets("000000" + kOther),
-                    }));
+      withChildren(0x30, {
+                             entry(kSerial + kDate + kReason),
+                             entry("020A 00FEDCBA987654321001 180F 3230323030313031303030303030 5A"),
+                             fromHex("3080" + kSerial + kDate + "0000"),
+                             entry("0201 7F" + kDate + "3031 300A 0603 551D15 0403 0A0101" + kInvalidity),
+                             fromHex("000000" + kOther),
+                         });
   const std::size_t n = sound.size();
   std::size_t accepted = 0;
   for (std::size_t i = 0; i < n; ++i) {
@@ -201,9 +164,8 @@ class SearchedList : public testing::Test {
   }
   // The same after one writing and reading, with no entry an object.
   static std::unique_ptr<RevokedCertificateList> makeRead(const std::vector<std::string>& serials) {
-    Buffer in;
     auto list = std::make_unique<RevokedCertificateList>();
-    EXPECT_TRUE(list->get(filled(in, written(*make(serials)))));
+    EXPECT_TRUE(decode(*list, encode(*make(serials))));
     return list;
   }
   static inline const X500Time kNow;
@@ -265,9 +227,8 @@ TEST_F(SearchedList, SeesChangesOfALentEntry) {
   const std::unique_ptr<RevokedCertificateList> copy(list->clone());
   list->peek(1)->setSerial(BigInteger(0x0E));
   for (const auto* changed : {list.get(), static_cast<RevokedCertificateList*>(copy.get())}) {
-    Buffer in;
     RevokedCertificateList reread;
-    ASSERT_TRUE(reread.get(filled(in, written(*changed))));
+    ASSERT_TRUE(decode(reread, encode(*changed)));
     EXPECT_EQ(serialsOf(reread), serialsOf(*changed));
   }
   EXPECT_EQ(serialsOf(*list), (std::vector<std::string>{"0C", "0E", "0D", "0C", "0C"}));
@@ -290,4 +251,5 @@ TEST_F(SearchedList, ServesThreadsAtOnce) {
 }
 
 }  // namespace
-}  // namespace keystrand
+
+}  // namespace keystrand::test

@@ -1,7 +1,7 @@
 #include "cache/CACache.h"
 
 #include <limits>
-#include <utility>
+#include <string_view>
 
 #include "cache/Library.h"
 #include "log/ContextLogger.h"
@@ -28,7 +28,8 @@ CACache::CACache()
 std::unique_ptr<Certificate> CACache::decodeCertificate() {
   auto certificate = std::make_unique<Certificate>();
   const SemaphoreLock device(semaphore_);
-  return certificate->get(workBuffer_) ? std::move(certificate) : nullptr;
+  if (!certificate->get(workBuffer_)) certificate.reset();
+  return certificate;
 }
 
 std::unique_ptr<Certificate> CACache::decodeCertificate(std::span<const unsigned char> der) {

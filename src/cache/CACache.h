@@ -2,7 +2,8 @@
 //
 // Members do the work of the exported functions, taking the locks of Library.h; those marked "caller holds" do not.
 // The implementation is split by duty: CACacheList.cpp (changes of the CA list), CACacheFile.cpp (its file),
-// CACacheLookup.cpp (its queries), CACacheCRLFile.cpp, CACacheCRLFetch.cpp, CACacheCRLCheck.cpp, CACacheCRLSearch.cpp.
+// CACacheLookup.cpp (its queries), CACacheIssuer.cpp (who issued an object), CACacheCRLFile.cpp, CACacheCRLFetch.cpp,
+// CACacheCRLCheck.cpp, CACacheCRLSearch.cpp, CACacheLocalCRLs.cpp.
 #pragma once
 
 #include <cstdint>

@@ -8,23 +8,12 @@
 #include "cache/CAListImage.h"
 #include "cache/ContextLog.h"
 #include "cache/Library.h"
+#include "log/MessageCodes.h"
 
 namespace keystrand {
-namespace {
-
-constexpr unsigned long kLoadStarted = 4643;
-constexpr unsigned long kLoadCompleted = 4654;
-constexpr unsigned long kRowsInList = 4677;
-constexpr unsigned long kSaveStarted = 4688;
-constexpr unsigned long kSaveCompleted = 4689;
-constexpr unsigned long kCannotLoad = 5150;
-constexpr unsigned long kCannotSave = 5153;
-
-}  // namespace
-
 // An empty list is not written: the file keeps what it has. caMutex and caFileMutex are never held together.
 bool CACache::saveCAList(const std::string& path) {
-  logMessage(Logger::kTrace, kSaveStarted);
+  logMessage(Logger::kTrace, kCAListSaving);
   workBuffer_.reset();
   bool isSaved = false;
   {
@@ -37,27 +26,27 @@ bool CACache::saveCAList(const std::string& path) {
     isSaved = workBuffer_.saveFileLocked(path.c_str());
   }
   if (!isSaved) {
-    logMessage(Logger::kFailure, kCannotSave);
+    logMessage(Logger::kFailure, kCAListNotSaved);
     return false;
   }
   chmod(path.c_str(), S_IRUSR | S_IWUSR);
-  logMessage(Logger::kTrace, kSaveCompleted);
+  logMessage(Logger::kTrace, kCAListSaved);
   return true;
 }
 
 // A read replaces the list, it does not add. Damage is not a failure: what a client sees of it is an empty list.
 bool CACache::loadCAList(const std::string& path) {
-  logMessage(Logger::kInformation, kLoadStarted);
+  logMessage(Logger::kInformation, kCAListLoading);
   if (!workBuffer_.loadFileLocked(path.c_str())) {
-    logMessage(Logger::kFailure, kCannotLoad);
+    logMessage(Logger::kFailure, kCAListNotRead);
     return false;
   }
   CAListImage image = readCAList(workBuffer_);
   const std::lock_guard lock(library().caMutex);
   library().caTable.assign(std::move(image.rows));
   library().loadedTSLs = std::move(image.tslInfos);
-  logMessage(Logger::kInformation, kLoadCompleted);
-  logMessage(Logger::kInformation, kRowsInList, library().caTable.count());
+  logMessage(Logger::kInformation, kCAListLoaded);
+  logMessage(Logger::kInformation, kCARowCount, library().caTable.count());
   return true;
 }
 

@@ -6,21 +6,12 @@
 #include "cache/CACache.h"
 #include "cache/ContextLog.h"
 #include "cache/Library.h"
+#include "log/MessageCodes.h"
 #include "support/File.h"
 #include "support/Memory.h"
 
 namespace keystrand {
 namespace {
-
-constexpr unsigned long kNewSubject = 4675;
-constexpr unsigned long kRowsInList = 4677;
-constexpr unsigned long kInitStarted = 4678;
-constexpr unsigned long kInitCompleted = 4681;
-constexpr unsigned long kAddCompleted = 4695;
-constexpr unsigned long kAddStarted = 4723;
-constexpr unsigned long kCannotInit = 5192;
-constexpr unsigned long kCannotAdd = 5195;
-constexpr unsigned long kKeyNotCanonical = 5222;
 
 bool keepsExisting(std::int32_t source) {
   return (source & 0xFF) == kSourceKeepExisting;
@@ -37,7 +28,7 @@ bool CACache::insert(std::unique_ptr<Certificate> certificate, std::int32_t sour
   if (row < 0 && table.isFull()) return false;
   auto entry = std::make_shared<const CACertEntry>(std::move(certificate), source, std::move(metadata));
   if (row < 0) {
-    logMessage(Logger::kNotice, kNewSubject, subject.c_str());
+    logMessage(Logger::kNotice, kCASubject, subject.c_str());
     table.addRow(std::move(subject), std::move(entry));
     return true;
   }
@@ -55,7 +46,7 @@ bool CACache::addCertificatesFrom(int descriptor, std::int32_t source) {
     auto certificate = decodeCertificate();
     if (certificate && !certificate->hasNoKey()) logMessage(Logger::kWarning, kKeyNotCanonical);
     if (!insert(std::move(certificate), source, nullptr)) {
-      logMessage(Logger::kFailure, kCannotAdd);
+      logMessage(Logger::kFailure, kCACertNotAdded);
       return false;
     }
   }
@@ -65,32 +56,32 @@ bool CACache::addCertificatesFrom(int descriptor, std::int32_t source) {
 bool CACache::addCertificateListPEM(const char* path) {
   const File file = File::openForReading(path);
   if (!file.isOpen()) {
-    logMessage(Logger::kFailure, kCannotAdd);
+    logMessage(Logger::kFailure, kCACertNotAdded);
     return false;
   }
-  logMessage(Logger::kTrace, kAddStarted);
+  logMessage(Logger::kTrace, kCACertsAdding);
   const std::lock_guard lock(library().caMutex);
   if (!addCertificatesFrom(file.descriptor(), kSourceAdded)) return false;
-  logMessage(Logger::kTrace, kAddCompleted);
-  logMessage(Logger::kInformation, kRowsInList, library().caTable.count());
+  logMessage(Logger::kTrace, kCACertsAdded);
+  logMessage(Logger::kInformation, kCARowCount, library().caTable.count());
   return true;
 }
 
 bool CACache::initCertificateListPEM(const char* path) {
   const File file = File::openForReading(path);
   if (!file.isOpen()) {
-    logMessage(Logger::kFailure, kCannotInit);
+    logMessage(Logger::kFailure, kCAListNotInitialised);
     return false;
   }
-  logMessage(Logger::kTrace, kInitStarted);
+  logMessage(Logger::kTrace, kCAListInitialising);
   const std::lock_guard lock(library().caMutex);
   library().caTable.clear();
   if (!addCertificatesFrom(file.descriptor(), kSourceInitPEM)) {
-    logMessage(Logger::kFailure, kCannotInit);
+    logMessage(Logger::kFailure, kCAListNotInitialised);
     return false;
   }
-  logMessage(Logger::kTrace, kInitCompleted);
-  logMessage(Logger::kInformation, kRowsInList, library().caTable.count());
+  logMessage(Logger::kTrace, kCAListInitialised);
+  logMessage(Logger::kInformation, kCARowCount, library().caTable.count());
   return true;
 }
 
@@ -101,7 +92,7 @@ bool CACache::importCertificateListPEM(const char* path) {
 
 bool CACache::addDecoded(std::unique_ptr<Certificate> certificate) {
   if (!certificate) {
-    logMessage(Logger::kFailure, kCannotAdd);
+    logMessage(Logger::kFailure, kCACertNotAdded);
     return false;
   }
   const std::lock_guard lock(library().caMutex);
@@ -135,7 +126,7 @@ bool CACache::addCertificatePEM(const char* base64) {
 
 bool CACache::removeDecoded(const std::unique_ptr<Certificate>& certificate) {
   if (!certificate) {
-    logMessage(Logger::kFailure, kCannotAdd);  // the one message for a certificate that cannot be read
+    logMessage(Logger::kFailure, kCACertNotAdded);
     return false;
   }
   return removeEntry(*certificate);

@@ -29,7 +29,7 @@ class CACertEntry {
   [[nodiscard]] const TSLMetadata* metadata() const noexcept { return metadata_.get(); }
   [[nodiscard]] bool hasCountry(const char* code) const noexcept;
 
-  // Nothing but what a successful parse has filled may be used.
+  // An entry whose parse has failed can only be dropped.
   [[nodiscard]] std::uint32_t size(const Buffer& buffer) const;
   void serialize(Buffer& buffer) const;
   bool parse(Buffer& buffer);

@@ -2,13 +2,12 @@
 #include "cache/Library.h"
 #include "frame/Boundary.h"
 #include "keystrand/keystrand.h"
+#include "log/MessageCodes.h"
 
 using namespace keystrand;
 
 namespace {
 
-constexpr unsigned long kCannotLoad = 5150;
-constexpr unsigned long kCannotAdd = 5195;
 constexpr unsigned char kNothingKnown = 255;
 
 // Forwards an operation that answers with a byte.
@@ -66,7 +65,7 @@ unsigned char cache_addCACertPEM(void* ctx, char* base64) {
 
 unsigned char cache_addCACertPEM(void* ctx, char* base64, unsigned long* errCode) {
   const unsigned char added = ask(ctx, [&](CACache& c) { return c.addCertificatePEM(base64); });
-  if (added == 0 && errCode != nullptr) *errCode = kCannotAdd;
+  if (added == 0 && errCode != nullptr) *errCode = kCACertNotAdded;
   return added;
 }
 
@@ -102,7 +101,7 @@ unsigned char cache_loadCACertList(void* ctx) {
 
 unsigned char cache_loadCACertList(void* ctx, unsigned long* errCode) {
   const unsigned char loaded = ask(ctx, [](CACache& c) { return c.loadCAList(library().caListPath); });
-  if (loaded == 0 && errCode != nullptr) *errCode = kCannotLoad;
+  if (loaded == 0 && errCode != nullptr) *errCode = kCAListNotRead;
   return loaded;
 }
 

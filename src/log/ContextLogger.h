@@ -11,7 +11,8 @@ namespace keystrand {
 // Null when logging is off at this moment; a later change of the setting does not reach a context that exists.
 inline std::unique_ptr<Logger> contextLogger() {
   const unsigned char level = settings().logLevel;
-  return level == kNoLog ? nullptr : std::make_unique<Logger>(level);
+  if (level == kNoLog) return nullptr;
+  return std::make_unique<Logger>(level);
 }
 
 }  // namespace keystrand

@@ -11,6 +11,7 @@
 #include "log/MessageCodes.h"
 
 namespace keystrand {
+
 // An empty list is not written: the file keeps what it has. caMutex and caFileMutex are never held together.
 bool CACache::saveCAList(const std::string& path) {
   logMessage(Logger::kTrace, kCAListSaving);

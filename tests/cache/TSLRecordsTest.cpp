@@ -1,4 +1,4 @@
-// Records of trusted lists: copies, chains of any length, and the codes of countries.
+// Records of trusted lists: chains of any length, and the codes of countries.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -7,24 +7,6 @@
 
 namespace keystrand::test {
 namespace {
-
-std::string taken(char* text) {
-  const std::unique_ptr<char[]> owned(text);
-  return text != nullptr ? std::string(text) : "(none)";
-}
-
-TEST(TSLRecords, TextsAreReplacedClearedAndCopied) {
-  TSLMetadata record;
-  EXPECT_EQ(taken(record.getServiceName()), "(none)");
-  record.setServiceName("one");
-  record.setServiceName("two");
-  const std::unique_ptr<TSLMetadata> copy(record.clone());
-  record.setServiceName(nullptr);
-  EXPECT_EQ(taken(record.getServiceName()), "(none)");
-  EXPECT_EQ(taken(copy->getServiceName()), "two");
-  copy->setStatusStartingTime("");
-  EXPECT_EQ(taken(copy->getStatusStartingTime()), "");
-}
 
 TEST(TSLRecords, ACountryIsExactlyTwoCharacters) {
   struct Row {

@@ -45,16 +45,20 @@ Bytes encoded(const Name& name) {
   return {bytes.begin(), bytes.end()};
 }
 
-// A UniversalString is written otherwise than it is read.
-void comesBack(const Name& name) {
+void readBack(const Name& name, Name& again) {
   const Bytes der = encoded(name);
   Buffer in;
   in.assign(der.data(), static_cast<std::uint32_t>(der.size()));
-  Name again;
   require(again.get(in), "what was written is read");
   require(in.atEnd(), "to its end");
+}
+
+// A UniversalString is written otherwise than it is read.
+void comesBack(const Name& name) {
+  Name again;
+  readBack(name, again);
   if (everyAttribute(name, [](const auto& attribute) { return attribute.tag() != keystrand::kUniversalString; }))
-    require(encoded(again) == der, "and written as it was");
+    require(encoded(again) == encoded(name), "and written as it was");
 }
 
 void equalsItsCopy(const Name& name) {
@@ -84,7 +88,6 @@ void normalisesOnce(Name& name) {
 }
 
 void check(Name& name) {
-  comesBack(name);
   equalsItsCopy(name);
   textsAgree(name);
   normalisesOnce(name);
@@ -97,12 +100,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   in.append(data, static_cast<std::uint32_t>(size));
   Name read;
   static_cast<void>(read.get(in));
+  comesBack(read);
   check(read);
   Name parsed;
   const std::string text(data, data + size);
   require(parsed.setText(text.c_str(), keystrand::kUTF8String, kAttributeLabels, kAttributeIdentifiers,
                          kAttributeCount) == (parsed.listView() != nullptr),
           "a text yields a name or none");
+  // a text may name arcs that a subidentifier of 32 bits does not hold: what was read back is what has to stay
+  Name reread;
+  readBack(parsed, reread);
+  comesBack(reread);
   check(parsed);
   return 0;
 }

@@ -32,14 +32,14 @@ void comesBack(const X500Time& time) {
   require(std::strcmp(back.textView(), time.textView()) == 0, "with its text");
 }
 
-void bothRoadsAgree(unsigned char tag, const std::string& text) {
+// The digits of the input, as many as the ordinary form of this kind has. With a zone that is spelt out the same digits
+// take the general road.
+void bothRoadsAgree(unsigned char tag, const std::string& text, std::size_t count) {
+  std::string digits;
+  for (std::size_t i = 0; i < count; ++i)
+    digits += static_cast<char>('0' + (i < text.size() ? static_cast<unsigned char>(text[i]) % 10 : 0));
   X500Time fast, general;
-  std::string spelt = text;
-  if (spelt.ends_with('Z')) spelt.replace(spelt.size() - 1, 1, "+0000");
-  const bool ordinary = (tag == X500Time::kUTCTime && text.size() == 13 && text.find_first_of("+-Z.") == 12) ||
-                        (tag == X500Time::kGeneralizedTime && text.size() == 15 && text.find_first_of("+-Z.") == 14);
-  if (!ordinary || text.find('\0') != std::string::npos) return;
-  require(read(fast, tag, text) == read(general, tag, spelt), "both roads read the same texts");
+  require(read(fast, tag, digits + 'Z') && read(general, tag, digits + "+0000"), "both roads read digits");
   require(fast.equals(general), "and name the same instant");
 }
 
@@ -80,9 +80,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(done || (time.seconds() == -1 && time.microseconds() == 0), "a failure leaves no time");
     require(!done || tag != kNull, "NULL is no time");
     if (done && std::strlen(text.c_str()) <= kKeptText) comesBack(time);
-    bothRoadsAgree(tag, text);
     printsWithinBlocks(time, text.c_str());
   }
+  bothRoadsAgree(X500Time::kUTCTime, text, 12);
+  bothRoadsAgree(X500Time::kGeneralizedTime, text, 14);
   settersStayWithinText(text);
   return 0;
 }

@@ -136,8 +136,11 @@ constexpr struct {
 }  // namespace
 
 int attributeRow(const OID& type) {
-  const auto row = std::ranges::find_if(kParsedIdentifiers, [&type](const ConstantOID& id) { return type == id; });
-  return row == kParsedIdentifiers.end() ? -1 : static_cast<int>(row - kParsedIdentifiers.begin());
+  // the last arc parts nearly all of them
+  const std::uint32_t last = type.arc(type.count() - 1);
+  for (std::size_t i = 0; i < kParsedIdentifiers.size(); ++i)
+    if (kParsedIdentifiers[i].view().back() == last && type == kParsedIdentifiers[i]) return static_cast<int>(i);
+  return -1;
 }
 
 std::optional<unsigned char> narrowTagOf(const OID& type) {

@@ -67,7 +67,7 @@ owner<char*> ISO10646::toNarrow() const {
 
 bool ISO10646::equals(const ISO10646& other) const noexcept {
   if (isAbsent() || other.isAbsent()) return false;
-  return value_ == other.value_ || compare(other) == 0;
+  return value_ == other.value_ || std::is_eq(compare(other));
 }
 
 bool ISO10646::equalsPattern(const ISO10646& other) const noexcept {

@@ -1,5 +1,6 @@
 // Text forms of a name. Values go in as they stand, whatever characters a stranger has put there; only the comma form
 // escapes, and only its own two separators.
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -64,10 +65,15 @@ std::string valueOf(const AttributeTypeAndValue& attribute, AppendValue append) 
 
 // Puts a backslash before every separator from a place of the text on.
 void escapeSeparators(std::string& text, std::size_t from) {
-  constexpr std::string_view kSeparators = "+,";
-  for (from = text.find_first_of(kSeparators, from); from != std::string::npos;
-       from = text.find_first_of(kSeparators, from + 2))
-    text.insert(from, 1, '\\');
+  const auto isSeparator = [](char c) { return c == '+' || c == ','; };
+  const auto start = text.begin() + static_cast<std::ptrdiff_t>(from);
+  if (std::none_of(start, text.end(), isSeparator)) return;
+  const std::string value(start, text.end());
+  text.resize(from);
+  for (const char c : value) {
+    if (isSeparator(c)) text += '\\';
+    text += c;
+  }
 }
 
 void appendAttribute(std::string& text, const AttributeTypeAndValue& attribute, const LabelTable& table,

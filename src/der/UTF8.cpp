@@ -55,7 +55,7 @@ bool UTF8::fromUTF16(const unsigned char* bytes, std::uint32_t n) {
   value_ = std::monostate();
   if (bytes == nullptr || n < 2) return false;
   const bool bigEndian = bytes[0] == 0xFE && bytes[1] == 0xFF;
-  const std::span<const unsigned char> units(bytes + 2, (n - 2) / 2 * 2);
+  const std::span<const unsigned char> units(bytes + 2, (std::size_t{n} - 2) / 2 * 2);
   const auto unitAt = [&](std::size_t i) {
     const unsigned first = units[i];
     const unsigned second = units[i + 1];

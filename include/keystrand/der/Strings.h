@@ -44,10 +44,10 @@ class KEYSTRAND_API ISO10646 {
   [[nodiscard]] bool equals(const ISO10646& other) const noexcept;
   [[nodiscard]] bool equalsPattern(const ISO10646& other) const noexcept;
   [[nodiscard]] bool notEquals(const ISO10646& other) const noexcept { return !equals(other); }
-  [[nodiscard]] bool less(const ISO10646& other) const noexcept { return compare(other) < 0; }
-  [[nodiscard]] bool greater(const ISO10646& other) const noexcept { return compare(other) > 0; }
-  [[nodiscard]] bool lessOrEqual(const ISO10646& other) const noexcept { return compare(other) <= 0; }
-  [[nodiscard]] bool greaterOrEqual(const ISO10646& other) const noexcept { return compare(other) >= 0; }
+  [[nodiscard]] bool less(const ISO10646& other) const noexcept { return std::is_lt(compare(other)); }
+  [[nodiscard]] bool greater(const ISO10646& other) const noexcept { return std::is_gt(compare(other)); }
+  [[nodiscard]] bool lessOrEqual(const ISO10646& other) const noexcept { return std::is_lteq(compare(other)); }
+  [[nodiscard]] bool greaterOrEqual(const ISO10646& other) const noexcept { return std::is_gteq(compare(other)); }
 
  protected:
   // Absent, the units, or (in UTF8 alone) the text from which they follow, known to be convertible.

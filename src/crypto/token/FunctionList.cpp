@@ -9,14 +9,11 @@ namespace keystrand {
 namespace {
 
 CK_RV getFunctionList(CK_FUNCTION_LIST** list) noexcept;
-CK_RV initialize(void* arguments) noexcept {
-  return PKCS11CryptoKi::instance().initialize(arguments);
-}
 
 template <class Work>
 CK_RV guarded(Work work) noexcept {
   try {
-    return PKCS11CryptoKi::instance().isReady() ? work(PKCS11CryptoKi::instance()) : CKR_CRYPTOKI_NOT_INITIALIZED;
+    return work(PKCS11CryptoKi::instance());
   } catch (const std::bad_alloc&) {
     return CKR_HOST_MEMORY;
   } catch (...) {
@@ -24,18 +21,29 @@ CK_RV guarded(Work work) noexcept {
   }
 }
 
+CK_RV initialize(void* arguments) noexcept {
+  return guarded([arguments](PKCS11CryptoKi& module) { return module.initialize(arguments); });
+}
+
+template <class Work>
+CK_RV whenReady(Work work) noexcept {
+  return guarded([&work](PKCS11CryptoKi& module) {
+    return module.isReady() ? work(module) : CK_RV{CKR_CRYPTOKI_NOT_INITIALIZED};
+  });
+}
+
 // The function of the list that stands for a member of the module; the more special form looks the session up.
 template <auto Member, class... Arguments>
 constexpr auto forward(CK_RV (PKCS11CryptoKi::*)(Arguments...)) {
   return +[](Arguments... arguments) noexcept {
-    return guarded([&](PKCS11CryptoKi& module) { return (module.*Member)(arguments...); });
+    return whenReady([&](PKCS11CryptoKi& module) { return (module.*Member)(arguments...); });
   };
 }
 
 template <auto Member, class... Arguments>
 constexpr auto forward(CK_RV (PKCS11CryptoKi::*)(TokenSession&, Arguments...)) {
   return +[](CK_SESSION_HANDLE handle, Arguments... arguments) noexcept {
-    return guarded([&](PKCS11CryptoKi& module) {
+    return whenReady([&](PKCS11CryptoKi& module) {
       TokenSession* session = nullptr;
       const CK_RV found = module.find(handle, session);
       return found == CKR_OK ? (module.*Member)(*session, arguments...) : found;
@@ -138,9 +146,11 @@ CK_RV getFunctionList(CK_FUNCTION_LIST** list) noexcept {
 }  // namespace
 
 CK_RV tokenFunctionList(CK_FUNCTION_LIST** list) noexcept {
-  const CK_RV result = getFunctionList(list);
-  if (result == CKR_OK) PKCS11CryptoKi::instance().bind();
-  return result;
+  return guarded([list](PKCS11CryptoKi& module) {
+    const CK_RV result = getFunctionList(list);
+    if (result == CKR_OK) module.bind();
+    return result;
+  });
 }
 
 }  // namespace keystrand

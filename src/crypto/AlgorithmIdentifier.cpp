@@ -23,7 +23,7 @@ AlgorithmIdentifier::~AlgorithmIdentifier() = default;
 
 owner<AlgorithmIdentifier*> AlgorithmIdentifier::clone() const {
   auto copy = std::make_unique<AlgorithmIdentifier>();
-  copy->oid_ = copyOf(oid_.get());
+  copy->oid_ = oid_;
   copy->parameter_ = copyOf(parameter_.get());
   copy->hasParameters_ = hasParameters_;
   return copy.release();
@@ -34,13 +34,13 @@ void AlgorithmIdentifier::setOID(const char* dotted, bool hasParameters) {
 }
 
 void AlgorithmIdentifier::setOID(const OID& oid, bool hasParameters) {
-  oid_ = std::make_unique<OID>(oid);
+  oid_ = oid;
   parameter_.reset();
   hasParameters_ = hasParameters;
 }
 
 owner<OID*> AlgorithmIdentifier::oid() const {
-  return cloneOf(oid_);
+  return oid_ ? oid_->clone() : nullptr;
 }
 owner<char*> AlgorithmIdentifier::oidText() const {
   return oid_ ? oid_->toText() : nullptr;
@@ -88,7 +88,7 @@ void AlgorithmIdentifier::put(Buffer& buffer) const {
 bool AlgorithmIdentifier::get(Buffer& buffer) {
   const Nesting level(buffer);  // the parameters of some algorithms hold algorithms
   Element body;
-  oid_ = std::make_unique<OID>();
+  oid_.emplace();
   parameter_.reset();
   hasParameters_ = true;
   if (!level || !body.open(buffer, kSequence) || !buffer.getOID(*oid_)) return false;

@@ -2,8 +2,8 @@
 // parameters are carried as they were read, so that a certificate with such a key is written back exactly.
 #pragma once
 
-#include "crypto/Octets.h"
 #include "der/Element.h"
+#include "der/Octets.h"
 #include "keystrand/crypto/AlgorithmParameter.h"
 
 namespace keystrand {

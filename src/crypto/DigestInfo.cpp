@@ -2,15 +2,15 @@
 
 #include <algorithm>
 
-#include "crypto/Octets.h"
 #include "der/Element.h"
+#include "der/Octets.h"
 #include "support/Memory.h"
 
 namespace keystrand {
 
 DigestInfo::DigestInfo() = default;
 DigestInfo::DigestInfo(const AlgorithmIdentifier& algorithm, std::span<const unsigned char> value)
-    : algorithm_(algorithm.clone()), value_(std::in_place, value.begin(), value.end()) {}
+    : algorithm_(algorithm.clone()), value_(value) {}
 DigestInfo::~DigestInfo() = default;
 
 owner<DigestInfo*> DigestInfo::clone() const {
@@ -24,7 +24,7 @@ owner<AlgorithmIdentifier*> DigestInfo::algorithm() const {
   return cloneOf(algorithm_);
 }
 owner<unsigned char*> DigestInfo::value() const {
-  return newBytes(presentBytes(value_));
+  return newBytes(value_.view());
 }
 
 bool DigestInfo::equals(const DigestInfo& other) const noexcept {

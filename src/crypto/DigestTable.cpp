@@ -9,10 +9,10 @@ namespace keystrand {
 namespace {
 
 constexpr DigestRow kDigests[] = {
-    {"1.2.840.113549.2.5"_oid, CKM_MD5, 16},        {"1.3.36.3.2.1"_oid, CKM_RIPEMD160, 20},
-    {"1.3.14.3.2.26"_oid, CKM_SHA_1, 20},           {"2.16.840.1.101.3.4.2.4"_oid, CKM_SHA224, 28},
-    {"2.16.840.1.101.3.4.2.1"_oid, CKM_SHA256, 32}, {"2.16.840.1.101.3.4.2.2"_oid, CKM_SHA384, 48},
-    {"2.16.840.1.101.3.4.2.3"_oid, CKM_SHA512, 64},
+    {"1.2.840.113549.2.5"_oid, 16, CKM_MD5},        {"1.3.36.3.2.1"_oid, 20, CKM_RIPEMD160},
+    {"1.3.14.3.2.26"_oid, 20, CKM_SHA_1},           {"2.16.840.1.101.3.4.2.4"_oid, 28, CKM_SHA224},
+    {"2.16.840.1.101.3.4.2.1"_oid, 32, CKM_SHA256}, {"2.16.840.1.101.3.4.2.2"_oid, 48, CKM_SHA384},
+    {"2.16.840.1.101.3.4.2.3"_oid, 64, CKM_SHA512},
 };
 
 using Identifiers = std::array<std::unique_ptr<const AlgorithmIdentifier>, std::size(kDigests)>;

@@ -12,8 +12,8 @@ namespace keystrand {
 
 struct DigestRow {
   ConstantOID oid;
-  CK_MECHANISM_TYPE mechanism;
   std::uint32_t length;  // octets of the result
+  CK_MECHANISM_TYPE mechanism;
 
   // With NULL parameters.
   [[nodiscard]] const AlgorithmIdentifier& identifier() const;

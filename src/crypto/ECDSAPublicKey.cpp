@@ -1,6 +1,6 @@
 #include "keystrand/crypto/ECDSAPublicKey.h"
 
-#include "crypto/Octets.h"
+#include "der/Octets.h"
 #include "support/Memory.h"
 
 namespace keystrand {
@@ -15,7 +15,7 @@ void ECDSAPublicKey::setParameters(const ECParameters* parameters) {
 }
 
 owner<unsigned char*> ECDSAPublicKey::keyBytes() const {
-  return newBytes(presentBytes(point_));
+  return newBytes(point_.view());
 }
 std::uint32_t ECDSAPublicKey::keyLength() const {
   return static_cast<std::uint32_t>(pointView().size());

@@ -51,8 +51,8 @@ class NamedGroups {
   std::vector<Entry> entries_;  // guarded by mutex_
 };
 
-BigNumber elementOf(const OptionalBytes& octets) {
-  const auto bytes = presentBytes(octets);
+BigNumber elementOf(const OctetValue& octets) {
+  const auto bytes = octets.view();
   if (bytes.size() > (kMaxFieldBits + 7) / 8) return nullptr;
   return BigNumber(BN_bin2bn(bytes.data(), static_cast<int>(bytes.size()), nullptr));
 }
@@ -78,7 +78,7 @@ CurveGroup groupOf(const FieldID& field, const BIGNUM* a, const BIGNUM* b, BN_CT
 }
 
 bool setGenerator(EC_GROUP* group, const SpecifiedECDomain& domain, BN_CTX* context) {
-  const auto base = presentBytes(domain.base);
+  const auto base = domain.base.view();
   const CurvePoint generator(EC_POINT_new(group));
   return generator && !domain.order.isZero() && !domain.order.isNegative() &&
          domain.order.bitLength() <= kMaxFieldBits + 1 && !domain.cofactor.isZero() && !domain.cofactor.isNegative() &&

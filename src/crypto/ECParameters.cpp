@@ -1,19 +1,14 @@
 #include "keystrand/crypto/ECParameters.h"
 
 #include "crypto/ECGroup.h"
-#include "crypto/Octets.h"
 #include "der/Element.h"
+#include "der/Octets.h"
 
 namespace keystrand {
 
 namespace {
 constexpr unsigned char kObjectIdentifierTag = 0x06;
 }
-
-ECParameters::ECParameters(const ECParameters& other)
-    : AlgorithmParameter(other),
-      namedCurve_(other.namedCurve_ ? std::make_unique<OID>(*other.namedCurve_) : nullptr),
-      explicit_(other.explicit_) {}
 
 std::shared_ptr<const ec_group_st> ECParameters::group() const {
   return namedCurve_ ? namedGroup(*namedCurve_) : explicitGroup(explicit_);
@@ -45,8 +40,7 @@ bool ECParameters::get(Buffer& buffer) {
   namedCurve_.reset();
   explicit_.clear();
   if (buffer.peekByte() != kObjectIdentifierTag) return getRaw(buffer, kSequence, explicit_);
-  namedCurve_ = std::make_unique<OID>();
-  return buffer.getOID(*namedCurve_);
+  return buffer.getOID(namedCurve_.emplace());
 }
 
 owner<AlgorithmParameter*> ECParameters::clone() const {

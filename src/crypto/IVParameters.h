@@ -1,7 +1,7 @@
 // Parameters that are nothing but the initialisation vector of a block cipher in CBC mode (RFC 8018 B.2, RFC 3565 4.1).
 #pragma once
 
-#include "crypto/Octets.h"
+#include "der/Octets.h"
 #include "keystrand/crypto/AlgorithmParameter.h"
 
 namespace keystrand {
@@ -9,14 +9,14 @@ namespace keystrand {
 class IVParameter : public AlgorithmParameter {
  public:
   // As it was read: whether its length is that of the cipher's block is for the cipher to say.
-  [[nodiscard]] std::span<const unsigned char> ivView() const noexcept { return presentBytes(iv_); }
-  void setIV(std::span<const unsigned char> iv) { iv_.emplace(iv.begin(), iv.end()); }
+  [[nodiscard]] std::span<const unsigned char> ivView() const noexcept { return iv_.view(); }
+  void setIV(std::span<const unsigned char> iv) { iv_ = OctetValue(iv); }
   [[nodiscard]] std::uint32_t size(const Buffer& buffer) const override { return sizeOctets(buffer, iv_); }
   void put(Buffer& buffer) const override { putOctets(buffer, iv_); }
   bool get(Buffer& buffer) override { return getOctets(buffer, iv_); }
 
  private:
-  OptionalBytes iv_;
+  OctetValue iv_;
 };
 
 class DESParameter final : public IVParameter {

@@ -1,7 +1,7 @@
 // PBEParameter ::= SEQUENCE { salt OCTET STRING, iterationCount INTEGER } (RFC 8018 A.3, RFC 7292 appendix C).
 #pragma once
 
-#include "crypto/Octets.h"
+#include "der/Octets.h"
 #include "keystrand/crypto/AlgorithmParameter.h"
 
 namespace keystrand {
@@ -10,9 +10,9 @@ class PBEParameter final : public AlgorithmParameter {
  public:
   PBEParameter() = default;
   PBEParameter(std::span<const unsigned char> salt, std::int32_t iterationCount)
-      : salt_(std::in_place, salt.begin(), salt.end()), iterationCount_(iterationCount) {}
+      : salt_(salt), iterationCount_(iterationCount) {}
 
-  [[nodiscard]] std::span<const unsigned char> saltView() const noexcept { return presentBytes(salt_); }
+  [[nodiscard]] std::span<const unsigned char> saltView() const noexcept { return salt_.view(); }
   [[nodiscard]] std::int32_t iterationCount() const noexcept { return iterationCount_; }
 
   [[nodiscard]] std::uint32_t size(const Buffer& buffer) const override;
@@ -23,7 +23,7 @@ class PBEParameter final : public AlgorithmParameter {
  private:
   [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
 
-  OptionalBytes salt_;
+  OctetValue salt_;
   std::int32_t iterationCount_ = 0;
 };
 

@@ -1,7 +1,7 @@
 // PBMParameter of the password based MAC (RFC 4211 section 4.4).
 #pragma once
 
-#include "crypto/Octets.h"
+#include "der/Octets.h"
 #include "keystrand/crypto/AlgorithmIdentifier.h"
 
 namespace keystrand {
@@ -12,7 +12,7 @@ class PBMParameter final : public AlgorithmParameter {
   PBMParameter(const PBMParameter& other);
   PBMParameter& operator=(const PBMParameter&) = delete;
 
-  [[nodiscard]] std::span<const unsigned char> saltView() const noexcept { return presentBytes(salt_); }
+  [[nodiscard]] std::span<const unsigned char> saltView() const noexcept { return salt_.view(); }
   [[nodiscard]] const AlgorithmIdentifier* owfView() const noexcept { return owf_.get(); }  // the one-way function
   [[nodiscard]] std::int32_t iterationCount() const noexcept { return iterationCount_; }
   [[nodiscard]] const AlgorithmIdentifier* macView() const noexcept { return mac_.get(); }
@@ -25,7 +25,7 @@ class PBMParameter final : public AlgorithmParameter {
  private:
   [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
 
-  OptionalBytes salt_;
+  OctetValue salt_;
   std::unique_ptr<AlgorithmIdentifier> owf_;
   std::int32_t iterationCount_ = 0;
   std::unique_ptr<AlgorithmIdentifier> mac_;

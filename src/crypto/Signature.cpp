@@ -1,12 +1,12 @@
 #include "keystrand/crypto/Signature.h"
 
-#include "crypto/Octets.h"
+#include "der/Octets.h"
 #include "support/Memory.h"
 
 namespace keystrand {
 
 owner<unsigned char*> Signature::bytes() const {
-  return newBytes(presentBytes(bytes_));
+  return newBytes(bytes_.view());
 }
 
 std::uint32_t Signature::size(const Buffer& buffer) const {

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "crypto/Octets.h"
+#include "der/Octets.h"
 #include "keystrand/der/BigInteger.h"
 
 namespace keystrand {
@@ -32,15 +32,15 @@ struct FieldID {
 
 // Curve: the coefficients as field elements. The seed is passed over.
 struct Curve {
-  OptionalBytes a;
-  OptionalBytes b;
+  OctetValue a;
+  OctetValue b;
   bool get(Buffer& buffer);
 };
 
 struct SpecifiedECDomain {
   FieldID field;
   Curve curve;
-  OptionalBytes base;
+  OctetValue base;
   BigInteger order;
   BigInteger cofactor;  // required here, though OPTIONAL in the syntax
   bool get(Buffer& buffer);

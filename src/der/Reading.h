@@ -7,7 +7,6 @@
 
 #include "der/Element.h"
 #include "keystrand/der/Buffer.h"
-#include "keystrand/der/OctetValue.h"
 #include "keystrand/support/PointerList.h"
 
 namespace keystrand {
@@ -41,31 +40,6 @@ inline bool close(const Element& element, Buffer& in) {
   if (in.readPosition() > element.end) return false;
   in.setReadPosition(element.end);
   return true;
-}
-
-// OCTET STRING (X.690 8.7), of the given tag or in any of its forms; NULL reads as absent in the latter.
-inline bool getOctets(Buffer& in, OctetValue& octets, unsigned char tag) {
-  unsigned char* bytes = nullptr;
-  std::uint32_t n = 0;
-  const bool read = in.getOctetString(bytes, n, tag);
-  octets.adopt(bytes, n);
-  return read;
-}
-inline bool getOctets(Buffer& in, OctetValue& octets) {
-  unsigned char* bytes = nullptr;
-  std::uint32_t n = 0;
-  const bool read = in.getOctetString(bytes, n);
-  octets.adopt(bytes, n);
-  return read;
-}
-
-// BIT STRING under a tag of its own. A string of no bits is handed out as a null pointer; here it stays present.
-inline bool getBits(Buffer& in, OctetValue& bits, unsigned char& unused, unsigned char tag) {
-  unsigned char* bytes = nullptr;
-  std::uint32_t n = 0;
-  const bool read = in.getBitString(bytes, n, unused, tag);
-  bits.adopt(read && bytes == nullptr ? new unsigned char[0] : bytes, n);
-  return read;
 }
 
 // The elements of the list that this tag opens, each read by its own get. When one fails those before it stay.

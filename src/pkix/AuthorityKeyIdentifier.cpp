@@ -1,5 +1,6 @@
 #include "keystrand/pkix/AuthorityKeyIdentifier.h"
 
+#include "der/Octets.h"
 #include "der/Reading.h"
 #include "support/Memory.h"
 

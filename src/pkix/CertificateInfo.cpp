@@ -1,3 +1,4 @@
+#include "der/Octets.h"
 #include "der/Reading.h"
 #include "keystrand/pkix/Certificate.h"
 #include "support/Memory.h"

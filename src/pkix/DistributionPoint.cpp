@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "der/Octets.h"
 #include "der/Reading.h"
 #include "pkix/WrappedName.h"
 #include "support/Memory.h"

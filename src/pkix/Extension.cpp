@@ -1,5 +1,6 @@
 #include "keystrand/pkix/Extension.h"
 
+#include "der/Octets.h"
 #include "der/Reading.h"
 #include "support/Memory.h"
 
@@ -10,7 +11,7 @@ constexpr unsigned char kBoolean = 0x01;
 }
 
 void Extension::setID(const char* dotted) {
-  extnID_.emplace(dotted);
+  extnID_ = OID(dotted);
 }
 
 void Extension::setID(const OID& oid) {
@@ -18,19 +19,19 @@ void Extension::setID(const OID& oid) {
 }
 
 owner<char*> Extension::id() const {
-  return extnID_ ? extnID_->toText() : nullptr;
+  return hasID() ? extnID_.toText() : nullptr;
 }
 
 bool Extension::equals(const char* dotted) const {
-  return extnID_ && extnID_->equals(dotted);
+  return hasID() && extnID_.equals(dotted);
 }
 
 bool Extension::equals(const OID& oid) const noexcept {
-  return extnID_ && extnID_->equals(oid);
+  return hasID() && extnID_.equals(oid);
 }
 
 bool Extension::equals(const Extension& other) const noexcept {
-  return other.extnID_ && equals(*other.extnID_);
+  return other.hasID() && equals(other.extnID_);
 }
 
 owner<unsigned char*> Extension::value() const {
@@ -38,7 +39,7 @@ owner<unsigned char*> Extension::value() const {
 }
 
 std::uint32_t Extension::contentSize(const Buffer& buffer) const {
-  return (extnID_ ? buffer.sizeOID(*extnID_) : 0) + (isCritical() ? buffer.sizeBoolean() : 0) +
+  return (hasID() ? buffer.sizeOID(extnID_) : 0) + (isCritical() ? buffer.sizeBoolean() : 0) +
          buffer.sizeOctetString(value_.data(), value_.size());
 }
 
@@ -48,16 +49,17 @@ std::uint32_t Extension::size(const Buffer& buffer) const {
 
 void Extension::put(Buffer& buffer) const {
   buffer.putSequence(contentSize(buffer));
-  if (extnID_) buffer.putOID(*extnID_);
+  if (hasID()) buffer.putOID(extnID_);
   if (isCritical()) buffer.putBoolean(critical_);
   buffer.putOctetString(value_.data(), value_.size());
 }
 
 bool Extension::get(Buffer& buffer) {
   Element body;
+  extnID_ = OID();
   critical_ = 0;
   value_.clear();
-  if (!body.open(buffer, kSequence) || !buffer.getOID(extnID_.emplace())) return false;
+  if (!body.open(buffer, kSequence) || !buffer.getOID(extnID_)) return false;
   if (nextTag(buffer) == kBoolean && !buffer.getBoolean(critical_)) return false;
   return getOctets(buffer, value_);
 }

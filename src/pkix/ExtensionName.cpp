@@ -69,7 +69,7 @@ const char* wordOf(const OID& oid) {
 }  // namespace
 
 owner<char*> Extension::name() const {
-  const char* word = extnID_ ? wordOf(*extnID_) : nullptr;
+  const char* word = hasID() ? wordOf(extnID_) : nullptr;
   return word != nullptr ? newText(word) : id();
 }
 

@@ -1,5 +1,6 @@
 #include "keystrand/pkix/GeneralName.h"
 
+#include "der/Octets.h"
 #include "der/Reading.h"
 #include "pkix/TextReading.h"
 #include "support/Memory.h"

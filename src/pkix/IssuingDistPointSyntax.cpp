@@ -1,3 +1,4 @@
+#include "der/Octets.h"
 #include "keystrand/pkix/DistributionPoint.h"
 #include "pkix/WrappedName.h"
 #include "support/Memory.h"

@@ -1,4 +1,5 @@
 #include "der/ConstantOID.h"
+#include "der/Octets.h"
 #include "der/Reading.h"
 #include "keystrand/pkix/GeneralName.h"
 #include "support/Memory.h"

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "keystrand/crypto/AlgorithmParameter.h"
 #include "keystrand/der/OID.h"
@@ -27,7 +28,7 @@ class KEYSTRAND_API AlgorithmIdentifier {
   void setOID(const OID& oid, bool hasParameters = true);
   [[nodiscard]] owner<OID*> oid() const;
   [[nodiscard]] owner<char*> oidText() const;  // delete[]; nullptr without an identifier
-  [[nodiscard]] const OID* oidView() const noexcept { return oid_.get(); }
+  [[nodiscard]] const OID* oidView() const noexcept { return oid_ ? &*oid_ : nullptr; }
   void setParameter(const AlgorithmParameter* parameter);  // stores a clone and makes hasParameters true
   [[nodiscard]] owner<AlgorithmParameter*> parameter() const;
   [[nodiscard]] const AlgorithmParameter* parameterView() const noexcept { return parameter_.get(); }
@@ -46,7 +47,7 @@ class KEYSTRAND_API AlgorithmIdentifier {
   bool get(Buffer& buffer);
 
  private:
-  std::unique_ptr<OID> oid_;
+  std::optional<OID> oid_;
   std::unique_ptr<AlgorithmParameter> parameter_;
   bool hasParameters_ = true;
 

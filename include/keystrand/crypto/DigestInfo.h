@@ -3,11 +3,10 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <span>
-#include <vector>
 
 #include "keystrand/crypto/AlgorithmIdentifier.h"
+#include "keystrand/der/OctetValue.h"
 
 namespace keystrand {
 
@@ -23,10 +22,8 @@ class KEYSTRAND_API DigestInfo {
   [[nodiscard]] owner<AlgorithmIdentifier*> algorithm() const;
   [[nodiscard]] const AlgorithmIdentifier* algorithmView() const noexcept { return algorithm_.get(); }
   [[nodiscard]] owner<unsigned char*> value() const;  // delete[]; nullptr when absent
-  [[nodiscard]] std::span<const unsigned char> valueView() const noexcept {
-    return value_ ? std::span<const unsigned char>(*value_) : std::span<const unsigned char>();
-  }
-  [[nodiscard]] std::uint32_t length() const noexcept { return static_cast<std::uint32_t>(valueView().size()); }
+  [[nodiscard]] std::span<const unsigned char> valueView() const noexcept { return value_.view(); }
+  [[nodiscard]] std::uint32_t length() const noexcept { return value_.size(); }
   [[nodiscard]] bool equals(const DigestInfo& other) const noexcept;  // the bytes only
   // Whether NULL parameters are coded behind the algorithm.
   void setHasParameters(bool flag) noexcept;
@@ -39,7 +36,7 @@ class KEYSTRAND_API DigestInfo {
   [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
 
   std::unique_ptr<AlgorithmIdentifier> algorithm_;
-  std::optional<std::vector<unsigned char>> value_;
+  OctetValue value_;
 };
 
 }  // namespace keystrand

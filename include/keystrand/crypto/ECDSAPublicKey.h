@@ -2,12 +2,11 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <span>
-#include <vector>
 
 #include "keystrand/crypto/ECParameters.h"
 #include "keystrand/crypto/Key.h"
+#include "keystrand/der/OctetValue.h"
 
 namespace keystrand {
 
@@ -20,10 +19,8 @@ class KEYSTRAND_API ECDSAPublicKey final : public Key {
   // Stores a clone; must precede get.
   void setParameters(const ECParameters* parameters);
   [[nodiscard]] const ECParameters* parametersView() const noexcept { return parameters_.get(); }
-  void setPoint(std::span<const unsigned char> point) { point_.emplace(point.begin(), point.end()); }
-  [[nodiscard]] std::span<const unsigned char> pointView() const noexcept {
-    return point_ ? std::span<const unsigned char>(*point_) : std::span<const unsigned char>();
-  }
+  void setPoint(std::span<const unsigned char> point) { point_ = OctetValue(point); }
+  [[nodiscard]] std::span<const unsigned char> pointView() const noexcept { return point_.view(); }
 
   [[nodiscard]] owner<unsigned char*> keyBytes() const override;  // the point
   [[nodiscard]] std::uint32_t keyLength() const override;
@@ -36,7 +33,7 @@ class KEYSTRAND_API ECDSAPublicKey final : public Key {
 
  private:
   std::unique_ptr<ECParameters> parameters_;
-  std::optional<std::vector<unsigned char>> point_;
+  OctetValue point_;
   unsigned char unusedBits_ = 0;
 };
 

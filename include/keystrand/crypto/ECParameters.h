@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "keystrand/crypto/AlgorithmParameter.h"
@@ -15,11 +16,11 @@ namespace keystrand {
 class KEYSTRAND_API ECParameters final : public AlgorithmParameter {
  public:
   ECParameters() = default;
-  explicit ECParameters(const OID& namedCurve) : namedCurve_(std::make_unique<OID>(namedCurve)) {}
-  ECParameters(const ECParameters& other);
+  explicit ECParameters(const OID& namedCurve) : namedCurve_(namedCurve) {}
+  ECParameters(const ECParameters&) = default;
   ECParameters& operator=(const ECParameters&) = delete;
 
-  [[nodiscard]] const OID* namedCurveView() const noexcept { return namedCurve_.get(); }
+  [[nodiscard]] const OID* namedCurveView() const noexcept { return namedCurve_ ? &*namedCurve_ : nullptr; }
   // The group, built once per named curve and shared, or built from explicit parameters within OpenSSL's field limit;
   // empty when the curve is not known or the parameters are not acceptable.
   [[nodiscard]] std::shared_ptr<const ec_group_st> group() const;
@@ -32,7 +33,7 @@ class KEYSTRAND_API ECParameters final : public AlgorithmParameter {
   [[nodiscard]] owner<AlgorithmParameter*> clone() const override;
 
  private:
-  std::unique_ptr<OID> namedCurve_;
+  std::optional<OID> namedCurve_;
   std::vector<unsigned char> explicit_;  // the whole element when no curve is named
 };
 

@@ -3,32 +3,29 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <span>
-#include <vector>
 
 #include "keystrand/der/Buffer.h"
+#include "keystrand/der/OctetValue.h"
 
 namespace keystrand {
 
 class KEYSTRAND_API Signature {
  public:
   Signature() = default;
-  explicit Signature(std::span<const unsigned char> bytes) : bytes_(std::in_place, bytes.begin(), bytes.end()) {}
+  explicit Signature(std::span<const unsigned char> bytes) : bytes_(bytes) {}
   [[nodiscard]] owner<Signature*> clone() const { return new Signature(*this); }
 
   [[nodiscard]] owner<unsigned char*> bytes() const;  // delete[]; nullptr when absent
-  [[nodiscard]] std::span<const unsigned char> view() const noexcept {
-    return bytes_ ? std::span<const unsigned char>(*bytes_) : std::span<const unsigned char>();
-  }
-  [[nodiscard]] std::uint32_t length() const noexcept { return static_cast<std::uint32_t>(view().size()); }
+  [[nodiscard]] std::span<const unsigned char> view() const noexcept { return bytes_.view(); }
+  [[nodiscard]] std::uint32_t length() const noexcept { return bytes_.size(); }
 
   [[nodiscard]] std::uint32_t size(const Buffer& buffer) const;
   void put(Buffer& buffer) const;
   bool get(Buffer& buffer);
 
  private:
-  std::optional<std::vector<unsigned char>> bytes_;
+  OctetValue bytes_;
   unsigned char unusedBits_ = 0;
 };
 

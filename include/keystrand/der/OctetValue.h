@@ -2,6 +2,7 @@
 // present and not the same as an absent one, so that each comes back from an encoding as it arrived.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -14,6 +15,11 @@ namespace keystrand {
 class OctetValue {
  public:
   OctetValue() = default;
+  // Present, though the span be empty.
+  explicit OctetValue(std::span<const unsigned char> bytes)
+      : bytes_(new unsigned char[bytes.size()]), size_(static_cast<std::uint32_t>(bytes.size())) {
+    std::ranges::copy(bytes, bytes_.get());
+  }
   OctetValue(const OctetValue& other) { assign(other.data(), other.size()); }
   OctetValue& operator=(const OctetValue& other) {
     if (this != &other) assign(other.data(), other.size());

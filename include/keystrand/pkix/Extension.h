@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <vector>
 
@@ -20,7 +19,7 @@ class KEYSTRAND_API Extension {
   void setID(const char* dotted);
   void setID(const OID& oid);
   [[nodiscard]] owner<char*> id() const;  // dotted, delete[]; nullptr without an identifier
-  [[nodiscard]] const OID* idView() const noexcept { return extnID_ ? &*extnID_ : nullptr; }
+  [[nodiscard]] const OID* idView() const noexcept { return hasID() ? &extnID_ : nullptr; }
   [[nodiscard]] bool equals(const char* dotted) const;
   [[nodiscard]] bool equals(const OID& oid) const noexcept;
   [[nodiscard]] bool equals(const Extension& other) const noexcept;  // the identifiers
@@ -41,8 +40,11 @@ class KEYSTRAND_API Extension {
  private:
   [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
 
-  std::optional<OID> extnID_;
-  OctetValue value_;
+  [[nodiscard]] bool hasID() const noexcept { return extnID_.count() != 0; }
+
+  // A certificate has about ten of these: the last member lies in the padding of the one before it.
+  OID extnID_;
+  [[no_unique_address]] OctetValue value_;
   unsigned char critical_ = 0;  // the octet of the BOOLEAN as it arrived
 };
 
@@ -72,8 +74,6 @@ class KEYSTRAND_API ExtensionList {
   bool get(Buffer& buffer);
 
  private:
-  [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
-
   std::vector<Extension> items_;
 };
 

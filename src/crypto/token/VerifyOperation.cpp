@@ -76,13 +76,15 @@ Bytes digestInfo(CK_MECHANISM_TYPE digest, Octets value) {
 // is as long as a digest, so the length tells them apart.
 std::optional<Bytes> digestIn(Octets data) {
   constexpr std::size_t kDigestLengths[] = {20, 28, 32, 48, 64};
+  constexpr std::size_t kShortestDigest = 16;
   constexpr std::size_t kLongestDigestInfo = 256;
-  if (std::ranges::find(kDigestLengths, data.size()) != std::end(kDigestLengths))
+  if (std::ranges::find(kDigestLengths, data.size()) != std::end(kDigestLengths)) {
     return Bytes(data.begin(), data.end());
+  }
   if (data.size() > kLongestDigestInfo) return std::nullopt;
   BorrowedBuffer in(data);
   DigestInfo info;
-  if (!info.get(in) || info.valueView().empty()) return std::nullopt;
+  if (!info.get(in) || info.valueView().size() < kShortestDigest) return std::nullopt;
   Buffer again;
   info.put(again);
   if (!std::ranges::equal(again.range(0, again.size()), data)) return std::nullopt;
@@ -152,7 +154,7 @@ CK_RV VerifyOperation::check(const RSAPublicKey& key, Octets data, Octets signat
   if (!block) return CKR_SIGNATURE_INVALID;
   if (row_->scheme == Scheme::kPKCS1) return answer(hvRSA::isPadded(*block, data));
   if (row_->scheme == Scheme::kRaw) return answer(std::ranges::equal(*block, data));
-  return answer(isPSSEncoded(*block, key.modulus().bitLength(), data, *digest_));
+  return answer(digest_ != nullptr && isPSSEncoded(*block, key.modulus().bitLength(), data, *digest_));
 }
 
 CK_RV VerifyOperation::check(const ECDSAPublicKey& key, Octets data, Octets signature) {

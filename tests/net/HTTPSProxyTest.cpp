@@ -93,6 +93,7 @@ TEST_F(HTTPSProxy, SOCKSProxyIsSpokenToInSOCKSOnlyWithCredentials) {
   setCurlSocks(kLoopback, notSOCKS.port(), std::nullopt);
   setCurlTimeout(1);
   EXPECT_EQ(way(), "failed") << "SOCKS to an HTTP proxy, the type of the last credentials";
+  setCurlTimeout(15);
   setCurlProxyCredentials(Credentials{"user", "secret"});
   EXPECT_NE(way(), "failed");
   EXPECT_THAT(notSOCKS.requests(), testing::ElementsAre(StartsWith("\x04\x01"), StartsWith("GET http://127.0.0.1:")));

@@ -20,19 +20,21 @@ std::string thisUser() {
 
 }  // namespace
 
-ProxyServer::ProxyServer() : port_(freePort()) {}
-
-void ProxyServer::start(const std::string& program, const std::string& configuration) {
-  const std::string path = folder_ / "conf";
-  std::ofstream(path) << configuration;
-  std::vector<std::string> command = {findProgram(program)};
-  if (program == "danted")
-    command.insert(command.end(), {"-f", path, "-p", folder_ / "pid"});
-  else
-    command.insert(command.end(), {"-d", "-c", path});
-  process_.emplace(command);
-  if (!eventually([&] { return accepts(port_) || !process_->running(); }) || !process_->running())
-    throw std::runtime_error(program + " did not start");
+void ProxyServer::start(const std::string& program, const Configuration& configuration) {
+  constexpr int kAttempts = 5;  // another program may take the port before this one does
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    port_ = freePort();
+    const std::string path = folder_ / "conf";
+    std::ofstream(path) << configuration(std::to_string(port_));
+    std::vector<std::string> command = {findProgram(program)};
+    if (program == "danted")
+      command.insert(command.end(), {"-f", path, "-p", folder_ / "pid"});
+    else
+      command.insert(command.end(), {"-d", "-c", path});
+    process_.emplace(command);
+    if (eventually([&] { return accepts(port_) || !process_->running(); }) && process_->running()) return;
+  }
+  throw std::runtime_error(program + " did not start");
 }
 
 bool ProxyServer::logged(const std::string& text) const {
@@ -43,17 +45,21 @@ bool ProxyServer::logged(const std::string& text) const {
 }
 
 HTTPProxyServer::HTTPProxyServer(const std::string& user, const std::string& password) {
-  start("tinyproxy", "Port " + std::to_string(port()) + "\nListen 127.0.0.1\nTimeout 60\nLogFile \"" + logPath() +
-                         "\"\nLogLevel Connect\nAllow 127.0.0.1\n" +
-                         (user.empty() ? "" : "BasicAuth " + user + " " + password + "\n"));
+  start("tinyproxy", [&](const std::string& port) {
+    return "Port " + port + "\nListen 127.0.0.1\nTimeout 60\nLogFile \"" + logPath() +
+           "\"\nLogLevel Connect\nAllow 127.0.0.1\n" +
+           (user.empty() ? "" : "BasicAuth " + user + " " + password + "\n");
+  });
 }
 
 SOCKSProxyServer::SOCKSProxyServer() {
-  start("danted", "logoutput: " + logPath() + "\ninternal: 127.0.0.1 port = " + std::to_string(port()) +
-                      "\nexternal: 127.0.0.1\nclientmethod: none\nsocksmethod: none\nuser.privileged: " + thisUser() +
-                      "\nuser.unprivileged: " + thisUser() +
-                      "\nclient pass { from: 127.0.0.0/8 to: 0.0.0.0/0 }\n"
-                      "socks pass { from: 127.0.0.0/8 to: 0.0.0.0/0 log: connect }\n");
+  start("danted", [&](const std::string& port) {
+    return "logoutput: " + logPath() + "\ninternal: 127.0.0.1 port = " + port +
+           "\nexternal: 127.0.0.1\nclientmethod: none\nsocksmethod: none\nuser.privileged: " + thisUser() +
+           "\nuser.unprivileged: " + thisUser() +
+           "\nclient pass { from: 127.0.0.0/8 to: 0.0.0.0/0 }\n"
+           "socks pass { from: 127.0.0.0/8 to: 0.0.0.0/0 log: connect }\n";
+  });
 }
 
 }  // namespace keystrand::test

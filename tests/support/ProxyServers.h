@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -17,14 +18,16 @@ class ProxyServer {
   [[nodiscard]] bool logged(const std::string& text) const;
 
  protected:
-  ProxyServer();
-  // Starts the program and waits until the port is open.
-  void start(const std::string& program, const std::string& configuration);
+  using Configuration = std::function<std::string(const std::string& port)>;
+
+  ProxyServer() = default;
+  // Starts the program on a free port and waits until that is open.
+  void start(const std::string& program, const Configuration& configuration);
   [[nodiscard]] std::string logPath() const { return folder_ / "log"; }
 
  private:
   TempFolder folder_;
-  std::uint16_t port_;
+  std::uint16_t port_ = 0;
   std::optional<Process> process_;
 };
 

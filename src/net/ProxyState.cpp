@@ -1,11 +1,8 @@
 #include "net/ProxyState.h"
 
-#include <arpa/inet.h>
-#include <netdb.h>
-
 #include <algorithm>
-#include <memory>
 
+#include "net/IPv4.h"
 #include "net/NetState.h"
 #include "support/Base64.h"
 
@@ -17,26 +14,7 @@ namespace {
 constexpr std::size_t kNoProxyLimit = 64;
 
 bool isPatternOrAddress(std::string_view entry) {
-  return entry.starts_with('*') || entry.find_first_not_of("0123456789.") == std::string_view::npos;
-}
-
-struct AddressesRelease {
-  void operator()(addrinfo* first) const noexcept { freeaddrinfo(first); }
-};
-using Addresses = std::unique_ptr<addrinfo, AddressesRelease>;
-
-// The first IPv4 address of a host as dotted text, nothing when the name does not resolve.
-std::optional<std::string> resolve(const std::string& host) {
-  addrinfo hints{};
-  hints.ai_family = AF_INET;
-  hints.ai_socktype = SOCK_STREAM;
-  addrinfo* found = nullptr;
-  if (getaddrinfo(host.c_str(), nullptr, &hints, &found) != 0) return std::nullopt;
-  const Addresses addresses(found);
-  char text[NI_MAXHOST];
-  if (getnameinfo(found->ai_addr, found->ai_addrlen, text, sizeof text, nullptr, 0, NI_NUMERICHOST) != 0)
-    return std::nullopt;
-  return text;
+  return entry.starts_with('*') || isDottedNumber(entry);
 }
 
 bool goesDirect(std::string_view host, std::string_view entry) {
@@ -80,9 +58,9 @@ bool httpAddNoProxy(std::string_view entry) {
     return true;
   });
   if (!added || isPatternOrAddress(entry)) return added;
-  if (const auto address = resolve(std::string(entry)))
+  if (const auto address = addressOf(std::string(entry)))
     state.change([&](NetSettings& net) {
-      if (net.http.noProxyList.size() <= kNoProxyLimit) net.http.noProxyList.push_back(*address);
+      if (net.http.noProxyList.size() <= kNoProxyLimit) net.http.noProxyList.push_back(dottedText(*address));
     });
   return true;
 }

@@ -136,6 +136,13 @@ TEST(ExtensionList, KeepsWhatWasReadBeforeAFailure) {
   EXPECT_EQ(list.count(), 0);
 }
 
+// The segment of a value that claims what follows it: a list of such values would be read into far more than it holds.
+TEST(ExtensionList, GivesNoRoomForWhatIsElsewhere) {
+  ExtensionList list;
+  EXPECT_TRUE(decode(list, fromHex("300D 300B 0603551D0F 2404 0402AABB")));
+  EXPECT_FALSE(decode(list, fromHex("3016 3009 0603551D0F 240D 0400 3009 0603551D0E 04020000")));
+}
+
 }  // namespace
 
 }  // namespace keystrand::test

@@ -93,7 +93,8 @@ bool isDotted(std::string_view text) {
 // The identifier of a label: by the table, or the dotted number itself with or without "OID." before it.
 std::optional<std::string> identifierOf(std::string_view label, const char* const* labels,
                                         const char* const* identifiers, int count) {
-  for (int i = 0; i < count; ++i)
+  const bool hasTable = labels != nullptr && identifiers != nullptr;
+  for (int i = 0; hasTable && i < count; ++i)
     if (equalsNoCase(label, textOrEmpty(labels[i]))) return std::string(textOrEmpty(identifiers[i]));
   constexpr std::string_view kPrefix = "OID.";
   if (startsWithNoCase(label, kPrefix)) label.remove_prefix(kPrefix.size());
@@ -113,8 +114,8 @@ bool takeAttribute(std::string_view& text, WrittenAttribute& attribute) {
   if (equalsSign == kNowhere) return false;
   attribute.label = text.substr(0, equalsSign);
   text.remove_prefix(equalsSign + 1);
-  text.remove_prefix(std::min(text.size(), text.find_first_not_of(kBlanks)));
   if (text.empty()) return false;
+  text.remove_prefix(std::min(text.size(), text.find_first_not_of(kBlanks)));
   std::size_t end = 0;  // of the part in which separators do not count
   if (text.starts_with('"')) {
     const std::size_t quote = findUnescaped(text.substr(1), "\"");
@@ -137,23 +138,20 @@ Name::Name(const char* text, unsigned char defaultTag, const char* const* labels
   setText(text, defaultTag, labels, identifiers, count);
 }
 
-// Attributes of unknown labels and of values that cannot be read are left out without a word; what a comma parts stays
-// parted all the same.
+// Attributes of unknown labels and of values that cannot be read are left out without a word. An attribute belongs to
+// the RDN before it when a plus sign stands in front of it, though that be behind one that was left out.
 bool Name::setText(const char* text, unsigned char defaultTag, const char* const* labels,
                    const char* const* identifiers, int count) {
   std::vector<RelativeDistinguishedName> rdns;
   std::string_view rest = textOrEmpty(text);
-  bool opensRDN = true;
-  for (WrittenAttribute written; takeAttribute(rest, written);) {
+  char separator = ',';
+  for (WrittenAttribute written; takeAttribute(rest, written); separator = written.separator) {
     const std::optional<std::string> type = identifierOf(written.label, labels, identifiers, count);
     AttributeTypeAndValue attribute;
     if (type) attribute.setType(type->c_str());
-    if (type && setDefaultValue(attribute, unescaped(written.value).c_str(), defaultTag)) {
-      if (opensRDN) rdns.emplace_back();
-      rdns.back().add(std::move(attribute));
-      opensRDN = false;
-    }
-    if (written.separator == ',') opensRDN = true;
+    if (!type || !setDefaultValue(attribute, unescaped(written.value).c_str(), defaultTag)) continue;
+    if (separator == ',' || rdns.empty()) rdns.emplace_back();
+    rdns.back().add(std::move(attribute));
   }
   list_.reset();
   if (rdns.empty()) return false;

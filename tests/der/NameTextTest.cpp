@@ -118,12 +118,13 @@ TEST(NameParse, ReadsTheCommaForm) {
       {"c=IT,cn=X,SERIALNUMBER=1", "C=IT,CN=X,SER=1"},
       {"OID.2.5.4.3=X,oid.2.5.4.10=Y,2.5.4.6=IT", "CN=X,O=Y,C=IT"},
       {"C=IT,FOO=x,O=A", "C=IT,O=A"},
-      {"C=IT,FOO=x+O=A", "C=IT,O=A"},  // the comma before the unknown label parts them
+      {"C=IT,FOO=x+O=A", "C=IT+O=A"},  // what counts is the separator right before it
       {"C=IT+FOO=x+O=A", "C=IT+O=A"},
       {"FOO=x+C=IT", "C=IT"},
       {"OID.2.x=1,OID.=1,OID.2..5=1,2=1,C=IT", "C=IT"},
       {"no equals sign,C=IT", ""},  // belongs to the label
       {"C=IT,O=", "C=IT"},
+      {"C=IT,O= ", "C=IT,O="},
       {"C=IT,O=,CN=X", "C=IT,O=,CN=X"},
       {"C=IT,O", "C=IT"},
       {"O=\"A, B + C\" rest,C=IT", "O=A\\, B \\+ C,C=IT"},
@@ -159,6 +160,8 @@ TEST(NameParse, ReplacesTheContent) {
   EXPECT_EQ(name.text(), "C=FR");
   EXPECT_FALSE(name.setText(nullptr, 12, kAttributeLabels, kAttributeIdentifiers, kAttributeCount));
   EXPECT_EQ(name.text(), "");
+  EXPECT_TRUE(name.setText("C=IT,2.5.4.6=DE", 12, nullptr, nullptr, kAttributeCount)) << "without a table";
+  EXPECT_EQ(name.text(), "C=DE");
 }
 
 TEST(NameParse, GivesEachTypeItsString) {

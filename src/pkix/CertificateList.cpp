@@ -2,27 +2,21 @@
 
 #include <utility>
 
-#include "der/ConstantOID.h"
 #include "der/Reading.h"
-#include "keystrand/crypto/CryptoDevice.h"
+#include "pkix/Signed.h"
 #include "support/Memory.h"
 
 namespace keystrand {
-namespace {
-
-constexpr ConstantOID kRSASSAPSS = "1.2.840.113549.1.1.10"_oid;
-
-}  // namespace
 
 CertificateList::CertificateList() = default;
 CertificateList::~CertificateList() = default;
 
 owner<CertificateList*> CertificateList::clone() const {
   auto copy = std::make_unique<CertificateList>();
-  copy->info_.reset(cloneOf(info_));
-  copy->signatureAlgorithm_.reset(cloneOf(signatureAlgorithm_));
-  copy->signature_.reset(cloneOf(signature_));
-  copy->digest_.reset(cloneOf(digest_));
+  copy->info_ = copyOf(info_.get());
+  copy->signatureAlgorithm_ = copyOf(signatureAlgorithm_.get());
+  copy->signature_ = copyOf(signature_.get());
+  copy->digest_ = copyOf(digest_.get());
   return copy.release();
 }
 
@@ -95,63 +89,42 @@ void CertificateList::put(Buffer& buffer) const {
   if (signature_) signature_->put(buffer);
 }
 
-// An algorithm that the device doesn't know leaves no digest: the CRL is read all the same and verifies with no key.
-void CertificateList::takeDigest(SecureBuffer& in, std::uint32_t from, std::uint32_t to) {
-  if (in.setSignatureAlgorithm(*signatureAlgorithm_)) digest_.reset(in.digestRange(from, to));
-}
-
-template <class AnyBuffer>
-bool CertificateList::read(AnyBuffer& in) {
-  digest_.reset();
-  Element crl;
-  if (!crl.openAny(in, kSequence)) return false;
-  if (crl.definite && crl.left(in) > in.remaining()) return false;  // what lies behind the data held is not this CRL's
-  const std::uint32_t from = in.readPosition();
-  if (!getNew(info_, in)) return false;
-  const std::uint32_t to = in.readPosition();
-  if (!getNew(signatureAlgorithm_, in)) return false;
-  takeDigest(in, from, to);
-  return getNew(signature_, in) && (crl.definite || in.getEndOfContents());
-}
-
 bool CertificateList::get(Buffer& buffer) {
-  return read(buffer);
+  return read(buffer, nullptr);
 }
 
 // Without a device nothing can be digested, and a CRL read so would never verify.
 bool CertificateList::get(SecureBuffer& buffer) {
-  return buffer.device() != nullptr && read(buffer);
+  return buffer.device() != nullptr && read(buffer, &buffer);
+}
+
+// CertificateList, RFC 5280 section 5.1. The digest covers the body as it was received, whatever its encoding. The
+// length of the whole tells nothing that its parts do not: it may pass the end of the data.
+bool CertificateList::read(Buffer& buffer, SecureBuffer* digester) {
+  Element crl;
+  digest_.reset();
+  if (!crl.openAny(buffer, kSequence)) return false;
+  const std::uint32_t start = buffer.readPosition();
+  if (!getNew(info_, buffer)) return false;
+  const std::uint32_t end = buffer.readPosition();
+  if (!getNew(signatureAlgorithm_, buffer)) return false;
+  if (digester != nullptr) digest_ = digestFor(*digester, *signatureAlgorithm_, start, end);
+  return getNew(signature_, buffer) && (crl.definite || buffer.getEndOfContents());
 }
 
 bool CertificateList::sign(SecureBuffer& buffer) {
-  if (!signature_) {
-    if (!info_ || !signatureAlgorithm_) return false;
-    const std::uint32_t mark = buffer.size();
-    info_->put(buffer);
-    if (buffer.setSignatureAlgorithm(*signatureAlgorithm_)) signature_.reset(buffer.signFrom(mark));
-    buffer.setSize(mark);
-    if (!signature_) return false;
-  }
-  buffer.reserve(size(buffer));
+  if (!info_ || !signatureAlgorithm_) return false;
+  if (!signature_) signature_ = signatureOver(*info_, *signatureAlgorithm_, buffer);
+  if (!signature_) return false;
+  buffer.reserve(buffer.size() + size(buffer));
   put(buffer);
   return true;
-}
-
-// RSASSA-PSS is checked over the data itself, and that is what put makes of the body.
-bool CertificateList::verifyBody(CryptoDevice& device, const KeyInfo& key) const {
-  if (!info_) return false;
-  Buffer body;
-  body.reserve(info_->size(body));
-  info_->put(body);
-  const auto bytes = body.range(0, body.size());
-  return device.verifyRaw(bytes.data(), bytes.size(), *signature_, key);
 }
 
 bool CertificateList::verify(CryptoDevice& device, const KeyInfo& key) const {
   if (!signatureAlgorithm_ || !signature_) return false;
   if (!device.setSignatureAlgorithm(*signatureAlgorithm_)) return false;
-  const OID* algorithm = signatureAlgorithm_->oidView();
-  if (algorithm != nullptr && *algorithm == kRSASSAPSS) return verifyBody(device, key);
+  if (isPSS(*signatureAlgorithm_)) return info_ && verifyEncoding(*info_, device, *signature_, key);
   return digest_ && device.verify(*signature_, *digest_, key);
 }
 

@@ -232,6 +232,14 @@ TEST(CertificateListInfo, EndsAtAnUnknownElement) {
   }
 }
 
+// Its length is not looked at: all that it holds is there. Of a certificate it is.
+TEST(CertificateList, IsReadThoughItsLengthPassesTheData) {
+  const ByteString der = makeCRL(authority(), {.entries = kSomeEntries});
+  CertificateList crl;
+  ASSERT_TRUE(decode(crl, fromHex("3084FFFFFFF0") + firstElement(der).content));
+  EXPECT_EQ(encode(crl), der);
+}
+
 // Cut anywhere, a CRL is no CRL, though the buffer still holds the rest of it from before.
 TEST(CertificateList, RefusesEveryCut) {
   const ByteString der = makeCRL(authority(), {.entries = kSomeEntries});

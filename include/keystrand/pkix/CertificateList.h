@@ -54,19 +54,16 @@ class KEYSTRAND_API CertificateList {
   void put(Buffer& buffer) const;
   bool get(Buffer& buffer);        // no digest: verify will say false
   bool get(SecureBuffer& buffer);  // digests the received body. Hold the device's semaphore.
-  // Signs the body with the key loaded in the buffer's device unless there is a signature, then writes. Hold the
-  // device's semaphore.
+  // Writes the CRL behind what the buffer holds; signs the body first where a signature is missing, and is false when
+  // the device cannot. Hold the device's semaphore.
   bool sign(SecureBuffer& buffer);
   // Checks the signature with the issuer's key over the digest taken by get. Hold the device's semaphore.
   bool verify(CryptoDevice& device, const KeyInfo& key) const;
 
  private:
-  template <class AnyBuffer>
-  bool read(AnyBuffer& buffer);
-  void takeDigest(SecureBuffer& buffer, std::uint32_t from, std::uint32_t to);
-  void takeDigest(Buffer&, std::uint32_t, std::uint32_t) {}
-  bool verifyBody(CryptoDevice& device, const KeyInfo& key) const;
+  bool read(Buffer& buffer, SecureBuffer* digester);
   [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
+
   std::unique_ptr<CertificateListInfo> info_;
   std::unique_ptr<AlgorithmIdentifier> signatureAlgorithm_;
   std::unique_ptr<Signature> signature_;

@@ -101,7 +101,7 @@ SharedGroup build(const SpecifiedECDomain& domain) {
 }  // namespace
 
 SharedGroup namedGroup(const OID& curve) {
-  static NamedGroups groups;
+  static auto& groups = *new NamedGroups;  // never destroyed: threads may verify while the process exits
   const ErrorMark mark;
   return groups.find(curve);
 }

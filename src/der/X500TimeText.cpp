@@ -25,8 +25,9 @@ struct ZoneName {
   std::string text;
 };
 
+// Never destroyed: every line of the log asks for it, and threads of the client may log while the process exits.
 ZoneName& zoneName() {
-  static ZoneName instance;
+  static auto& instance = *new ZoneName;
   return instance;
 }
 

@@ -346,9 +346,9 @@ static_assert(std::size(kErrors) == 138 && std::size(kInformation) == 124);
 
 // Two cells a row, as the codes' owners index them: language 2 is the Italian cell of the next row.
 const char* cell(std::span<const Message> table, std::size_t row, unsigned char language) {
-  const std::size_t index = std::min(row * 2 + language, table.size() * 2 - 1);
-  const Message& message = table[index / 2];
-  return index % 2 == 0 ? message.italian : message.english;
+  const std::size_t index = std::min(row * kLanguages + language, table.size() * kLanguages - 1);
+  const Message& message = table[index / kLanguages];
+  return index % kLanguages == 0 ? message.italian : message.english;
 }
 
 }  // namespace

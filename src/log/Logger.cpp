@@ -63,10 +63,12 @@ std::string prefix(const std::string& ident, std::uint32_t instance) {
          std::to_string(instance) + "l]: ";
 }
 
-// One write, so that the lines of concurrent contexts stay whole.
+// One write, so that the lines of concurrent contexts stay whole. The opening does not block, because a FIFO that
+// nobody reads would hold it for ever; the write does.
 void appendLine(const char* path, int flags, std::string_view line) {
-  const int descriptor = open(path, O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | flags, S_IRUSR | S_IWUSR);
+  const int descriptor = open(path, O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | flags, S_IRUSR | S_IWUSR);
   if (descriptor < 0) return;
+  fcntl(descriptor, F_SETFL, O_APPEND);
   while (write(descriptor, line.data(), line.size()) < 0 && errno == EINTR) {
   }
   close(descriptor);

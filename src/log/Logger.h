@@ -40,12 +40,17 @@ class Logger {
 void log(const Logger& logger, unsigned char level, unsigned long code, const char* format, ...);
 
 // The same for a catalogue row by its code, in the language of the moment; a null logger means no call. The row's own
-// conversions take the arguments; surplus ones stay unread.
+// conversions take the arguments; surplus ones stay unread. A language without a column brings the text of another row,
+// which is written as it stands: its conversions would take arguments that were not made for them.
 template <class... Arguments>
 void logRow(const Logger* logger, unsigned char level, unsigned long code, unsigned char language,
             Arguments... arguments) {
-  if (logger != nullptr && level <= logger->getLevel()) {
-    log(*logger, level, code, messageText(code, language), arguments...);
+  if (logger == nullptr || level > logger->getLevel()) return;
+  const char* text = messageText(code, language);
+  if (language < kLanguages) {
+    log(*logger, level, code, text, arguments...);
+  } else {
+    log(*logger, level, code, "%s", text);
   }
 }
 

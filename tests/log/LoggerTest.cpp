@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -59,10 +60,31 @@ TEST_F(LoggerTest, LevelsAndHostileTexts) {
   EXPECT_THAT(lines[1], testing::EndsWith(std::string(100000, 'x')));
 }
 
+// The neighbour's text may ask for arguments that its own code's call never had.
+TEST_F(LoggerTest, ALanguageWithoutAColumnBringsANeighboursTextAsItStands) {
+  Logger::start("x", nullptr, file_.c_str(), nullptr);
+  const Logger logger(Logger::kTrace);
+  std::vector<std::string> texts;
+  for (const auto& [base, table] : {std::pair(kErrorBase, errorMessages), {kInfoBase, infoMessages}}) {
+    for (unsigned long code = base; code < base + table.size(); ++code) {
+      const auto language = static_cast<unsigned char>(2 + code % 254);
+      logRow(&logger, Logger::kTrace, code, language);
+      texts.emplace_back(messageText(code, language));
+      std::ranges::replace(texts.back(), '\n', ' ');
+    }
+  }
+  const auto lines = linesOf(file_);
+  ASSERT_EQ(lines.size(), texts.size());
+  for (std::size_t i = 0; i < lines.size(); ++i) EXPECT_THAT(lines[i], testing::EndsWith("l]: " + texts[i]));
+}
+
 TEST_F(LoggerTest, FailuresAreSilentAndTheFileCanBeMovedAway) {
   Logger::start("x", nullptr, "/nonexistent/folder/log", nullptr);
   const Logger logger(Logger::kTrace);
   log(logger, Logger::kFailure, 5120, messageText(5120, 0));
+  ASSERT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
+  Logger::start("x", nullptr, (folder_ / "pipe").c_str(), nullptr);
+  log(logger, Logger::kFailure, 5120, "%s", "nobody reads the pipe, and nobody waits for that");
   Logger::start("x", nullptr, nullptr, nullptr);
   log(logger, Logger::kFailure, 5120, messageText(5120, 0));
   Logger::start("x", nullptr, file_.c_str(), nullptr);

@@ -12,15 +12,11 @@ namespace {
 
 constexpr std::uint32_t kWorkBufferSize = 4096;
 
-CryptoDevice* sharedDevice() {
-  return library().initialised ? library().cryptoDevice.get() : nullptr;
-}
-
 }  // namespace
 
 CACache::CACache()
     : logger_(contextLogger()),
-      cryptoDevice_(sharedDevice()),
+      cryptoDevice_(library().device()),
       semaphore_(&library().cryptoDeviceSemaphore),
       workBuffer_(cryptoDevice_, kWorkBufferSize),
       crlBuffer_(cryptoDevice_) {}

@@ -12,7 +12,7 @@ namespace keystrand {
 // The issuer's text goes to the log first, then the error.
 bool CACache::refuseCRL(const CertificateList& crl, std::int32_t code) {
   report_.errCode = code;
-  logMessage(Logger::kInformation, kCRLIssuer, crl.issuerView()->text().c_str());
+  if (logger_) logMessage(Logger::kInformation, kCRLIssuer, crl.issuerView()->text().c_str());
   logMessage(Logger::kFailure, static_cast<unsigned long>(code));
   return false;
 }

@@ -17,6 +17,14 @@ bool keepsExisting(std::int32_t source) {
   return (source & 0xFF) == kSourceKeepExisting;
 }
 
+// Whether the encoding is one of a certificate. An object that its setters left incomplete is none, and in the file of
+// the list it would make all other certificates unreadable too.
+bool comesBack(const Certificate& certificate) {
+  Buffer encoding;
+  certificate.put(encoding);
+  return Certificate().get(encoding) && encoding.atEnd();
+}
+
 }  // namespace
 
 bool CACache::insert(std::unique_ptr<Certificate> certificate, std::int32_t source,
@@ -111,6 +119,7 @@ bool CACache::addCertificateFile(const char* path) {
 }
 
 bool CACache::addCertificate(const Certificate& certificate, std::int32_t source) {
+  if (!comesBack(certificate)) return false;
   auto copy = copyOf(&certificate);
   const std::lock_guard lock(library().caMutex);
   return insert(std::move(copy), source, nullptr);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -53,6 +54,7 @@ class CRLTable {
  public:
   static constexpr int kRows = 2048;
 
+  // Changed under crlMutex, read by any thread: an update holds the mutex for as long as its network takes.
   [[nodiscard]] int count() const noexcept { return count_; }
   [[nodiscard]] CRLRow& row(int index) { return rows_[static_cast<std::size_t>(index)]; }
   // Row of a URI, ASCII case ignored; count() when there is none.
@@ -68,7 +70,7 @@ class CRLTable {
 
  private:
   std::array<CRLRow, kRows> rows_;
-  int count_ = 0;
+  std::atomic<int> count_{0};
 };
 
 }  // namespace keystrand

@@ -52,6 +52,8 @@ struct Library {
   std::unique_ptr<CryptoDevice> cryptoDevice;
   std::once_flag initialisation;
   std::atomic<bool> initialised{false};
+  // The device once cache_init has opened it, null before and after cache_finalize.
+  [[nodiscard]] CryptoDevice* device() const noexcept { return initialised ? cryptoDevice.get() : nullptr; }
 };
 
 Library& library();

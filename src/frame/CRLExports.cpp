@@ -1,6 +1,4 @@
 // The CRL table: its file, its search, the local CRLs of a context.
-#include <mutex>
-
 #include "cache/Library.h"
 #include "frame/Boundary.h"
 #include "keystrand/keystrand.h"
@@ -16,18 +14,15 @@ unsigned char cache_saveCRLCache(void* ctx) {
 }
 
 unsigned char cache_isCRLCacheLoaded() {
-  return guarded<unsigned char>(0, [] {
-    const std::lock_guard lock(library().crlMutex);
-    return library().crlTable.count() != 0;
-  });
+  return guarded<unsigned char>(0, [] { return library().crlTable.count() != 0; });
 }
 
 unsigned char cache_isCRLCacheModified() {
-  return library().crlCacheModified;
+  return guarded<unsigned char>(0, [] { return library().crlCacheModified.load(); });
 }
 
 void cache_clearCRLCacheModified() {
-  library().crlCacheModified = 0;
+  guardedVoid([] { library().crlCacheModified = 0; });
 }
 
 unsigned char cache_searchCRL(void* ctx, DistributionPointName* dp, int caRow, char* serial) {

@@ -46,7 +46,10 @@ void emptyTables() {
 
 void start(const char* caDir, const char* crlDir, const char* ident, const char* logFile) {
   emptyTables();
-  library().euTSLLocation = kEUTSLLocation;
+  {
+    const std::lock_guard lock(library().euTSLMutex);
+    library().euTSLLocation = kEUTSLLocation;
+  }
   settings().downloadMode = kFetchWhenDue;
   openDevice();
   Logger::start(ident, nullptr, logFile, nullptr);
@@ -101,7 +104,7 @@ void* cache_getContext() {
 }
 
 void* ocsp_getContext() {
-  return guarded<void*>(nullptr, [] { return new OCSPChecker(library().cryptoDevice.get(), deviceSemaphore()); });
+  return guarded<void*>(nullptr, [] { return new OCSPChecker(library().device(), deviceSemaphore()); });
 }
 
 void cache_releaseContext(void* ctx) {
@@ -113,5 +116,5 @@ void ocsp_releaseContext(void* ctx) {
 }
 
 Semaphore* cache_getCryptoDeviceSemaphore() {
-  return deviceSemaphore();
+  return guarded<Semaphore*>(nullptr, deviceSemaphore);
 }

@@ -165,10 +165,19 @@ TEST_F(CAList, WhatIsNoCertificateIsRefusedWithOneMessage) {
   }
 }
 
-TEST_F(CAList, AnObjectWithoutNamesIsRefused) {
-  EXPECT_FALSE(context->addCertificate(Certificate(), kSourceAdded));
-  EXPECT_FALSE(context->removeEntry(Certificate()));
+// Taken into the list it would go into the file too, and a reader of the file would give up at it.
+TEST_F(CAList, AnObjectThatIsNoWholeCertificateIsRefused) {
+  const auto whole = decoded(makeCA());
+  Certificate incomplete;
+  EXPECT_FALSE(context->addCertificate(incomplete, kSourceAdded)) << "no names";
+  EXPECT_FALSE(context->removeEntry(incomplete));
+  incomplete.setSubject(whole->subjectView());
+  incomplete.setIssuer(whole->issuerView());
+  EXPECT_FALSE(context->addCertificate(incomplete, kSourceAdded)) << "names alone";
+  whole->setSubjectPublicKeyInfo(nullptr);
+  EXPECT_FALSE(context->addCertificate(*whole, kSourceAdded)) << "all but the key";
   EXPECT_EQ(context->rowCount(), 0);
+  EXPECT_THAT(logged(), IsEmpty());
 }
 
 TEST_F(CAList, AddingAListKeepsWhatIsThereAndWarnsOfECKeys) {

@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <mutex>
 #include <thread>
 
+#include "cache/Library.h"
 #include "support/Client.h"
 
 namespace keystrand::test {
@@ -59,7 +61,7 @@ TEST(LifeCycle, WithoutACRLFolderBothFilesShareOne) {
 TEST(LifeCycle, AfterTheEndANewContextFailsAndTheLibraryDoesNotStartAgain) {
   const TempFolder folder;
   ASSERT_TRUE(initialise(folder.path()));
-  cache_releaseContext(cache_getContext());
+  const auto early = std::make_unique<Client>();  // released when the device that it was made with is gone
   cache_finalize();
   cache_finalize();
   EXPECT_TRUE(initialise(folder.path()));
@@ -120,6 +122,13 @@ TEST(Settings, SurviveTheStartButForTheDownloadMode) {
   // Mode 4 would add no row: that the failed download leaves one shows that the start set the mode again.
   EXPECT_EQ(client.search({"http://127.0.0.1:9/x.crl"}, "01"), -5137);
   EXPECT_EQ(cache_isCRLCacheLoaded(), 1);
+}
+
+// An update of all CRLs holds the table's mutex for as long as the network takes.
+TEST(Settings, AskingForTheStateOfTheCRLCacheWaitsForNobody) {
+  const std::lock_guard update(library().crlMutex);
+  EXPECT_EQ(cache_isCRLCacheLoaded() + cache_isCRLCacheModified(), 0);
+  cache_clearCRLCacheModified();
 }
 
 TEST(Settings, NoSOCKSEntriesAreCutInPlaceOnlyWithAMask) {

@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")"
 scripts/install-dependencies.sh build demo
 
-echo "== Building"
+echo "== Building (some minutes the first time)"
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 cmake -S . -B build-demo -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build build-demo --target ask_revocation -- --quiet

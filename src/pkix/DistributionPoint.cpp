@@ -1,7 +1,5 @@
 #include "keystrand/pkix/DistributionPoint.h"
 
-#include <algorithm>
-
 #include "der/Octets.h"
 #include "der/Reading.h"
 #include "pkix/WrappedName.h"
@@ -12,6 +10,7 @@ namespace keystrand {
 namespace {
 constexpr unsigned char kReasons = 0x81;
 constexpr unsigned char kCRLIssuer = 0xA2;
+constexpr unsigned char kEveryReason = 0xFF;
 }  // namespace
 
 owner<DistributionPoint*> DistributionPoint::clone() const {
@@ -35,12 +34,11 @@ void DistributionPoint::setDistributionPoint(const DistributionPointName* name) 
 
 // The flags in use need two octets. Of a longer string the first four are kept, and all their bits count.
 void DistributionPoint::setReasons(std::span<const unsigned char> flags, unsigned char unusedBits) {
-  const auto kept = flags.first(std::min(flags.size(), reasons_.size()));
-  reasons_.fill(0xFF);
-  std::ranges::copy(kept, reasons_.begin());
+  for (std::size_t i = 0; i < reasons_.size(); ++i) reasons_[i] = i < flags.size() ? flags[i] : kEveryReason;
+  const bool whole = flags.size() <= reasons_.size();
   reasonsPresent_ = true;
-  reasonsLength_ = static_cast<std::uint32_t>(kept.size());
-  reasonsUnusedBits_ = kept.size() == flags.size() ? unusedBits : static_cast<unsigned char>(0);
+  reasonsLength_ = static_cast<std::uint32_t>(whole ? flags.size() : reasons_.size());
+  reasonsUnusedBits_ = whole ? unusedBits : static_cast<unsigned char>(0);
 }
 
 owner<GeneralNameList*> DistributionPoint::cRLIssuer() const {

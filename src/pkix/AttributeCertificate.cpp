@@ -1,8 +1,7 @@
 #include "keystrand/pkix/AttributeCertificate.h"
 
-#include "der/Reading.h"
+#include "pkix/Parts.h"
 #include "pkix/Signed.h"
-#include "support/Memory.h"
 
 namespace keystrand {
 
@@ -19,8 +18,7 @@ owner<AttributeCertificate*> AttributeCertificate::clone() const {
 }
 
 std::uint32_t AttributeCertificate::contentSize(const Buffer& buffer) const {
-  return info_.size() + (signatureAlgorithm_ ? signatureAlgorithm_->size(buffer) : 0) +
-         (signature_ ? signature_->size(buffer) : 0);
+  return info_.size() + sizePart(signatureAlgorithm_, buffer) + sizePart(signature_, buffer);
 }
 
 std::uint32_t AttributeCertificate::size(const Buffer& buffer) const {
@@ -30,8 +28,8 @@ std::uint32_t AttributeCertificate::size(const Buffer& buffer) const {
 void AttributeCertificate::put(Buffer& buffer) const {
   buffer.putSequence(contentSize(buffer));
   if (info_.present()) buffer.putBytes(info_.data(), info_.size());
-  if (signatureAlgorithm_) signatureAlgorithm_->put(buffer);
-  if (signature_) signature_->put(buffer);
+  putPart(signatureAlgorithm_, buffer);
+  putPart(signature_, buffer);
 }
 
 bool AttributeCertificate::get(SecureBuffer& buffer) {

@@ -1,8 +1,7 @@
 #include "keystrand/pkix/Certificate.h"
 
-#include "der/Reading.h"
+#include "pkix/Parts.h"
 #include "pkix/Signed.h"
-#include "support/Memory.h"
 
 namespace keystrand {
 
@@ -19,8 +18,7 @@ owner<Certificate*> Certificate::clone() const {
 }
 
 std::uint32_t Certificate::contentSize(const Buffer& buffer) const {
-  return (info_ ? info_->size(buffer) : 0) + (signatureAlgorithm_ ? signatureAlgorithm_->size(buffer) : 0) +
-         (signature_ ? signature_->size(buffer) : 0);
+  return sizePart(info_, buffer) + sizePart(signatureAlgorithm_, buffer) + sizePart(signature_, buffer);
 }
 
 std::uint32_t Certificate::size(const Buffer& buffer) const {
@@ -29,9 +27,9 @@ std::uint32_t Certificate::size(const Buffer& buffer) const {
 
 void Certificate::put(Buffer& buffer) const {
   buffer.putSequence(contentSize(buffer));
-  if (info_) info_->put(buffer);
-  if (signatureAlgorithm_) signatureAlgorithm_->put(buffer);
-  if (signature_) signature_->put(buffer);
+  putPart(info_, buffer);
+  putPart(signatureAlgorithm_, buffer);
+  putPart(signature_, buffer);
 }
 
 bool Certificate::get(Buffer& buffer) {

@@ -1,7 +1,6 @@
 #include "der/Octets.h"
-#include "der/Reading.h"
 #include "keystrand/pkix/Certificate.h"
-#include "support/Memory.h"
+#include "pkix/Parts.h"
 
 namespace keystrand {
 
@@ -26,16 +25,6 @@ std::uint32_t sizeUniqueID(const Buffer& buffer, const OctetValue& id) {
 
 void putUniqueID(Buffer& buffer, const OctetValue& id, unsigned char tag) {
   if (id.present()) buffer.putBitString(id.data(), id.size(), 0, tag);
-}
-
-template <class T>
-std::uint32_t sizeOf(const Buffer& buffer, const T& part) {
-  return part ? part->size(buffer) : 0;
-}
-
-template <class T>
-void putPart(Buffer& buffer, const T& part) {
-  if (part) part->put(buffer);
 }
 
 }  // namespace
@@ -85,15 +74,11 @@ void CertificateInfo::setIssuer(const Name* name) {
 }
 
 owner<Validity*> CertificateInfo::validity() const {
-  return validity_ ? validity_->clone() : nullptr;
+  return cloneOf(validity_);
 }
 
 void CertificateInfo::setValidity(const Validity* validity) {
-  if (validity != nullptr) {
-    validity_ = *validity;
-  } else {
-    validity_.reset();
-  }
+  validity_ = valueOf(validity);
 }
 
 owner<Name*> CertificateInfo::subject() const {
@@ -121,14 +106,15 @@ void CertificateInfo::setExtensions(const ExtensionList* list) {
 }
 
 std::uint32_t CertificateInfo::contentSize(const Buffer& buffer) const {
-  std::uint32_t n = serialNumber_.size(buffer) + sizeOf(buffer, signature_) + sizeOf(buffer, issuer_) +
-                    sizeOf(buffer, validity_) + sizeOf(buffer, subject_) + sizeOf(buffer, subjectPublicKeyInfo_) +
-                    sizeUniqueID(buffer, issuerUniqueID_) + sizeUniqueID(buffer, subjectUniqueID_);
+  std::uint32_t n = 0;
   if (writesVersion()) {
     const std::uint32_t version = buffer.sizeInteger(static_cast<std::int32_t>(version_));
-    n += buffer.sizeHeader(kVersion, version) + version;
+    n = buffer.sizeHeader(kVersion, version) + version;
   }
-  return extensions_ ? n + sizeWrapped(*extensions_, buffer, kExtensions) : n;
+  return n + serialNumber_.size(buffer) + sizePart(signature_, buffer) + sizePart(issuer_, buffer) +
+         sizePart(validity_, buffer) + sizePart(subject_, buffer) + sizePart(subjectPublicKeyInfo_, buffer) +
+         sizeUniqueID(buffer, issuerUniqueID_) + sizeUniqueID(buffer, subjectUniqueID_) +
+         sizeWrappedPart(extensions_, buffer, kExtensions);
 }
 
 std::uint32_t CertificateInfo::size(const Buffer& buffer) const {
@@ -142,14 +128,14 @@ void CertificateInfo::put(Buffer& buffer) const {
     buffer.putInteger(static_cast<std::int32_t>(version_));
   }
   serialNumber_.put(buffer);
-  putPart(buffer, signature_);
-  putPart(buffer, issuer_);
-  putPart(buffer, validity_);
-  putPart(buffer, subject_);
-  putPart(buffer, subjectPublicKeyInfo_);
+  putPart(signature_, buffer);
+  putPart(issuer_, buffer);
+  putPart(validity_, buffer);
+  putPart(subject_, buffer);
+  putPart(subjectPublicKeyInfo_, buffer);
   putUniqueID(buffer, issuerUniqueID_, kIssuerUniqueID);
   putUniqueID(buffer, subjectUniqueID_, kSubjectUniqueID);
-  if (extensions_) putWrapped(*extensions_, buffer, kExtensions);
+  putWrappedPart(extensions_, buffer, kExtensions);
 }
 
 // TBSCertificate, RFC 5280 section 4.1.

@@ -2,9 +2,8 @@
 
 #include <utility>
 
-#include "der/Reading.h"
+#include "pkix/Parts.h"
 #include "pkix/Signed.h"
-#include "support/Memory.h"
 
 namespace keystrand {
 
@@ -74,8 +73,7 @@ const ExtensionList* CertificateList::crlExtensionsView() const noexcept {
 }
 
 std::uint32_t CertificateList::contentSize(const Buffer& buffer) const {
-  return (info_ ? info_->size(buffer) : 0) + (signatureAlgorithm_ ? signatureAlgorithm_->size(buffer) : 0) +
-         (signature_ ? signature_->size(buffer) : 0);
+  return sizePart(info_, buffer) + sizePart(signatureAlgorithm_, buffer) + sizePart(signature_, buffer);
 }
 
 std::uint32_t CertificateList::size(const Buffer& buffer) const {
@@ -84,9 +82,9 @@ std::uint32_t CertificateList::size(const Buffer& buffer) const {
 
 void CertificateList::put(Buffer& buffer) const {
   buffer.putSequence(contentSize(buffer));
-  if (info_) info_->put(buffer);
-  if (signatureAlgorithm_) signatureAlgorithm_->put(buffer);
-  if (signature_) signature_->put(buffer);
+  putPart(info_, buffer);
+  putPart(signatureAlgorithm_, buffer);
+  putPart(signature_, buffer);
 }
 
 bool CertificateList::get(Buffer& buffer) {

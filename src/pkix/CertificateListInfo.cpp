@@ -1,21 +1,13 @@
 #include "keystrand/pkix/CertificateListInfo.h"
 
-#include "der/Reading.h"
-#include "support/Memory.h"
+#include "pkix/Parts.h"
 
 namespace keystrand {
 namespace {
 
 constexpr unsigned char kInteger = 2;
-constexpr unsigned char kExtensionsTag = 0xA0;
-
-owner<X500Time*> cloneOf(const std::optional<X500Time>& time) {
-  return time ? time->clone() : nullptr;
-}
-
-std::optional<X500Time> copyOf(const X500Time* time) {
-  return time != nullptr ? std::optional(*time) : std::nullopt;
-}
+constexpr unsigned char kCrlExtensions = 0xA0;
+constexpr std::int32_t kNoVersion = -1;
 
 }  // namespace
 
@@ -25,61 +17,53 @@ CertificateListInfo::~CertificateListInfo() = default;
 owner<CertificateListInfo*> CertificateListInfo::clone() const {
   auto copy = std::make_unique<CertificateListInfo>();
   copy->version_ = version_;
-  copy->signature_.reset(keystrand::cloneOf(signature_));
-  copy->issuer_.reset(keystrand::cloneOf(issuer_));
+  copy->signature_ = copyOf(signature_.get());
+  copy->issuer_ = copyOf(issuer_.get());
   copy->thisUpdate_ = thisUpdate_;
   copy->nextUpdate_ = nextUpdate_;
-  copy->revokedCertificates_.reset(keystrand::cloneOf(revokedCertificates_));
-  copy->crlExtensions_.reset(keystrand::cloneOf(crlExtensions_));
+  copy->revokedCertificates_ = copyOf(revokedCertificates_.get());
+  copy->crlExtensions_ = copyOf(crlExtensions_.get());
   return copy.release();
 }
 
 owner<AlgorithmIdentifier*> CertificateListInfo::signatureAlgorithm() const {
-  return keystrand::cloneOf(signature_);
+  return cloneOf(signature_);
 }
 void CertificateListInfo::setSignatureAlgorithm(const AlgorithmIdentifier* algorithm) {
-  signature_ = keystrand::copyOf(algorithm);
+  signature_ = copyOf(algorithm);
 }
 owner<Name*> CertificateListInfo::issuer() const {
-  return keystrand::cloneOf(issuer_);
+  return cloneOf(issuer_);
 }
 void CertificateListInfo::setIssuer(const Name* name) {
-  issuer_ = keystrand::copyOf(name);
+  issuer_ = copyOf(name);
 }
 owner<X500Time*> CertificateListInfo::thisUpdate() const {
   return cloneOf(thisUpdate_);
 }
 void CertificateListInfo::setThisUpdate(const X500Time* time) {
-  thisUpdate_ = copyOf(time);
+  thisUpdate_ = valueOf(time);
 }
 owner<X500Time*> CertificateListInfo::nextUpdate() const {
   return cloneOf(nextUpdate_);
 }
 void CertificateListInfo::setNextUpdate(const X500Time* time) {
-  nextUpdate_ = copyOf(time);
+  nextUpdate_ = valueOf(time);
 }
 void CertificateListInfo::setRevokedCertificates(const RevokedCertificateList* list) {
-  revokedCertificates_ = keystrand::copyOf(list);
+  revokedCertificates_ = copyOf(list);
 }
 owner<ExtensionList*> CertificateListInfo::crlExtensions() const {
-  return keystrand::cloneOf(crlExtensions_);
+  return cloneOf(crlExtensions_);
 }
 void CertificateListInfo::setCrlExtensions(const ExtensionList* list) {
-  crlExtensions_ = keystrand::copyOf(list);
+  crlExtensions_ = copyOf(list);
 }
 
 std::uint32_t CertificateListInfo::contentSize(const Buffer& buffer) const {
-  std::uint32_t size = version_ != -1 ? buffer.sizeInteger(version_) : 0;
-  if (signature_) size += signature_->size(buffer);
-  if (issuer_) size += issuer_->size(buffer);
-  if (thisUpdate_) size += thisUpdate_->size(buffer);
-  if (nextUpdate_) size += nextUpdate_->size(buffer);
-  if (revokedCertificates_) size += revokedCertificates_->size(buffer);
-  if (crlExtensions_) {
-    const std::uint32_t inner = crlExtensions_->size(buffer);
-    size += buffer.sizeHeader(kExtensionsTag, inner) + inner;
-  }
-  return size;
+  return (version_ != kNoVersion ? buffer.sizeInteger(version_) : 0) + sizePart(signature_, buffer) +
+         sizePart(issuer_, buffer) + sizePart(thisUpdate_, buffer) + sizePart(nextUpdate_, buffer) +
+         sizePart(revokedCertificates_, buffer) + sizeWrappedPart(crlExtensions_, buffer, kCrlExtensions);
 }
 
 std::uint32_t CertificateListInfo::size(const Buffer& buffer) const {
@@ -88,20 +72,17 @@ std::uint32_t CertificateListInfo::size(const Buffer& buffer) const {
 
 void CertificateListInfo::put(Buffer& buffer) const {
   buffer.putSequence(contentSize(buffer));
-  if (version_ != -1) buffer.putInteger(version_);
-  if (signature_) signature_->put(buffer);
-  if (issuer_) issuer_->put(buffer);
-  if (thisUpdate_) thisUpdate_->put(buffer);
-  if (nextUpdate_) nextUpdate_->put(buffer);
-  if (revokedCertificates_) revokedCertificates_->put(buffer);
-  if (crlExtensions_) {
-    buffer.putHeader(kExtensionsTag, crlExtensions_->size(buffer));
-    crlExtensions_->put(buffer);
-  }
+  if (version_ != kNoVersion) buffer.putInteger(version_);
+  putPart(signature_, buffer);
+  putPart(issuer_, buffer);
+  putPart(thisUpdate_, buffer);
+  putPart(nextUpdate_, buffer);
+  putPart(revokedCertificates_, buffer);
+  putWrappedPart(crlExtensions_, buffer, kCrlExtensions);
 }
 
 bool CertificateListInfo::getVersion(Buffer& in) {
-  version_ = -1;
+  version_ = kNoVersion;
   unsigned char tag = 0;
   std::uint32_t n = 0;
   return in.peekHeader(tag, n) && (tag != kInteger || in.getInteger(version_));
@@ -118,9 +99,8 @@ bool CertificateListInfo::getRevokedCertificates(Buffer& in) {
 }
 
 bool CertificateListInfo::getCrlExtensions(Buffer& in) {
-  unsigned char tag = nextTag(in);
-  std::uint32_t n = 0;
-  return tag != kExtensionsTag || (in.getHeader(tag, n) && getNew(crlExtensions_, in));
+  Element wrapper;
+  return nextTag(in) != kCrlExtensions || (wrapper.open(in, kCrlExtensions) && getNew(crlExtensions_, in));
 }
 
 // RFC 5280 section 5.1.2. The body may end before each of the optional elements. An unknown one at such a place is

@@ -1,9 +1,8 @@
 #include "keystrand/pkix/DistributionPoint.h"
 
 #include "der/Octets.h"
-#include "der/Reading.h"
+#include "pkix/Parts.h"
 #include "pkix/WrappedName.h"
-#include "support/Memory.h"
 
 namespace keystrand {
 
@@ -50,8 +49,8 @@ void DistributionPoint::setCRLIssuer(const GeneralNameList* names) {
 }
 
 std::uint32_t DistributionPoint::contentSize(const Buffer& buffer) const {
-  return sizeWrappedName(distributionPoint_, buffer) + (reasonsPresent_ ? buffer.sizeBitString(reasonsLength_) : 0) +
-         (cRLIssuer_ ? cRLIssuer_->size(buffer, kCRLIssuer) : 0);
+  return sizeWrappedPart(distributionPoint_, buffer, kWrappedName) +
+         (reasonsPresent_ ? buffer.sizeBitString(reasonsLength_) : 0) + sizePart(cRLIssuer_, buffer, kCRLIssuer);
 }
 
 std::uint32_t DistributionPoint::size(const Buffer& buffer) const {
@@ -60,9 +59,9 @@ std::uint32_t DistributionPoint::size(const Buffer& buffer) const {
 
 void DistributionPoint::put(Buffer& buffer) const {
   buffer.putSequence(contentSize(buffer));
-  putWrappedName(distributionPoint_, buffer);
+  putWrappedPart(distributionPoint_, buffer, kWrappedName);
   if (reasonsPresent_) buffer.putBitString(reasons_.data(), reasonsLength_, reasonsUnusedBits_, kReasons);
-  if (cRLIssuer_) cRLIssuer_->put(buffer, kCRLIssuer);
+  putPart(cRLIssuer_, buffer, kCRLIssuer);
 }
 
 bool DistributionPoint::get(Buffer& buffer) {

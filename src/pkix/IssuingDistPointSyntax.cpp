@@ -1,7 +1,7 @@
 #include "der/Octets.h"
 #include "keystrand/pkix/DistributionPoint.h"
+#include "pkix/Parts.h"
 #include "pkix/WrappedName.h"
-#include "support/Memory.h"
 
 namespace keystrand {
 
@@ -58,7 +58,7 @@ void IssuingDistPointSyntax::setOnlySomeReasons(const unsigned char* flags, std:
 }
 
 std::uint32_t IssuingDistPointSyntax::contentSize(const Buffer& buffer) const {
-  return sizeWrappedName(distributionPoint_, buffer) + sizeFlag(onlyContainsUserCerts_, buffer) +
+  return sizeWrappedPart(distributionPoint_, buffer, kWrappedName) + sizeFlag(onlyContainsUserCerts_, buffer) +
          sizeFlag(onlyContainsCACerts_, buffer) +
          (onlySomeReasons_.present() ? buffer.sizeBitString(onlySomeReasons_.size()) : 0) +
          sizeFlag(indirectCRL_, buffer) + sizeFlag(onlyContainsAttributeCerts_, buffer);
@@ -70,7 +70,7 @@ std::uint32_t IssuingDistPointSyntax::size(const Buffer& buffer) const {
 
 void IssuingDistPointSyntax::put(Buffer& buffer) const {
   buffer.putSequence(contentSize(buffer));
-  putWrappedName(distributionPoint_, buffer);
+  putWrappedPart(distributionPoint_, buffer, kWrappedName);
   putFlag(onlyContainsUserCerts_, buffer, kOnlyContainsUserCerts);
   putFlag(onlyContainsCACerts_, buffer, kOnlyContainsCACerts);
   if (onlySomeReasons_.present()) {

@@ -1,8 +1,7 @@
 #include "der/ConstantOID.h"
 #include "der/Octets.h"
-#include "der/Reading.h"
 #include "keystrand/pkix/GeneralName.h"
-#include "support/Memory.h"
+#include "pkix/Parts.h"
 
 namespace keystrand {
 
@@ -19,11 +18,7 @@ bool OtherName::isGUID() const {
 }
 
 void OtherName::setUPN(const UTF8* upn) {
-  if (upn != nullptr) {
-    upn_ = *upn;
-  } else {
-    upn_.reset();
-  }
+  upn_ = valueOf(upn);
 }
 
 owner<unsigned char*> OtherName::guid() const {

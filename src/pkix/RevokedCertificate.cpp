@@ -1,7 +1,6 @@
 #include "keystrand/pkix/RevokedCertificate.h"
 
-#include "der/Element.h"
-#include "support/Memory.h"
+#include "pkix/Parts.h"
 
 namespace keystrand {
 
@@ -14,7 +13,7 @@ owner<RevokedCertificate*> RevokedCertificate::clone() const {
   auto copy = std::make_unique<RevokedCertificate>();
   copy->userCertificate_ = userCertificate_;
   copy->revocationDate_ = revocationDate_;
-  copy->crlEntryExtensions_.reset(cloneOf(crlEntryExtensions_));
+  copy->crlEntryExtensions_ = copyOf(crlEntryExtensions_.get());
   return copy.release();
 }
 
@@ -27,11 +26,11 @@ owner<char*> RevokedCertificate::serialText(int base) const {
 }
 
 owner<X500Time*> RevokedCertificate::revocationDate() const {
-  return revocationDate_ ? revocationDate_->clone() : nullptr;
+  return cloneOf(revocationDate_);
 }
 
 void RevokedCertificate::setRevocationDate(const X500Time* time) {
-  revocationDate_ = time != nullptr ? std::optional(*time) : std::nullopt;
+  revocationDate_ = valueOf(time);
 }
 
 owner<ExtensionList*> RevokedCertificate::extensions() const {
@@ -43,8 +42,7 @@ void RevokedCertificate::setExtensions(const ExtensionList* list) {
 }
 
 std::uint32_t RevokedCertificate::contentSize(const Buffer& buffer) const {
-  return userCertificate_.size(buffer) + (revocationDate_ ? revocationDate_->size(buffer) : 0) +
-         (crlEntryExtensions_ ? crlEntryExtensions_->size(buffer) : 0);
+  return userCertificate_.size(buffer) + sizePart(revocationDate_, buffer) + sizePart(crlEntryExtensions_, buffer);
 }
 
 std::uint32_t RevokedCertificate::size(const Buffer& buffer) const {
@@ -54,8 +52,8 @@ std::uint32_t RevokedCertificate::size(const Buffer& buffer) const {
 void RevokedCertificate::put(Buffer& buffer) const {
   buffer.putSequence(contentSize(buffer));
   userCertificate_.put(buffer);
-  if (revocationDate_) revocationDate_->put(buffer);
-  if (crlEntryExtensions_) crlEntryExtensions_->put(buffer);
+  putPart(revocationDate_, buffer);
+  putPart(crlEntryExtensions_, buffer);
 }
 
 // Content behind the extensions of the definite form is left where it is: the list reads it as its next entry.
@@ -64,10 +62,7 @@ bool RevokedCertificate::get(Buffer& buffer) {
   Element entry;
   if (!entry.openAny(buffer, kSequence) || !userCertificate_.get(buffer)) return false;
   if (!revocationDate_.emplace().get(buffer)) return false;
-  if (!entry.atEnd(buffer)) {
-    crlEntryExtensions_ = std::make_unique<ExtensionList>();
-    if (!crlEntryExtensions_->get(buffer)) return false;
-  }
+  if (!entry.atEnd(buffer) && !getNew(crlEntryExtensions_, buffer)) return false;
   return entry.definite || buffer.getEndOfContents();
 }
 

@@ -1,36 +1,26 @@
-#include "der/Reading.h"
 #include "keystrand/pkix/Certificate.h"
+#include "pkix/Parts.h"
 
 namespace keystrand {
 
-namespace {
-void store(std::optional<X500Time>& part, const X500Time* time) {
-  if (time != nullptr) {
-    part = *time;
-  } else {
-    part.reset();
-  }
-}
-}  // namespace
-
 owner<X500Time*> Validity::notBefore() const {
-  return notBefore_ ? notBefore_->clone() : nullptr;
+  return cloneOf(notBefore_);
 }
 
 owner<X500Time*> Validity::notAfter() const {
-  return notAfter_ ? notAfter_->clone() : nullptr;
+  return cloneOf(notAfter_);
 }
 
 void Validity::setNotBefore(const X500Time* time) {
-  store(notBefore_, time);
+  notBefore_ = valueOf(time);
 }
 
 void Validity::setNotAfter(const X500Time* time) {
-  store(notAfter_, time);
+  notAfter_ = valueOf(time);
 }
 
 std::uint32_t Validity::contentSize(const Buffer& buffer) const {
-  return (notBefore_ ? notBefore_->size(buffer) : 0) + (notAfter_ ? notAfter_->size(buffer) : 0);
+  return sizePart(notBefore_, buffer) + sizePart(notAfter_, buffer);
 }
 
 std::uint32_t Validity::size(const Buffer& buffer) const {
@@ -39,8 +29,8 @@ std::uint32_t Validity::size(const Buffer& buffer) const {
 
 void Validity::put(Buffer& buffer) const {
   buffer.putSequence(contentSize(buffer));
-  if (notBefore_) notBefore_->put(buffer);
-  if (notAfter_) notAfter_->put(buffer);
+  putPart(notBefore_, buffer);
+  putPart(notAfter_, buffer);
 }
 
 bool Validity::get(Buffer& buffer) {

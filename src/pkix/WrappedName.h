@@ -11,14 +11,6 @@ namespace keystrand {
 
 constexpr unsigned char kWrappedName = 0xA0;
 
-inline std::uint32_t sizeWrappedName(const std::unique_ptr<DistributionPointName>& name, const Buffer& buffer) {
-  return name ? sizeWrapped(*name, buffer, kWrappedName) : 0;
-}
-
-inline void putWrappedName(const std::unique_ptr<DistributionPointName>& name, Buffer& buffer) {
-  if (name) putWrapped(*name, buffer, kWrappedName);
-}
-
 // A name of an unknown form comes out empty and is passed over, so that what follows it is still read.
 inline bool getWrappedName(std::unique_ptr<DistributionPointName>& name, Buffer& in) {
   Element wrapper;

@@ -22,11 +22,14 @@ void putOctets(Buffer& buffer, const OctetValue& octets) {
   buffer.putOctetString(octets.data(), octets.size());
 }
 
+// Of segments in the definite form the first is read, with the length of all. A string that so becomes longer than what
+// it took is refused: what stands behind the first segment could claim the same room again, and be many.
 bool getOctets(Buffer& buffer, OctetValue& octets) {
+  const std::uint32_t start = buffer.readPosition();
   unsigned char* bytes = nullptr;
   std::uint32_t n = 0;
   const bool read = buffer.getOctetString(bytes, n);
-  return take(octets, read, bytes, n, false);
+  return take(octets, read, bytes, n, false) && n <= buffer.readPosition() - start;
 }
 
 bool getOctets(Buffer& buffer, OctetValue& octets, unsigned char tag) {

@@ -9,7 +9,8 @@
 
 namespace keystrand {
 
-// OCTET STRING (X.690 8.7) in any of its forms. An absent one stands as NULL on the wire.
+// OCTET STRING (X.690 8.7) in any of its forms; one of several segments in the definite form is refused. An absent one
+// stands as NULL on the wire.
 std::uint32_t sizeOctets(const Buffer& buffer, const OctetValue& octets);
 void putOctets(Buffer& buffer, const OctetValue& octets);
 bool getOctets(Buffer& buffer, OctetValue& octets);

@@ -57,13 +57,8 @@ void ExtensionList::put(Buffer& buffer) const {
   for (const Extension& extension : items_) extension.put(buffer);
 }
 
-// Of a value in segments, the first is read and the length is that of all. An extension whose value is longer than what
-// it took would let a few octets ask for much memory; what stands behind that segment is no extension anyway.
 bool ExtensionList::get(Buffer& buffer) {
-  return getElements(buffer, kSequence, items_, [&buffer](Extension& extension) {
-    const std::uint32_t start = buffer.readPosition();
-    return extension.get(buffer) && extension.length() <= buffer.readPosition() - start;
-  });
+  return getElements(buffer, kSequence, items_);
 }
 
 }  // namespace keystrand

@@ -60,13 +60,12 @@ bool OtherName::get(Buffer& buffer, unsigned char tag) {
   upn_.reset();
   guid_.clear();
   return openWhole(body, buffer, tag) && buffer.getOID(typeId_.emplace()) && openWhole(value, buffer, kValue) &&
-         (value.atEnd(buffer) ? !isUPN() && !isGUID() : getValue(buffer, value.left(buffer))) && close(body, buffer);
+         (value.atEnd(buffer) ? !isUPN() && !isGUID() : getValue(buffer)) && close(body, buffer);
 }
 
-// Octets in segments count with the length that they announce, which is not to be more than there is room for.
-bool OtherName::getValue(Buffer& buffer, std::uint64_t room) {
+bool OtherName::getValue(Buffer& buffer) {
   if (isUPN()) return upn_.emplace().get(buffer);
-  return !isGUID() || (getOctets(buffer, guid_) && guid_.size() <= room);
+  return !isGUID() || getOctets(buffer, guid_);
 }
 
 }  // namespace keystrand

@@ -55,6 +55,7 @@ TEST(Extension, RefusesWhatIsNone) {
            Row{"a BOOLEAN of two octets", "300D 0603551D0F 0102FFFF 04020500"},
            Row{"a value of another type", "3009 0603551D0F 0C020500"},
            Row{"nothing behind the identifier", "3005 0603551D0F"},
+           Row{"two segments of definite length", "300D 0603551D0F 2406 0401AA 0401BB"},
            Row{"a value longer than the data", "3009 0603551D0F 0484FFFFFFFF 0500"},
        }) {
     Extension extension;

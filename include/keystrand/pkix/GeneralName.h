@@ -45,7 +45,7 @@ class KEYSTRAND_API OtherName {
   [[nodiscard]] bool isGUID() const;
   [[nodiscard]] std::uint32_t valueSize(const Buffer& buffer) const;
   [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
-  bool getValue(Buffer& buffer, std::uint64_t room);
+  bool getValue(Buffer& buffer);
 
   std::optional<OID> typeId_;
   std::optional<UTF8> upn_;

@@ -1,7 +1,6 @@
 // Names, from their encoding and from their comma form: what was read is written with the size announced and read back
 // as it was, a name equals its copy, and both roads of the label table give the same text.
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -23,13 +22,6 @@ using keystrand::Name;
 using keystrand::RelativeDistinguishedName;
 using keystrand::fuzz::require;
 using Bytes = std::vector<unsigned char>;
-
-// The table at an address of its own, where no one knows it by.
-std::array<const char*, kAttributeCount> copiedIdentifiers() {
-  std::array<const char*, kAttributeCount> copy{};
-  std::copy_n(kAttributeIdentifiers, kAttributeCount, copy.begin());
-  return copy;
-}
 
 template <class Holds>
 bool everyAttribute(const Name& name, Holds holds) {
@@ -70,13 +62,13 @@ void equalsItsCopy(const Name& name) {
 }
 
 void textsAgree(const Name& name) {
-  static const auto identifiers = copiedIdentifiers();
+  static const auto identifiers = keystrand::kAttributeIdentifiers;  // at an address where no one knows it by
   const std::string own = name.text();
-  const std::unique_ptr<char[]> looked(name.toText(identifiers.data(), kAttributeLabels, kAttributeCount));
+  const std::unique_ptr<char[]> looked(name.toText(identifiers.data(), kAttributeLabels.data(), kAttributeCount));
   require(own == looked.get(), "both roads of the table give one text");
   const std::unique_ptr<char[]> lines(name.toPrintableUTF8());
-  const std::unique_ptr<char[]> elements(name.toXML(identifiers.data(), kAttributeLabels, 3));
-  const std::unique_ptr<char[]> keys(name.toAttributes(identifiers.data(), kAttributeLabels, kAttributeCount));
+  const std::unique_ptr<char[]> elements(name.toXML(identifiers.data(), kAttributeLabels.data(), 3));
+  const std::unique_ptr<char[]> keys(name.toAttributes(identifiers.data(), kAttributeLabels.data(), kAttributeCount));
   require(lines && elements && keys, "every text form is there");
 }
 
@@ -104,7 +96,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   check(read);
   Name parsed;
   const std::string text(data, data + size);
-  require(parsed.setText(text.c_str(), keystrand::kUTF8String, kAttributeLabels, kAttributeIdentifiers,
+  require(parsed.setText(text.c_str(), keystrand::kUTF8String, kAttributeLabels.data(), kAttributeIdentifiers.data(),
                          kAttributeCount) == (parsed.listView() != nullptr),
           "a text yields a name or none");
   // a text may name arcs that a subidentifier of 32 bits does not hold: what was read back is what has to stay

@@ -9,111 +9,59 @@
 
 namespace keystrand {
 
-constexpr const char* const kAttributeIdentifiers[kAttributeCount] = {
-    "2.5.4.6",
-    "2.5.4.10",
-    "2.5.4.11",
-    "2.5.4.8",
-    "2.5.4.7",
-    "2.5.4.3",
-    "2.5.4.5",
-    "0.9.2342.19200300.100.1.25",
-    "2.5.4.4",
-    "2.5.4.42",
-    "2.5.4.12",
-    "2.5.4.46",
-    "2.5.4.65",
-    "1.2.840.113549.1.9.1",
-    "2.5.4.13",
-    "2.5.4.8",
-    "2.5.4.5",
-    "0.9.2342.19200300.100.1.25",
-    "2.5.4.4",
-    "2.5.4.42",
-    "2.5.4.46",
-    "2.5.4.65",
-    "1.2.840.113549.1.9.1",
-    "2.5.4.13",
-    "2.5.4.12",
-    "1.2.840.113549.1.9.1",
-    "2.5.4.13",
-    "1.2.840.113549.1.9.1",
-    "2.5.4.97",
-    "2.5.4.97",
-};
-
-const char* const kAttributeLabels[kAttributeCount] = {
-    "C",
-    "O",
-    "OU",
-    "PROV",
-    "L",
-    "CN",
-    "SER",
-    "DOM",
-    "SUR",
-    "GIVEN",
-    "TITLE",
-    "DNQUALIF",
-    "PSEUD",
-    "EMAL",
-    "DESCR",
-    "ST",
-    "serialNumber",
-    "DC",
-    "SN",
-    "givenName",
-    "dnQualifier",
-    "pseudonym",
-    "EMAILADDRESS",
-    "DESCRIPTION",
-    "title",
-    "email",
-    "description",
-    "E",
-    "ORGID",
-    "organizationIdentifier",
-};
-
-const char* const kAttributeItalianLabels[kAttributeCount] = {
-    "Stato",
-    "Organizzazione",
-    "Unita' Organizzativa",
-    "Provincia",
-    "Localita'",
-    "Common Name",
-    "Numero Seriale",
-    "Dominio",
-    "Cognome",
-    "Nome",
-    "Titolo",
-    "Codice Identificativo",
-    "Pseudonimo",
-    "Indirizzo Email",
-    "Descrizione",
-    "Provincia",
-    "Numero Seriale",
-    "Dominio",
-    "Cognome",
-    "Nome",
-    "Codice Identificativo",
-    "Pseudonimo",
-    "Indirizzo Email",
-    "Descrizione",
-    "Titolo",
-    "Indirizzo Email",
-    "Descrizione",
-    "Indirizzo Email",
-    "Identificativo Organizzazione",
-    "Identificativo Organizzazione",
-};
-
 namespace {
+
+struct Row {
+  const char* identifier;
+  const char* label;
+  const char* italianLabel;
+};
+
+constexpr Row kRows[] = {
+    {"2.5.4.6", "C", "Stato"},
+    {"2.5.4.10", "O", "Organizzazione"},
+    {"2.5.4.11", "OU", "Unita' Organizzativa"},
+    {"2.5.4.8", "PROV", "Provincia"},
+    {"2.5.4.7", "L", "Localita'"},
+    {"2.5.4.3", "CN", "Common Name"},
+    {"2.5.4.5", "SER", "Numero Seriale"},
+    {"0.9.2342.19200300.100.1.25", "DOM", "Dominio"},
+    {"2.5.4.4", "SUR", "Cognome"},
+    {"2.5.4.42", "GIVEN", "Nome"},
+    {"2.5.4.12", "TITLE", "Titolo"},
+    {"2.5.4.46", "DNQUALIF", "Codice Identificativo"},
+    {"2.5.4.65", "PSEUD", "Pseudonimo"},
+    {"1.2.840.113549.1.9.1", "EMAL", "Indirizzo Email"},
+    {"2.5.4.13", "DESCR", "Descrizione"},
+    {"2.5.4.8", "ST", "Provincia"},
+    {"2.5.4.5", "serialNumber", "Numero Seriale"},
+    {"0.9.2342.19200300.100.1.25", "DC", "Dominio"},
+    {"2.5.4.4", "SN", "Cognome"},
+    {"2.5.4.42", "givenName", "Nome"},
+    {"2.5.4.46", "dnQualifier", "Codice Identificativo"},
+    {"2.5.4.65", "pseudonym", "Pseudonimo"},
+    {"1.2.840.113549.1.9.1", "EMAILADDRESS", "Indirizzo Email"},
+    {"2.5.4.13", "DESCRIPTION", "Descrizione"},
+    {"2.5.4.12", "title", "Titolo"},
+    {"1.2.840.113549.1.9.1", "email", "Indirizzo Email"},
+    {"2.5.4.13", "description", "Descrizione"},
+    {"1.2.840.113549.1.9.1", "E", "Indirizzo Email"},
+    {"2.5.4.97", "ORGID", "Identificativo Organizzazione"},
+    {"2.5.4.97", "organizationIdentifier", "Identificativo Organizzazione"},
+};
+
+static_assert(std::size(kRows) == kAttributeCount);
+
+consteval AttributeColumn column(const char* Row::*field) {
+  AttributeColumn all{};
+  std::ranges::transform(kRows, all.begin(), [field](const Row& row) { return row.*field; });
+  return all;
+}
 
 consteval std::array<ConstantOID, kAttributeCount> parsedIdentifiers() {
   std::array<ConstantOID, kAttributeCount> parsed;
   for (std::size_t i = 0; i < parsed.size(); ++i) {
-    const std::string_view dotted = kAttributeIdentifiers[i];
+    const std::string_view dotted = kRows[i].identifier;
     parsed[i] = operator""_oid(dotted.data(), dotted.size());
   }
   return parsed;
@@ -134,6 +82,10 @@ constexpr struct {
 };
 
 }  // namespace
+
+constexpr AttributeColumn kAttributeIdentifiers = column(&Row::identifier);
+constexpr AttributeColumn kAttributeLabels = column(&Row::label);
+constexpr AttributeColumn kAttributeItalianLabels = column(&Row::italianLabel);
 
 int attributeRow(const OID& type) {
   // the last arc parts nearly all of them

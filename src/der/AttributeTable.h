@@ -3,6 +3,7 @@
 // text.
 #pragma once
 
+#include <array>
 #include <optional>
 
 namespace keystrand {
@@ -10,9 +11,10 @@ namespace keystrand {
 class OID;
 
 constexpr int kAttributeCount = 30;
-extern const char* const kAttributeIdentifiers[kAttributeCount];
-extern const char* const kAttributeLabels[kAttributeCount];
-extern const char* const kAttributeItalianLabels[kAttributeCount];
+using AttributeColumn = std::array<const char*, kAttributeCount>;
+extern const AttributeColumn kAttributeIdentifiers;
+extern const AttributeColumn kAttributeLabels;
+extern const AttributeColumn kAttributeItalianLabels;
 
 // The first row of this type, -1 when the table has none.
 int attributeRow(const OID& type);

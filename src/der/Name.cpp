@@ -4,12 +4,6 @@
 
 namespace keystrand {
 
-owner<Name*> Name::clone() const {
-  auto* copy = new Name;
-  copy->list_ = list_;
-  return copy;
-}
-
 void Name::setList(const RelativeDistinguishedNameList* list) {
   if (list == nullptr) {
     list_.reset();

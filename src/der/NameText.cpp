@@ -25,7 +25,7 @@ struct LabelTable {
 
   [[nodiscard]] int rowOf(const OID& type) const {
     if (identifiers == nullptr || labels == nullptr) return -1;
-    if (identifiers == kAttributeIdentifiers && count == kAttributeCount) return attributeRow(type);
+    if (identifiers == kAttributeIdentifiers.data() && count == kAttributeCount) return attributeRow(type);
     for (int i = 0; i < count; ++i)
       if (type.equals(identifiers[i])) return i;
     return -1;
@@ -40,7 +40,7 @@ struct LabelTable {
   }
 };
 
-constexpr LabelTable kOwnTable{kAttributeIdentifiers, kAttributeLabels, kAttributeCount};
+const LabelTable kOwnTable{kAttributeIdentifiers.data(), kAttributeLabels.data(), kAttributeCount};
 
 template <class Use>
 void forEachAttribute(const RelativeDistinguishedNameList* list, Use use) {

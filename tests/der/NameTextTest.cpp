@@ -9,7 +9,7 @@ namespace {
 std::string commaText(const ByteString& der) {
   Name name;
   EXPECT_TRUE(decode(name, der));
-  EXPECT_EQ(taken(name.toText(kAttributeIdentifiers, kAttributeLabels, kAttributeCount)), name.text());
+  EXPECT_EQ(taken(name.toText(kAttributeIdentifiers.data(), kAttributeLabels.data(), kAttributeCount)), name.text());
   return name.text();
 }
 
@@ -59,7 +59,8 @@ TEST(NameText, IsUTF8WhateverTheType) {
   EXPECT_EQ(name.text(), "C=I,CN=Soc\xC3\xA0");
   ASSERT_TRUE(decode(name, hex("300C 310A 3008 0603550403 1401E0")));
   EXPECT_EQ(name.text(), "CN=\xE0");  // a narrow type as it stands
-  EXPECT_EQ(taken(name.toTextUTF8(kAttributeIdentifiers, kAttributeLabels, kAttributeCount)), "CN=\xC3\xA0");
+  EXPECT_EQ(taken(name.toTextUTF8(kAttributeIdentifiers.data(), kAttributeLabels.data(), kAttributeCount)),
+            "CN=\xC3\xA0");
 }
 
 TEST(NameText, GrowsWithTheName) {
@@ -85,7 +86,7 @@ TEST(NameText, InLinesTagsAndTemplates) {
             "    2.5.4.6: IT\n    2.5.4.11: 1\n    1.2.3: \xC3\xA0\n    2.5.4.11: 2\n    2.5.4.11: 3\n");
   EXPECT_EQ(taken(name->toPrintableUTF8(identifiers, labels, 2)),
             "\tcountry: IT\n\tunit: 1\n\t1.2.3: \xC3\xA0\n\tunit: 2\n\tunit: 3\n");
-  EXPECT_EQ(taken(name->toPrintable(kAttributeIdentifiers, kAttributeItalianLabels, 1)),
+  EXPECT_EQ(taken(name->toPrintable(kAttributeIdentifiers.data(), kAttributeItalianLabels.data(), 1)),
             "\tStato: IT\n\t2.5.4.11: 1\n\t1.2.3: \xC3\xA0\n\t2.5.4.11: 2\n\t2.5.4.11: 3\n");
   EXPECT_EQ(taken(nameOf("C=IT,OU=1")->toXML(identifiers, labels, 1)),
             "<country>\n\tIT\n</country>\n<oid oidValue = \"2.5.4.11\">\n\t1\n</oid>\n");
@@ -147,7 +148,8 @@ TEST(NameParse, ReadsTheCommaForm) {
   };
   for (const Row& row : rows) {
     Name name;
-    const bool read = name.setText(row.text, 12, kAttributeLabels, kAttributeIdentifiers, kAttributeCount);
+    const bool read =
+        name.setText(row.text, 12, kAttributeLabels.data(), kAttributeIdentifiers.data(), kAttributeCount);
     EXPECT_EQ(read, *row.read != '\0') << row.text;
     EXPECT_EQ(name.text(), row.read) << row.text;
     EXPECT_EQ(name.listView() != nullptr, read) << row.text;
@@ -155,10 +157,10 @@ TEST(NameParse, ReadsTheCommaForm) {
 }
 
 TEST(NameParse, ReplacesTheContent) {
-  Name name("C=IT", 12, kAttributeLabels, kAttributeIdentifiers, kAttributeCount);
+  Name name("C=IT", 12, kAttributeLabels.data(), kAttributeIdentifiers.data(), kAttributeCount);
   setText(name, "C=FR");
   EXPECT_EQ(name.text(), "C=FR");
-  EXPECT_FALSE(name.setText(nullptr, 12, kAttributeLabels, kAttributeIdentifiers, kAttributeCount));
+  EXPECT_FALSE(name.setText(nullptr, 12, kAttributeLabels.data(), kAttributeIdentifiers.data(), kAttributeCount));
   EXPECT_EQ(name.text(), "");
   EXPECT_TRUE(name.setText("C=IT,2.5.4.6=DE", 12, nullptr, nullptr, kAttributeCount)) << "without a table";
   EXPECT_EQ(name.text(), "C=DE");

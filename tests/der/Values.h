@@ -34,7 +34,8 @@ ByteString encoded(const T& value) {
 }
 
 inline void setText(Name& name, const char* text, unsigned char defaultTag = 12) {
-  EXPECT_TRUE(name.setText(text, defaultTag, kAttributeLabels, kAttributeIdentifiers, kAttributeCount)) << text;
+  EXPECT_TRUE(name.setText(text, defaultTag, kAttributeLabels.data(), kAttributeIdentifiers.data(), kAttributeCount))
+      << text;
 }
 
 // The parsed and re-read form of a comma text, one value type for all attributes that have a choice.

@@ -149,10 +149,7 @@ class KEYSTRAND_API Name {
   Name() = default;
   Name(const char* text, unsigned char defaultTag, const char* const* labels, const char* const* identifiers,
        int count);
-  ~Name() = default;
-  Name(const Name&) = delete;
-  Name& operator=(const Name&) = delete;
-  [[nodiscard]] owner<Name*> clone() const;
+  [[nodiscard]] owner<Name*> clone() const { return new Name(*this); }
 
   // Replaces the content by what the comma form says ("C=IT,O=A\,B,CN=X+SER=1"); false when it yields nothing.
   bool setText(const char* text, unsigned char defaultTag, const char* const* labels, const char* const* identifiers,

@@ -20,21 +20,20 @@ std::string thisUser() {
 
 }  // namespace
 
-void ProxyServer::start(const std::string& program, const Configuration& configuration) {
+void ProxyServer::start(const Command& command) {
   constexpr int kAttempts = 5;  // another program may take the port before this one does
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     port_ = freePort();
-    const std::string path = folder_ / "conf";
-    std::ofstream(path) << configuration(std::to_string(port_));
-    std::vector<std::string> command = {findProgram(program)};
-    if (program == "danted")
-      command.insert(command.end(), {"-f", path, "-p", folder_ / "pid"});
-    else
-      command.insert(command.end(), {"-d", "-c", path});
-    process_.emplace(command);
+    process_.emplace(command(std::to_string(port_)));
     if (eventually([&] { return accepts(port_) || !process_->running(); }) && process_->running()) return;
   }
-  throw std::runtime_error(program + " did not start");
+  throw std::runtime_error("the proxy did not start");
+}
+
+std::string ProxyServer::configure(const std::string& configuration) const {
+  std::string path = folder_ / "conf";
+  std::ofstream(path) << configuration;
+  return path;
 }
 
 bool ProxyServer::logged(const std::string& text) const {
@@ -45,20 +44,31 @@ bool ProxyServer::logged(const std::string& text) const {
 }
 
 HTTPProxyServer::HTTPProxyServer(const std::string& user, const std::string& password) {
-  start("tinyproxy", [&](const std::string& port) {
-    return "Port " + port + "\nListen 127.0.0.1\nTimeout 60\nLogFile \"" + logPath() +
-           "\"\nLogLevel Connect\nAllow 127.0.0.1\n" +
-           (user.empty() ? "" : "BasicAuth " + user + " " + password + "\n");
+  start([&](const std::string& port) -> std::vector<std::string> {
+    const std::string path = configure("Port " + port + "\nListen 127.0.0.1\nTimeout 60\nLogFile \"" + logPath() +
+                                       "\"\nLogLevel Connect\nAllow 127.0.0.1\n" +
+                                       (user.empty() ? "" : "BasicAuth " + user + " " + password + "\n"));
+    return {findProgram("tinyproxy"), "-d", "-c", path};
   });
 }
 
 SOCKSProxyServer::SOCKSProxyServer() {
-  start("danted", [&](const std::string& port) {
-    return "logoutput: " + logPath() + "\ninternal: 127.0.0.1 port = " + port +
-           "\nexternal: 127.0.0.1\nclientmethod: none\nsocksmethod: none\nuser.privileged: " + thisUser() +
-           "\nuser.unprivileged: " + thisUser() +
-           "\nclient pass { from: 127.0.0.0/8 to: 0.0.0.0/0 }\n"
-           "socks pass { from: 127.0.0.0/8 to: 0.0.0.0/0 log: connect }\n";
+  start([&](const std::string& port) -> std::vector<std::string> {
+    const std::string path =
+        configure("logoutput: " + logPath() + "\ninternal: 127.0.0.1 port = " + port +
+                  "\nexternal: 127.0.0.1\nclientmethod: none\nsocksmethod: none\nuser.privileged: " + thisUser() +
+                  "\nuser.unprivileged: " + thisUser() +
+                  "\nclient pass { from: 127.0.0.0/8 to: 0.0.0.0/0 }\n"
+                  "socks pass { from: 127.0.0.0/8 to: 0.0.0.0/0 log: connect }\n");
+    return {findProgram("danted"), "-f", path, "-p", pidPath()};
+  });
+}
+
+MicroSocksServer::MicroSocksServer(const std::string& user, const std::string& password) {
+  start([&](const std::string& port) {
+    std::vector<std::string> command{findProgram("microsocks"), "-i", "127.0.0.1", "-p", port, "-b", kAddress};
+    if (!user.empty()) command.insert(command.end(), {"-u", user, "-P", password});
+    return command;
   });
 }
 

@@ -1,10 +1,11 @@
-// Real proxies on free ports of 127.0.0.1: tinyproxy for HTTP, danted for SOCKS 4 and 5.
+// Real proxies on free ports of 127.0.0.1: tinyproxy for HTTP, danted for SOCKS 4 and 5, microsocks for SOCKS 5.
 #pragma once
 
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "support/Process.h"
 #include "support/TempFolder.h"
@@ -18,11 +19,14 @@ class ProxyServer {
   [[nodiscard]] bool logged(const std::string& text) const;
 
  protected:
-  using Configuration = std::function<std::string(const std::string& port)>;
+  using Command = std::function<std::vector<std::string>(const std::string& port)>;
 
   ProxyServer() = default;
   // Starts the program on a free port and waits until that is open.
-  void start(const std::string& program, const Configuration& configuration);
+  void start(const Command& command);
+  // Writes a configuration file and returns its path.
+  [[nodiscard]] std::string configure(const std::string& configuration) const;
+  [[nodiscard]] std::string pidPath() const { return folder_ / "pid"; }
   [[nodiscard]] std::string logPath() const { return folder_ / "log"; }
 
  private:
@@ -46,6 +50,17 @@ class SOCKSProxyServer : public ProxyServer {
   static bool installed() { return !findProgram("danted").empty(); }
 
   SOCKSProxyServer();
+};
+
+// Speaks SOCKS 5 only, for connections only. The servers behind it see them come from kAddress.
+class MicroSocksServer : public ProxyServer {
+ public:
+  static constexpr const char* kNotInstalled = "microsocks is not installed";
+  static constexpr const char* kAddress = "127.0.0.2";
+  static bool installed() { return !findProgram("microsocks").empty(); }
+
+  // With a user it asks for these credentials.
+  explicit MicroSocksServer(const std::string& user = "", const std::string& password = "");
 };
 
 }  // namespace keystrand::test

@@ -43,13 +43,20 @@ bool sendAll(const Descriptor& peer, std::string_view bytes) {
 }  // namespace
 
 ScriptedServer::ScriptedServer(Handler handler)
-    : handler_(std::move(handler)),
+    : serve_([this, handler = std::move(handler)](const Descriptor& peer) { answer(peer, handler); }),
       listener_(listenOnLoopback()),
       port_(portOf(listener_)),
       stopped_(eventfd(0, EFD_CLOEXEC)),
       acceptor_([this] { acceptAll(); }) {}
 
 ScriptedServer::ScriptedServer(std::vector<Answer> answers) : ScriptedServer(inOrder(std::move(answers))) {}
+
+ScriptedServer::ScriptedServer(Dialogue dialogue)
+    : serve_([this, dialogue = std::move(dialogue)](const Descriptor& peer) { converse(peer, dialogue); }),
+      listener_(listenOnLoopback()),
+      port_(portOf(listener_)),
+      stopped_(eventfd(0, EFD_CLOEXEC)),
+      acceptor_([this] { acceptAll(); }) {}
 
 ScriptedServer::~ScriptedServer() {
   eventfd_write(stopped_.get(), 1);
@@ -74,35 +81,54 @@ std::string ScriptedServer::ok(const std::string& body, const std::string& heade
 void ScriptedServer::acceptAll() {
   while (ready(listener_, POLLIN))
     connections_.emplace_back([this, peer = Descriptor(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC))] {
-      if (peer.get() >= 0) serve(peer);
+      if (peer.get() >= 0) serve_(peer);
     });
 }
 
-void ScriptedServer::serve(const Descriptor& peer) {
-  const std::string request = readRequest(peer);
-  {
-    const std::lock_guard lock(mutex_);
-    requests_.push_back(request);
+void ScriptedServer::answer(const Descriptor& peer, const Handler& handler) {
+  constexpr std::size_t kAnyNumber = 4096;
+  const std::string request = read(peer, [](const std::string& seen) { return complete(seen) ? 0 : kAnyNumber; });
+  keep(request);
+  const Answer answer = handler(request);
+  if (sendAll(peer, answer.bytes)) finish(peer, answer);
+}
+
+void ScriptedServer::converse(const Descriptor& peer, const Dialogue& dialogue) {
+  std::string heard;
+  Answer last{"", dialogue.then};
+  for (const auto& [awaits, bytes] : dialogue.steps) {
+    heard += read(peer, [awaits = awaits](const std::string& seen) { return awaits - seen.size(); });
+    last.bytes = bytes;
+    if (!sendAll(peer, bytes)) break;
   }
-  const Answer answer = handler_(request);
-  if (!sendAll(peer, answer.bytes)) return;
-  if (answer.then == Then::silence) ready(peer, POLLRDHUP);
-  if (answer.then == Then::drip) drip(peer, answer.bytes.empty() ? ' ' : answer.bytes.back());
-  if (answer.then == Then::reset) {
+  keep(heard);
+  finish(peer, last);
+}
+
+void ScriptedServer::finish(const Descriptor& peer, const Answer& last) {
+  if (last.then == Then::silence) ready(peer, POLLRDHUP);
+  if (last.then == Then::drip) drip(peer, last.bytes.empty() ? ' ' : last.bytes.back());
+  if (last.then == Then::reset) {
     const linger atOnce{.l_onoff = 1, .l_linger = 0};
     setsockopt(peer.get(), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
   }
 }
 
-std::string ScriptedServer::readRequest(const Descriptor& peer) {
-  std::string request;
+void ScriptedServer::keep(const std::string& request) {
+  const std::lock_guard lock(mutex_);
+  requests_.push_back(request);
+}
+
+std::string ScriptedServer::read(const Descriptor& peer,
+                                 const std::function<std::size_t(const std::string&)>& missing) {
+  std::string seen;
   char piece[4096];
-  while (!complete(request) && ready(peer, POLLIN)) {
-    const ssize_t n = recv(peer.get(), piece, sizeof piece, 0);
+  for (std::size_t more = 0; (more = missing(seen)) > 0 && ready(peer, POLLIN);) {
+    const ssize_t n = recv(peer.get(), piece, std::min(more, sizeof piece), 0);
     if (n <= 0) break;
-    request.append(piece, static_cast<std::size_t>(n));
+    seen.append(piece, static_cast<std::size_t>(n));
   }
-  return request;
+  return seen;
 }
 
 void ScriptedServer::drip(const Descriptor& peer, char byte) {

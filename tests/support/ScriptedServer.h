@@ -28,12 +28,23 @@ class ScriptedServer {
     std::string bytes;
     Then then = Then::close;
   };
+  // A conversation that is not HTTP: each step takes in exactly so many bytes and then says its own.
+  struct Step {
+    std::size_t awaits;
+    std::string bytes;
+  };
+  struct Dialogue {
+    std::vector<Step> steps;
+    Then then = Then::close;
+  };
   // Called with the request, head and body, for each connection. Several at a time.
   using Handler = std::function<Answer(const std::string& request)>;
 
   explicit ScriptedServer(Handler handler);
   // The first connection gets the first answer and so on; the last answer is repeated.
   explicit ScriptedServer(std::vector<Answer> answers);
+  // The same for each connection.
+  explicit ScriptedServer(Dialogue dialogue);
   ScriptedServer(const ScriptedServer&) = delete;
   ScriptedServer& operator=(const ScriptedServer&) = delete;
   // Ends all connections.
@@ -41,7 +52,7 @@ class ScriptedServer {
 
   [[nodiscard]] std::uint16_t port() const { return port_; }
   [[nodiscard]] std::string url(const std::string& path = "/") const;
-  // What each connection has sent so far, head and body, in order of arrival.
+  // What each connection has sent, head and body, in order of arrival; all of a dialogue once it is over.
   std::vector<std::string> requests();
 
   // A whole answer with status 200. `headers` are lines, each with its CR LF.
@@ -49,13 +60,17 @@ class ScriptedServer {
 
  private:
   void acceptAll();
-  void serve(const Descriptor& peer);
-  std::string readRequest(const Descriptor& peer);
+  void answer(const Descriptor& peer, const Handler& handler);
+  void converse(const Descriptor& peer, const Dialogue& dialogue);
+  void finish(const Descriptor& peer, const Answer& last);
+  void keep(const std::string& request);
+  // Reads until `missing` tells that nothing is missing any more, or until the peer has no more.
+  std::string read(const Descriptor& peer, const std::function<std::size_t(const std::string&)>& missing);
   void drip(const Descriptor& peer, char byte);
   // Whether the descriptor became ready before the end of the server, or within the time if one is given.
   bool ready(const Descriptor& socket, short events, int milliseconds = -1);
 
-  Handler handler_;
+  std::function<void(const Descriptor& peer)> serve_;
   Descriptor listener_;
   std::uint16_t port_;
   Descriptor stopped_;  // an eventfd, readable once the server ends

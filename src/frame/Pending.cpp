@@ -1,8 +1,5 @@
 // The exported functions whose work is still to come: trust service lists, the update of the whole CRL table, OCSP
-// exchanges, proxy discovery and the SOCKS side of the socket transport. Each returns its failure value.
-// This list shrinks to nothing.
-#include <cstring>
-
+// exchanges and proxy discovery. Each returns its failure value. This list shrinks to nothing.
 #include "frame/Boundary.h"
 #include "keystrand/keystrand.h"
 #include "net/CurlSettings.h"
@@ -79,34 +76,7 @@ void ocsp_removeLocalResponses(void*) {}
 void ocsp_setUseLocalResponses(void*, unsigned char) {}
 void ocsp_releaseOCSPResponse(OCSPResponse*) {}
 
-// Proxies: what the HTTP client needs works; discovery and the socket transport do not hear of these settings yet.
+// Proxy discovery: only the credentials are heard of yet.
 void cache_setHTTPProxy(char*, char* user, char* password) {
   guardedVoid([&] { setCurlProxyCredentials(credentialsOf(user, password)); });
-}
-
-void cache_setSOCKSProxy(char* host, int port, char* user, char* password) {
-  guardedVoid([&] { setCurlSocks(orEmpty(host), port, credentialsOf(user, password)); });
-}
-
-namespace {
-
-constexpr const char* kBlank = " ";
-
-// Cuts "address / mask" in place, leaving the address; false for an entry without a mask, which is not written to.
-bool cutMask(char* entry) {
-  char* slash = std::strchr(entry, '/');
-  if (slash == nullptr) return false;
-  while (slash > entry && slash[-1] == *kBlank) --slash;
-  *slash = '\0';
-  return true;
-}
-
-}  // namespace
-
-void cache_setNoSOCKS(char** entries) {
-  guardedVoid([&] {
-    for (char** entry = entries; entry != nullptr && *entry != nullptr; ++entry) {
-      if (!cutMask(*entry)) addCurlNoProxy(*entry);
-    }
-  });
 }

@@ -1,6 +1,9 @@
 // Settings of the whole process.
 #include <algorithm>
+#include <cstring>
 #include <mutex>
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include "cache/Library.h"
@@ -8,6 +11,7 @@
 #include "keystrand/keystrand.h"
 #include "net/CurlSettings.h"
 #include "net/ProxyState.h"
+#include "net/SocksState.h"
 #include "support/Settings.h"
 
 namespace keystrand {
@@ -15,9 +19,35 @@ namespace {
 
 constexpr std::size_t kLocationBytes = 256;  // kept of a location or of the CRL proxy
 constexpr unsigned char kMostDetailed = 7;
+constexpr char kBlank = ' ';
 
 std::string_view cut(const char* text) {
   return orEmpty(text).substr(0, kLocationBytes);
+}
+
+std::string_view withoutLeadingBlanks(std::string_view text) {
+  return text.substr(std::min(text.find_first_not_of(kBlank), text.size()));
+}
+
+// Cuts "address / mask" in place, leaving the address, and returns the mask, which ends at a blank. An entry without a
+// mask has none and is not written to: it may be a literal.
+std::optional<std::string> cutMask(char* entry) {
+  char* slash = std::strchr(entry, '/');
+  if (slash == nullptr) return std::nullopt;
+  const std::string_view behind = withoutLeadingBlanks(slash + 1);
+  std::string mask(behind.substr(0, behind.find(kBlank)));
+  while (slash > entry && slash[-1] == kBlank) --slash;
+  *slash = '\0';
+  return mask;
+}
+
+void addNoSocks(char* entry) {
+  if (const auto mask = cutMask(entry)) {
+    addSocksDirect(std::string(withoutLeadingBlanks(entry)), *mask);
+  } else {
+    addSocksDirect(entry);
+    addCurlNoProxy(entry);
+  }
 }
 
 }  // namespace
@@ -100,5 +130,18 @@ void cache_setNoHTTPProxy(char** hosts) {
       httpAddNoProxy(*host);
       addCurlNoProxy(*host);
     }
+  });
+}
+
+void cache_setSOCKSProxy(char* host, int port, char* user, char* password) {
+  guardedVoid([&] {
+    setSocks(orEmpty(host), port, credentialsOf(user, password));
+    setCurlSocks(orEmpty(host), port, credentialsOf(user, password));
+  });
+}
+
+void cache_setNoSOCKS(char** entries) {
+  guardedVoid([&] {
+    for (char** entry = entries; entry != nullptr && *entry != nullptr; ++entry) addNoSocks(*entry);
   });
 }

@@ -1,4 +1,4 @@
-// A moment on the steady clock by which something has to be done.
+// A moment on the steady clock by which something has to be done, and the timeouts from which it follows.
 #pragma once
 
 #include <algorithm>
@@ -8,10 +8,21 @@
 
 namespace keystrand {
 
+// A timeout is a number of seconds. This one waits without limit.
+constexpr std::int64_t kNoTimeout = -1;
+
+// Of any other timeout the low 32 bits count, a negative number being 0; the longest is what poll can count in
+// milliseconds.
+inline std::chrono::seconds secondsOf(std::int64_t timeout) {
+  constexpr std::int32_t kLongest = std::numeric_limits<int>::max() / 1000;
+  return std::chrono::seconds(std::clamp(static_cast<std::int32_t>(timeout), 0, kLongest));
+}
+
 class Deadline {
  public:
   static Deadline never() { return Deadline(Clock::time_point::max()); }
   static Deadline in(std::chrono::seconds time) { return Deadline(Clock::now() + time); }
+  static Deadline of(std::int64_t timeout) { return timeout == kNoTimeout ? never() : in(secondsOf(timeout)); }
   static Deadline earlier(Deadline a, Deadline b) { return a.at_ < b.at_ ? a : b; }
 
   // What is left, as poll takes it: -1 for no end. Rounded up, so that a poll never ends before the moment has come.

@@ -70,7 +70,7 @@ sockaddr_in socketAddress(in_addr address, std::uint16_t port) noexcept {
 std::string localAddressFor(const std::string& host) {
   const auto address = addressOf(host);
   if (!address) return {};
-  const Socket socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  const Socket socket = Socket::create(SOCK_DGRAM);
   sockaddr_in place = socketAddress(*address, kDiscardPort);
   socklen_t size = sizeof place;
   if (connect(socket.number(), reinterpret_cast<const sockaddr*>(&place), size) != 0 ||

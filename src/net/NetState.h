@@ -5,12 +5,14 @@
 
 #include "net/CurlSettings.h"
 #include "net/ProxyState.h"
+#include "net/SocksState.h"
 
 namespace keystrand {
 
 struct NetSettings {
   ProxyState http;
   CurlSettings curl;
+  SocksState socks;
 };
 
 // Its lock is a leaf: nothing else is locked and nothing is looked up or sent while it is held. Never destroyed.

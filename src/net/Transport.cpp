@@ -2,43 +2,50 @@
 
 #include <fcntl.h>
 #include <netinet/tcp.h>
-#include <poll.h>
 #include <sys/socket.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <limits>
+#include <utility>
+
+#include "net/ReadProgress.h"
 
 namespace keystrand {
 
 namespace {
 
-// What became of a connection under way: 0 or an errno. An established one has a peer.
-int outcome(const Socket& socket) {
-  int error = 0;
-  socklen_t size = sizeof error;
-  if (getsockopt(socket.number(), SOL_SOCKET, SO_ERROR, &error, &size) != 0) return errno;
-  sockaddr_in peer{};
-  size = sizeof peer;
-  if (error == 0 && getpeername(socket.number(), reinterpret_cast<sockaddr*>(&peer), &size) != 0) return kSocketError;
-  return error;
+int sizeOf(const Socket& socket, int option) noexcept {
+  int bytes = 0;
+  socklen_t size = sizeof bytes;
+  return getsockopt(socket.number(), SOL_SOCKET, option, &bytes, &size) == 0 ? bytes : -1;
 }
 
-// A duplicate handed to others shares the mode. Small writes go out at once.
-void settle(const Socket& socket) {
-  fcntl(socket.number(), F_SETFL, fcntl(socket.number(), F_GETFL) & ~O_NONBLOCK);
-  const int on = 1;
-  setsockopt(socket.number(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+int setSize(const Socket& socket, int option, int bytes) noexcept {
+  if (!socket.isOpen()) return kSocketError;
+  return setsockopt(socket.number(), SOL_SOCKET, option, &bytes, sizeof bytes) == 0 ? 0 : errno;
 }
 
 }  // namespace
 
 Transport::Transport(Transport&& other) noexcept
-    : stream_(std::move(other.stream_)), datagram_(std::move(other.datagram_)), peer_(other.peer_) {}
+    : stream_(std::move(other.stream_)),
+      datagram_(std::move(other.datagram_)),
+      peer_(other.peer_),
+      relay_(std::exchange(other.relay_, std::nullopt)) {}
+
+Transport::~Transport() {
+  close();
+  closeListener();
+}
 
 int Transport::connect(const std::string& host, std::uint16_t port) {
-  if (isConnected()) return kSocketError;
-  return connectDirect(host, port);
+  if (ReadProgress::cancelled() || isConnected() || listening_.isOpen()) return kSocketError;
+  const SocksState server = socksState();
+  return server.carries(host) ? connectThrough(server, host, port) : connectDirect(host, port);
+}
+
+void Transport::close() noexcept {
+  stream_.shutDown();
+  relay_.reset();
 }
 
 // All addresses share one timeout. One that does not answer ends the attempt, one that refuses hands on to the next.
@@ -55,33 +62,41 @@ int Transport::connectDirect(const std::string& host, std::uint16_t port) {
 }
 
 int Transport::connectTo(in_addr address, std::uint16_t port, Deadline until) {
-  Socket socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  Socket socket = Socket::create(SOCK_STREAM);
   if (!socket.isOpen()) return errno;
-  const sockaddr_in peer = socketAddress(address, port);
-  if (::connect(socket.number(), reinterpret_cast<const sockaddr*>(&peer), sizeof peer) != 0) {
-    if (errno != EINPROGRESS) return errno;
-    if (const int error = socket.await(POLLOUT, until); error != 0) return error;
-  }
-  if (const int error = outcome(socket); error != 0) return error;
-  settle(socket);
-  stream_ = std::move(socket);
-  peer_ = dottedText(address);
+  if (const int error = socket.connect(socketAddress(address, port), until); error != 0) return error;
+  adopt(std::move(socket), dottedText(address));
   return 0;
 }
 
-// The longest time is what poll can count in milliseconds.
-std::chrono::seconds Transport::waitSeconds() const noexcept {
-  constexpr std::int32_t kLongest = std::numeric_limits<int>::max() / 1000;
-  return std::chrono::seconds(std::clamp(static_cast<std::int32_t>(timeout_), 0, kLongest));
+// From here on others may use duplicates of the socket, which share its mode. Small writes go out at once.
+void Transport::adopt(Socket socket, std::string peer) noexcept {
+  const int on = 1;
+  fcntl(socket.number(), F_SETFL, fcntl(socket.number(), F_GETFL) & ~O_NONBLOCK);
+  setsockopt(socket.number(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  stream_ = std::move(socket);
+  peer_ = std::move(peer);
 }
 
-Deadline Transport::deadline() const {
-  return timeout_ == kNoTimeout ? limit_ : Deadline::earlier(limit_, Deadline::in(waitSeconds()));
+int Transport::receiveBufferSize() const noexcept {
+  return sizeOf(stream_, SO_RCVBUF);
+}
+
+int Transport::sendBufferSize() const noexcept {
+  return sizeOf(stream_, SO_SNDBUF);
+}
+
+int Transport::setReceiveBufferSize(int bytes) noexcept {
+  return setSize(stream_, SO_RCVBUF, bytes);
+}
+
+int Transport::setSendBufferSize(int bytes) noexcept {
+  return setSize(stream_, SO_SNDBUF, bytes);
 }
 
 Transport::Limit::Limit(Transport& transport, int timeouts) : transport_(transport), former_(transport.limit_) {
   if (transport.timeout_ == kNoTimeout) return;
-  transport.limit_ = Deadline::earlier(former_, Deadline::in(transport.waitSeconds() * timeouts));
+  transport.limit_ = Deadline::earlier(former_, Deadline::in(secondsOf(transport.timeout_) * timeouts));
 }
 
 }  // namespace keystrand

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 
+#include "net/ReadProgress.h"
 #include "net/Transport.h"
 
 namespace keystrand {
@@ -30,32 +31,41 @@ int Transport::write(Buffer& buffer, std::uint32_t length) {
 }
 
 int Transport::readExact(std::span<unsigned char> bytes) {
+  if (ReadProgress::cancelled()) return kSocketTimeout;
   if (!isConnected()) return kSocketError;
+  ReadProgress progress(static_cast<std::uint32_t>(bytes.size()));
   while (!bytes.empty()) {
     std::size_t received = 0;
     if (const int error = receivePiece(bytes, received); error != 0) return error;
     bytes = bytes.subspan(received);
+    if (!progress.advance(static_cast<std::uint32_t>(received))) return kSocketTimeout;
   }
+  progress.end();
   return 0;
 }
 
 int Transport::read(Buffer& buffer, std::uint32_t length) {
+  if (ReadProgress::cancelled()) return kSocketTimeout;
   if (!isConnected() || buffer.limit() < std::uint64_t{buffer.size()} + length) return kSocketError;
+  ReadProgress progress(length);
   std::array<unsigned char, kPieceBytes> piece;
-  for (std::uint32_t done = 0; done < length;) {
+  for (std::uint32_t left = length; left > 0;) {
     std::size_t received = 0;
-    const std::size_t wanted = std::min<std::size_t>(length - done, kPieceBytes);
-    if (const int error = receivePatiently(std::span(piece).first(wanted), received); error != 0) return error;
-    buffer.append(piece.data(), static_cast<std::uint32_t>(received));
-    done += static_cast<std::uint32_t>(received);
+    const auto room = std::span(piece).first(std::min<std::size_t>(left, kPieceBytes));
+    if (const int error = receivePatiently(room, received); error != 0) return error;
+    const auto count = static_cast<std::uint32_t>(received);
+    buffer.append(piece.data(), count);
+    left -= count;
+    if (!progress.advance(count)) return kSocketTimeout;
   }
+  progress.end();
   return 0;
 }
 
 int Transport::readSome(std::span<unsigned char> bytes, std::size_t& length) {
-  if (!isConnected()) return kSocketError;
   bytes = bytes.first(std::min(bytes.size(), length));
   length = 0;
+  if (!isConnected()) return kSocketError;
   while (!bytes.empty()) {
     std::size_t received = 0;
     const int error = receivePiece(bytes, received);
@@ -73,7 +83,7 @@ int Transport::receivePiece(std::span<unsigned char> room, std::size_t& received
 int Transport::receivePatiently(std::span<unsigned char> room, std::size_t& received) {
   const int error = receivePiece(room, received);
   if (error != kSocketTimeout) return error;
-  const Deadline again = Deadline::in(std::max(waitSeconds(), kShortestSecondWait));
+  const Deadline again = Deadline::in(std::max(secondsOf(timeout_), kShortestSecondWait));
   return stream_.receive(room, received, Deadline::earlier(limit_, again));
 }
 

@@ -19,6 +19,14 @@ bool get(CurlRequest& request, Buffer& body) {
   return request.perform() == kOK;
 }
 
+// A text that the strict decoder has refused, and emptied the buffer over, is put back for the lenient one.
+void decodeText(Buffer& body) {
+  const std::uint32_t n = body.size();
+  if (body.decodeBase64()) return;
+  body.setSize(n);
+  body.fromPEM();
+}
+
 std::string modificationTime(const CurlHeaders& headers) {
   return std::string(headers.find("last-modified").value_or(kNoModificationTime));
 }
@@ -72,7 +80,7 @@ bool httpsGetObject(const std::string& url, Buffer& body) {
 bool httpsGetObjectAndTime(const std::string& url, Buffer& body, std::string& time, bool direct) {
   CurlRequest request(url, direct);
   if (!get(request, body)) return false;
-  if (!body.decodeBase64()) body.fromPEM();
+  decodeText(body);
   time = modificationTime(request.headers());
   return true;
 }

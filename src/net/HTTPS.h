@@ -29,7 +29,7 @@ constexpr std::string_view kNoModificationTime = "thu, 01 jan 1970 00:00:01 gmt"
 // An XML document: refused, and `body` emptied, when its Content-Type names neither xml nor html. A zero byte is
 // appended to the document and counted in size().
 bool httpsGetXML(const std::string& url, Buffer& body);
-// A Base64 body is decoded, any other stays as it came.
+// A Base64 body is decoded; one that begins as such a text and is none leaves `body` empty, any other stays as it came.
 bool httpsGetObject(const std::string& url, Buffer& body);
 // A Base64 or PEM body becomes DER. `time` is the value of Last-Modified just as it arrived, with leading blank and
 // line end, or kNoModificationTime; unchanged on failure. `direct` passes every proxy by.

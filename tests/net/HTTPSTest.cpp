@@ -125,6 +125,9 @@ TEST_F(HTTPSTest, TextFormsBecomeDER) {
   EXPECT_EQ(textOf(buffer_), der);
   EXPECT_TRUE(httpsGetObject(server_->url("/pem"), buffer_));
   EXPECT_EQ(textOf(buffer_), armour) << "only Base64 is decoded here";
+  server_->put("/unpadded", base64.substr(0, base64.find('=')) + "\r\n");
+  EXPECT_TRUE(httpsGetObjectAndTime(server_->url("/unpadded"), buffer_, time_));
+  EXPECT_EQ(textOf(buffer_), der) << "refused by the strict decoder, read by the lenient one";
   server_->put("/der", der);
   EXPECT_TRUE(httpsGetObjectAndTime(server_->url("/der"), buffer_, time_));
   EXPECT_EQ(textOf(buffer_), der);

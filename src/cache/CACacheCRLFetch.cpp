@@ -1,4 +1,5 @@
 // Retrieval of CRLs: by HTTP and HTTPS, directly or through a CRL proxy.
+#include <algorithm>
 #include <mutex>
 #include <string_view>
 #include <utility>
@@ -8,7 +9,6 @@
 #include "cache/CRLPlace.h"
 #include "cache/ContextLog.h"
 #include "cache/Library.h"
-#include "keystrand/support/SystemClock.h"
 #include "log/MessageCodes.h"
 #include "net/CurlSettings.h"
 #include "net/HTTPDate.h"
@@ -41,20 +41,18 @@ void forgetProxy() {
   library().crlProxyUri.clear();
 }
 
+void take(CRLCacheEntry& entry, DownloadedCRL&& arrived) {
+  const CertificateList& crl = *arrived.crl;
+  entry.timestamp = arrived.timestamp;
+  entry.thisUpdate = *crl.thisUpdateView();
+  entry.nextUpdate.reset();
+  if (crl.nextUpdateView() != nullptr) entry.nextUpdate = *crl.nextUpdateView();
+  entry.expiredCertsOnCRL = expiredCertsOnCRLOf(crl);
+  entry.issuer = crl.issuerView()->text();
+  entry.crl = std::move(arrived.crl);
+}
+
 }  // namespace
-
-std::optional<std::string> uriOfGeneralName(const GeneralName& name) {
-  if (name.tag() != GeneralName::kURI || !name.textView()) return std::nullopt;
-  std::string uri = httpUnescape(*name.textView());
-  uri.resize(std::min(uri.find('\0'), uri.size()));  // the key is a NUL-terminated text
-  return uri;
-}
-
-bool isDue(const std::optional<X500Time>& nextUpdate) {
-  if (!nextUpdate) return true;
-  const std::unique_ptr<X500Time> now(SystemClock::now());
-  return nextUpdate->lessOrEqual(*now);
-}
 
 std::optional<DownloadedCRL> CACache::downloadCRL(const std::string& url, bool namedHTTPS, bool direct) {
   const bool secure = namedHTTPS && url.starts_with(kHTTPS);
@@ -62,13 +60,13 @@ std::optional<DownloadedCRL> CACache::downloadCRL(const std::string& url, bool n
   setCurlTimeout(settings().crlTimeout);
   std::string time;
   if (!httpsGetObjectAndTime(url, workBuffer_, time, direct)) return std::nullopt;
-  DownloadedCRL download{std::make_unique<CertificateList>(), parseHTTPDate(time)};
+  auto crl = std::make_unique<CertificateList>();
   {
     const SemaphoreLock device(semaphore_);
-    if (!download.crl->get(workBuffer_)) return std::nullopt;
+    if (!crl->get(workBuffer_)) return std::nullopt;
   }
   logMessage(Logger::kTrace, secure ? kHTTPSDownloadEnded : kHTTPDownloadEnded);
-  return download;
+  return DownloadedCRL{std::move(crl), parseHTTPDate(time)};
 }
 
 std::optional<DownloadedCRL> CACache::downloadDirectly(const std::string& uri, int scheme) {
@@ -85,10 +83,9 @@ std::optional<DownloadedCRL> CACache::download(const std::string& uri) {
   logMessage(Logger::kNotice, kCRLAddress, proxied->c_str());
   const bool secure = proxied->starts_with(kHTTPS);
   if (std::optional<DownloadedCRL> answer = downloadCRL(*proxied, secure, secure)) return answer;
-  logMessage(Logger::kNotice, kCRLAddress, uri.c_str());
-  std::optional<DownloadedCRL> answer = downloadDirectly(uri, parsed->scheme);
   forgetProxy();
-  return answer;
+  logMessage(Logger::kNotice, kCRLAddress, uri.c_str());
+  return downloadDirectly(uri, parsed->scheme);
 }
 
 bool CACache::refreshCRL(const std::string& uri, CRLRow& row) {
@@ -96,21 +93,13 @@ bool CACache::refreshCRL(const std::string& uri, CRLRow& row) {
   if (!arrived) return false;
   auto entry = std::make_shared<CRLCacheEntry>(*row.snapshot());
   if (!checkCRL(*arrived->crl, entry->caIndex, entry->certIndex)) return false;
-  const X500Time* thisUpdate = arrived->crl->thisUpdateView();
-  if (thisUpdate->lessOrEqual(entry->thisUpdate)) {  // not newer: the row keeps its CRL, and its timestamp too
-    row.publish(std::move(entry));
-    return true;
+  const bool isNewer = entry->thisUpdate.less(*arrived->crl->thisUpdateView());
+  if (isNewer) {
+    logMessage(Logger::kInformation, entry->crl ? kCRLUpdated : kCRLAdded);
+    take(*entry, std::move(*arrived));
   }
-  logMessage(Logger::kInformation, entry->crl ? kCRLUpdated : kCRLAdded);
-  entry->timestamp = arrived->timestamp;
-  entry->thisUpdate = *thisUpdate;
-  const X500Time* nextUpdate = arrived->crl->nextUpdateView();
-  entry->nextUpdate = nextUpdate != nullptr ? std::optional(*nextUpdate) : std::nullopt;
-  entry->expiredCertsOnCRL = expiredCertsOnCRLOf(*arrived->crl);
-  entry->issuer = arrived->crl->issuerView()->text();
-  entry->crl = std::move(arrived->crl);
-  row.publish(std::move(entry));
-  library().crlCacheModified = 1;
+  row.publish(std::move(entry));  // of a CRL that is not newer only where its issuer stands, not even its timestamp
+  if (isNewer) library().crlCacheModified = 1;
   return true;
 }
 
@@ -151,9 +140,9 @@ bool CACache::needsFetch(const std::string& uri, const CRLCacheEntry& entry, boo
   if (mode == kNever) return false;
   if (entry.crl && (mode == kOncePerSession || cachedOnly)) return false;
   if (!entry.crl || mode == kAlways) return true;
-  // The server is asked first, so it is asked for an expired CRL too.
-  const std::optional<X500Time> remote = requestCRLTimestamp(uri);
-  return isDue(entry.nextUpdate) || (remote && entry.timestamp.less(*remote));
+  const bool due = isDue(entry.nextUpdate);
+  const std::optional<X500Time> remote = requestCRLTimestamp(uri);  // asked for a CRL that is due, too
+  return due || (remote && entry.timestamp.less(*remote));
 }
 
 bool CACache::mayFetch() const {

@@ -182,17 +182,16 @@ owner<CertificateList*> CACache::getCRL(const DistributionPointName* dp, int caR
   return nullptr;
 }
 
-// The certificate that issued a row's CRL: where it stood when the CRL was accepted, or, once the CA list has changed,
-// where it stands now.
+// The certificate that issued a row's CRL: where it stood in its row when the CRL was accepted, or, once the CA list
+// has changed, where it stands now.
 owner<Certificate*> CACache::issuerOf(const CRLCacheEntry& entry) {
-  std::vector<CACertEntryRef> entries = entriesOf(entry.caIndex);
-  int index = entry.certIndex;
-  if (!equalsNoCase(subjectTextOf(entry.caIndex), entry.issuer) || index < 0 ||
-      static_cast<std::size_t>(index) >= entries.size()) {
-    int row = -1;
-    entries = entriesOfSubject(entry.issuer, row);
-    index = issuerAmong(entries, *entry.crl, authorityKeyIdentifierOf(*entry.crl).get());
-  }
+  if (!entry.issuer) return nullptr;
+  int row = -1;
+  const std::vector<CACertEntryRef> entries = entriesOfSubject(*entry.issuer, row);
+  const auto place = static_cast<std::size_t>(entry.certIndex);  // beyond every row when negative
+  const bool stands = row == entry.caIndex && place < entries.size();
+  const int index =
+      stands ? entry.certIndex : issuerAmong(entries, *entry.crl, authorityKeyIdentifierOf(*entry.crl).get());
   return index < 0 ? nullptr : entries[static_cast<std::size_t>(index)]->certificate().clone();
 }
 

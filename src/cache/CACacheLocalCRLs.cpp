@@ -1,5 +1,9 @@
 // The private CRLs of a context, searched instead of the table when the context is told so.
+#include <algorithm>
 #include <memory>
+#include <string>
+#include <unordered_set>
+#include <utility>
 
 #include "cache/CACache.h"
 #include "cache/CRLExtensions.h"
@@ -8,15 +12,18 @@
 namespace keystrand {
 namespace {
 
+std::unordered_set<std::string> urisOf(const GeneralNameList& names) {
+  std::unordered_set<std::string> uris;
+  for (int i = 0; i < names.count(); ++i) {
+    if (auto uri = uriOfGeneralName(*names.view(i))) uris.insert(std::move(*uri));
+  }
+  return uris;
+}
+
 // Whether one of the URIs of one side is one of the other's, case and all.
 bool shareURI(const GeneralNameList& asked, const GeneralNameList& own) {
-  for (int i = 0; i < asked.count(); ++i) {
-    const auto wanted = uriOfGeneralName(*asked.view(i));
-    for (int j = 0; wanted && j < own.count(); ++j) {
-      if (uriOfGeneralName(*own.view(j)) == wanted) return true;
-    }
-  }
-  return false;
+  const auto wanted = urisOf(asked);
+  return std::ranges::any_of(urisOf(own), [&](const std::string& uri) { return wanted.contains(uri); });
 }
 
 // Whether the CRL says that it answers for these names; one that names no place answers for its issuer.

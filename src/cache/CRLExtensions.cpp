@@ -1,5 +1,6 @@
 #include "cache/CRLExtensions.h"
 
+#include "der/BorrowedBuffer.h"
 #include "der/ConstantOID.h"
 
 namespace keystrand {
@@ -14,26 +15,16 @@ constexpr ConstantOID kExpiredCertsOnCRL = "2.5.29.60"_oid;
 constexpr unsigned char kCRLSign = 0x02;  // of the first octet of KeyUsage
 
 const Extension* find(const ExtensionList* extensions, const ConstantOID& oid) {
-  for (int i = 0; extensions != nullptr && i < extensions->count(); ++i) {
-    const OID* id = extensions->view(i)->idView();
-    if (id != nullptr && *id == oid) return extensions->view(i);
-  }
-  return nullptr;
-}
-
-// The octets of an extension as a Buffer of their own: views into a context's buffers never outlive a call.
-Buffer& fill(Buffer& buffer, const Extension& extension) {
-  buffer.assign(extension.valueView().data(), extension.length());
-  return buffer;
+  return extensions != nullptr ? extensions->find(makeOID(oid)) : nullptr;
 }
 
 template <class Value>
 std::unique_ptr<Value> decoded(const ExtensionList* extensions, const ConstantOID& oid) {
   const Extension* extension = find(extensions, oid);
   if (extension == nullptr) return nullptr;
-  Buffer buffer;
+  BorrowedBuffer octets(extension->valueView());
   auto value = std::make_unique<Value>();
-  return value->get(fill(buffer, *extension)) ? std::move(value) : nullptr;
+  return value->get(octets) ? std::move(value) : nullptr;
 }
 
 }  // namespace
@@ -54,13 +45,13 @@ X500Time expiredCertsOnCRLOf(const CertificateList& crl) {
 bool maySignCRLs(const Certificate& certificate) {
   const Extension* extension = find(certificate.extensionsView(), kKeyUsage);
   if (extension == nullptr) return false;
-  Buffer buffer;
+  BorrowedBuffer octets(extension->valueView());
   unsigned char* bits = nullptr;
   std::uint32_t n = 0;
   unsigned char unused = 0;
-  const bool read = fill(buffer, *extension).getBitString(bits, n, unused);
+  const bool read = octets.getBitString(bits, n, unused);
   const std::unique_ptr<unsigned char[]> holder(bits);
-  return read && bits != nullptr && n > 0 && (bits[0] & kCRLSign) != 0;
+  return read && n > 0 && (bits[0] & kCRLSign) != 0;
 }
 
 void reportEntry(const RevokedCertificate& entry, Report& report) {
@@ -68,13 +59,13 @@ void reportEntry(const RevokedCertificate& entry, Report& report) {
   for (int i = 0; extensions != nullptr && i < extensions->count(); ++i) {
     const Extension& extension = *extensions->view(i);
     if (extension.idView() == nullptr) continue;
-    Buffer buffer;
+    BorrowedBuffer octets(extension.valueView());
     if (*extension.idView() == kReasonCode) {
       unsigned char reason = 0;
-      if (fill(buffer, extension).getEnumerated(reason)) report.reason = reason;
+      if (octets.getEnumerated(reason)) report.reason = reason;
     } else if (*extension.idView() == kInvalidityDate) {
       X500Time since;
-      if (since.get(fill(buffer, extension))) report.invalidSince = since;
+      if (since.get(octets)) report.invalidSince = since;
     }
   }
 }

@@ -6,6 +6,11 @@
 
 namespace keystrand {
 
+const CRLSnapshot& nothingHeld() {
+  static const auto& entry = *new CRLSnapshot(std::make_shared<CRLCacheEntry>());
+  return entry;
+}
+
 CRLSnapshot CRLRow::snapshot() const {
   const std::lock_guard lock(leaf_);
   return payload_;
@@ -29,7 +34,7 @@ HeldRow CRLTable::addHeld(const std::string& uri) {
   CRLRow& fresh = row(count_);
   fresh.semaphore.wait();  // free, but for a thread that saw an earlier life of this row and is about to notice
   fresh.uri = uri;
-  fresh.publish(std::make_shared<CRLCacheEntry>());
+  fresh.publish(nothingHeld());
   ++count_;
   return HeldRow(&fresh);
 }
@@ -42,7 +47,7 @@ void CRLTable::replace(int index, std::optional<std::string> uri, CRLSnapshot pa
 }
 
 void CRLTable::resize(int count) {
-  for (int i = count; i < count_; ++i) replace(i, std::nullopt, std::make_shared<CRLCacheEntry>());
+  for (int i = count; i < count_; ++i) replace(i, std::nullopt, nothingHeld());
   count_ = count;
 }
 

@@ -18,7 +18,7 @@ namespace keystrand {
 
 // What a row holds. Immutable once published: readers work on a snapshot.
 struct CRLCacheEntry {
-  std::string issuer;  // text form of the CRL issuer, as it keys the CA rows
+  std::optional<std::string> issuer;  // text form of the CRL issuer, as it keys the CA rows; none in a placeholder
   std::int32_t caIndex = 0;
   std::int32_t certIndex = 0;
   std::shared_ptr<const CertificateList> crl;  // null in a placeholder row
@@ -30,9 +30,12 @@ struct CRLCacheEntry {
 
 using CRLSnapshot = std::shared_ptr<const CRLCacheEntry>;
 
+// What rows without a CRL hold, all the same one.
+const CRLSnapshot& nothingHeld();
+
 class CRLRow {
  public:
-  // Never null; an empty entry stands for nothing held.
+  // Never null.
   [[nodiscard]] CRLSnapshot snapshot() const;
   void publish(CRLSnapshot payload);
 
@@ -41,7 +44,7 @@ class CRLRow {
 
  private:
   mutable std::mutex leaf_;
-  CRLSnapshot payload_ = std::make_shared<CRLCacheEntry>();
+  CRLSnapshot payload_ = nothingHeld();
 };
 
 // A row whose semaphore is held for the life of this pointer.

@@ -1,0 +1,24 @@
+#include "cache/CRLPlace.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "keystrand/support/SystemClock.h"
+#include "net/URL.h"
+
+namespace keystrand {
+
+std::optional<std::string> uriOfGeneralName(const GeneralName& name) {
+  if (name.tag() != GeneralName::kURI || !name.textView()) return std::nullopt;
+  std::string uri = httpUnescape(*name.textView());
+  uri.resize(std::min(uri.find('\0'), uri.size()));  // the key is a NUL-terminated text
+  return uri;
+}
+
+bool isDue(const std::optional<X500Time>& nextUpdate) {
+  if (!nextUpdate) return true;
+  const std::unique_ptr<X500Time> now(SystemClock::now());
+  return nextUpdate->lessOrEqual(*now);
+}
+
+}  // namespace keystrand

@@ -51,10 +51,10 @@ void CryptoDevice::close() {
 }
 
 bool CryptoDevice::setDigest(const char* dotted) {
-  return state_->select(findDigest(textToOID(dotted)));
+  return state_->selectDigest(findDigest(textToOID(dotted)));
 }
 bool CryptoDevice::setDigest(const AlgorithmIdentifier& algorithm) {
-  return state_->select(findDigest(oidOf(algorithm)));
+  return state_->selectDigest(findDigest(oidOf(algorithm)));
 }
 
 owner<DigestInfo*> CryptoDevice::digest(const unsigned char* data, std::size_t length) {
@@ -90,13 +90,13 @@ bool CryptoDevice::setCipher(const AlgorithmIdentifier& algorithm) {
 }
 
 bool CryptoDevice::setSignatureAlgorithm(const char* dotted) {
-  return state_->select(findSignature(textToOID(dotted)));
+  return state_->selectSignature(findSignature(textToOID(dotted)));
 }
 
 bool CryptoDevice::setSignatureAlgorithm(const AlgorithmIdentifier& algorithm) {
   const OID oid = oidOf(algorithm);
-  if (oid == kRSASSAPSS) state_->select(hashOfPSS(algorithm));
-  return state_->select(findSignature(oid));
+  if (oid == kRSASSAPSS) state_->selectDigest(hashOfPSS(algorithm));
+  return state_->selectSignature(findSignature(oid));
 }
 
 unsigned long CryptoDevice::lastResult() const noexcept {

@@ -41,6 +41,7 @@ std::vector<unsigned long> listOf(const char* what, Ask ask) {
 std::string labelOf(CryptoKi& module, CryptoKi::Handle session, CryptoKi::Handle object) {
   CK_ATTRIBUTE label{CKA_LABEL, nullptr, 0};
   if (module.getAttributeValue(session, object, &label, 1) != CKR_OK) return {};
+  if (label.ulValueLen == CK_UNAVAILABLE_INFORMATION) return {};
   std::string text(label.ulValueLen, '\0');
   label.pValue = text.data();
   return module.getAttributeValue(session, object, &label, 1) == CKR_OK ? text : std::string();

@@ -61,16 +61,16 @@ void CryptoDevice::State::close() {
   running = nullptr;
 }
 
-bool CryptoDevice::State::select(const DigestRow* row) {
+bool CryptoDevice::State::selectDigest(const DigestRow* row) {
   digest = row;
   return succeeded(row != nullptr ? CKR_OK : CKR_MECHANISM_INVALID);
 }
 
-bool CryptoDevice::State::select(const SignatureRow* row) {
+bool CryptoDevice::State::selectSignature(const SignatureRow* row) {
   signature.reset();
   cipher.reset();
   keyGeneration = kNoMechanism;
-  if (row == nullptr) return select(static_cast<const DigestRow*>(nullptr));
+  if (row == nullptr) return selectDigest(nullptr);
   if (row->signature == kNoMechanism) return selectPSS();
   signature = CK_MECHANISM{row->signature, nullptr, 0};
   if (row->cipher != kNoMechanism) cipher = CK_MECHANISM{row->cipher, nullptr, 0};
@@ -81,7 +81,7 @@ bool CryptoDevice::State::select(const SignatureRow* row) {
 
 bool CryptoDevice::State::selectPSS() {
   const PSSRow* row = digest != nullptr ? findPSS(digest->mechanism) : nullptr;
-  if (row == nullptr) return select(static_cast<const DigestRow*>(nullptr));
+  if (row == nullptr) return selectDigest(nullptr);
   pss = row->parameters;
   signature = CK_MECHANISM{row->mechanism, &pss, sizeof pss};
   cipher = signature;

@@ -31,8 +31,8 @@ struct CryptoDevice::State {
   void close();
 
   // Each leaves nothing selected of what it would have set when there is no row: never what was there before.
-  bool select(const DigestRow* row);
-  bool select(const SignatureRow* row);
+  bool selectDigest(const DigestRow* row);
+  bool selectSignature(const SignatureRow* row);
   bool selectPSS();
   bool selectCipher(const OID& oid);
 

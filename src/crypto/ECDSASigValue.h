@@ -11,8 +11,6 @@ namespace keystrand {
 
 class ECDSASigValue {
  public:
-  [[nodiscard]] const BigInteger& r() const noexcept { return r_; }
-  [[nodiscard]] const BigInteger& s() const noexcept { return s_; }
   // r and s, each left-padded to the length of the order, one behind the other; nothing when one of them is not
   // positive or longer than that.
   [[nodiscard]] std::optional<Bytes> raw(std::uint32_t orderBytes) const;

@@ -13,7 +13,6 @@ namespace keystrand {
 
 using BigNumber = std::unique_ptr<BIGNUM, Releaser<&BN_free>>;
 using BigNumberContext = std::unique_ptr<BN_CTX, Releaser<&BN_CTX_free>>;
-using Montgomery = std::unique_ptr<BN_MONT_CTX, Releaser<&BN_MONT_CTX_free>>;
 using CurveGroup = std::unique_ptr<EC_GROUP, Releaser<&EC_GROUP_free>>;
 using CurvePoint = std::unique_ptr<EC_POINT, Releaser<&EC_POINT_free>>;
 

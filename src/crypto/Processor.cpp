@@ -16,7 +16,6 @@ Processor ask() {
   unsigned int edx = 0;
   Processor found;
   __builtin_cpu_init();
-  found.avx2 = __builtin_cpu_supports("avx2");
   found.bmi2 = __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
   const bool vectors = __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("sse4.1");
   constexpr unsigned int kFeatureLeaf = 7;

@@ -6,7 +6,6 @@ namespace keystrand {
 struct Processor {
   bool shaExtensions = false;  // SHA-1 and SHA-256 rounds, with the SSE4.1 and SSSE3 that their code also uses
   bool bmi2 = false;           // rotations without flags
-  bool avx2 = false;           // usable: the system saves the registers, too
 };
 
 const Processor& processor();

@@ -1,7 +1,7 @@
 // Random numbers for the token: words of 32 bits, out of which everything else is made.
 //
-// The design's own generator, seeded once with the time, would have been guessable: it must never feed the generation
-// of keys. Each word comes from the operating system instead. Verification uses no random numbers at all.
+// Each word comes from the operating system. A generator seeded with the time must never take its place here: the keys
+// made with it could be guessed. Verification uses no random numbers at all.
 #pragma once
 
 #include <cstdint>
@@ -12,17 +12,17 @@ namespace keystrand {
 class RandomGenerator {
  public:
   virtual ~RandomGenerator() = default;
-  // False when there is no source; the target is then all zeros.
-  virtual bool fill(std::span<unsigned char> target) = 0;
+  // Each is false when there is no source; the target is then all zeros.
   virtual bool random8(std::span<unsigned char, 8> target) = 0;
+  virtual bool fill(std::span<unsigned char> target) = 0;
   virtual bool random32(std::uint32_t& word) = 0;
 };
 
 class SystemRandomGenerator final : public RandomGenerator {
  public:
+  bool random8(std::span<unsigned char, 8> target) override;  // two words
   // Eight octets at a time, the last part out of a further eight.
   bool fill(std::span<unsigned char> target) override;
-  bool random8(std::span<unsigned char, 8> target) override;  // two words
   bool random32(std::uint32_t& word) override;
 };
 

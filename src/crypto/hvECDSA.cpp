@@ -35,7 +35,7 @@ bool hvECDSA::setKey(const ECDSAPublicKey& key) {
       EC_POINT_is_at_infinity(group_.get(), point.get()) != 0) {
     return false;
   }
-  point_ = std::shared_ptr<EC_POINT>(point.release(), Releaser<&EC_POINT_free>());
+  point_ = std::move(point);
   return true;
 }
 
@@ -47,7 +47,7 @@ bool hvECDSA::verify(std::span<const unsigned char> digest, std::span<const unsi
   const ECKey key(EC_KEY_new());
   const Value value = signatureOf(signature.first(half), signature.last(half));
   return key && value && EC_KEY_set_group(key.get(), group_.get()) == 1 &&
-         EC_KEY_set_public_key(key.get(), static_cast<const EC_POINT*>(point_.get())) == 1 &&
+         EC_KEY_set_public_key(key.get(), point_.get()) == 1 &&
          ECDSA_do_verify(digest.data(), static_cast<int>(digest.size()), value.get(), key.get()) == 1;
 }
 

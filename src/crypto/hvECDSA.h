@@ -1,9 +1,12 @@
 // ECDSA verification (X9.62, RFC 5480), over OpenSSL's curves.
 #pragma once
 
+#include <memory>
 #include <span>
 
 #include "keystrand/crypto/ECDSAPublicKey.h"
+
+struct ec_point_st;
 
 namespace keystrand {
 
@@ -16,7 +19,7 @@ class hvECDSA {
 
  private:
   std::shared_ptr<const ec_group_st> group_;
-  std::shared_ptr<void> point_;
+  std::shared_ptr<const ec_point_st> point_;
 };
 
 }  // namespace keystrand

@@ -35,8 +35,8 @@ class KEYSTRAND_API CryptoDevice {
 
   // A session on a slot of the binding's list, with a login where the token asks for one. A session that is open is
   // closed first.
-  virtual bool open(std::uint32_t slotIndex, const unsigned char* pin, std::uint32_t pinLength);
-  virtual void close();
+  bool open(std::uint32_t slotIndex, const unsigned char* pin, std::uint32_t pinLength);
+  void close();
 
   virtual bool setDigest(const char* dotted);
   virtual bool setDigest(const AlgorithmIdentifier& algorithm);

@@ -12,7 +12,6 @@ class PKCS11Storage : public PKCS11Object {
   [[nodiscard]] virtual std::shared_ptr<PKCS11Storage> clone() const = 0;
 
   [[nodiscard]] bool isOnToken() const { return flag(CKA_TOKEN); }
-  [[nodiscard]] bool isPrivate() const { return flag(CKA_PRIVATE); }
   [[nodiscard]] bool isModifiable() const { return flag(CKA_MODIFIABLE); }
 
  protected:

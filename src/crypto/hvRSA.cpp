@@ -38,15 +38,15 @@ std::optional<Bytes> hvRSA::publicOperation(const RSAPublicKey& key, std::span<c
   return done ? std::optional(std::move(result)) : std::nullopt;
 }
 
-bool hvRSA::isPadded(std::span<const unsigned char> block, std::span<const unsigned char> data) {
+std::optional<std::span<const unsigned char>> hvRSA::withoutPadding(std::span<const unsigned char> block) {
   constexpr std::size_t kLeastFill = 8;
   constexpr std::size_t kHead = 2;  // zero and block type
-  if (block.size() < kHead + kLeastFill + 1 + data.size()) return false;
-  const std::size_t separator = block.size() - data.size() - 1;
-  const auto fill = block.subspan(kHead, separator - kHead);
-  return block[0] == 0 && block[1] == 1 && block[separator] == 0 &&
-         std::ranges::all_of(fill, [](unsigned char byte) { return byte == 0xFF; }) &&
-         std::ranges::equal(block.last(data.size()), data);
+  if (block.size() < kHead || block[0] != 0 || block[1] != 1) return std::nullopt;
+  const auto filled = block.subspan(kHead);
+  const auto separator = std::ranges::find_if(filled, [](unsigned char byte) { return byte != 0xFF; });
+  const auto fill = static_cast<std::size_t>(separator - filled.begin());
+  if (fill < kLeastFill || separator == filled.end() || *separator != 0) return std::nullopt;
+  return filled.subspan(fill + 1);
 }
 
 }  // namespace keystrand

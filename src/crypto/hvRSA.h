@@ -14,8 +14,9 @@ class hvRSA {
   // The public operation: signature^exponent mod modulus, as long as the modulus. Nothing for a key that is not
   // acceptable (even, tiny or oversized modulus, exponent out of bounds) or a representative not below the modulus.
   static std::optional<Bytes> publicOperation(const RSAPublicKey& key, std::span<const unsigned char> block);
-  // EMSA-PKCS1-v1_5 with block type 1, at least eight fill bytes, and exactly `data` behind the separator.
-  static bool isPadded(std::span<const unsigned char> block, std::span<const unsigned char> data);
+  // What lies behind the separator of EMSA-PKCS1-v1_5: block type 1 and at least eight fill bytes, or nothing. It may
+  // be no byte at all. Points into the block.
+  static std::optional<std::span<const unsigned char>> withoutPadding(std::span<const unsigned char> block);
 };
 
 }  // namespace keystrand

@@ -1,22 +1,15 @@
 // Reading and writing the structures under test.
 #pragma once
 
-#include <openssl/evp.h>
 #include <openssl/x509.h>
 
-#include <optional>
 #include <span>
 #include <string>
 
 #include "der/BorrowedBuffer.h"
-#include "support/Builders.h"
+#include "support/Signing.h"
 
 namespace keystrand::test {
-
-// The bytes of hexadecimal digits, which may be none.
-inline ByteString hex(const std::string& digits) {
-  return digits.empty() ? ByteString() : fromHex(digits);
-}
 
 // What an object makes of bytes: how far it read them, and what it writes. `rewritten` is empty when size() and put()
 // do not agree.
@@ -79,43 +72,11 @@ inline ByteString sequence(const std::vector<ByteString>& parts) {
   return tlv(0x30, parts);
 }
 inline ByteString octets(const char* digits) {
-  return tlv(0x04, {hex(digits)});
+  return tlv(0x04, {fromHex(digits)});
 }
 inline ByteString integer(const char* digits) {
-  return tlv(0x02, {hex(digits)});
+  return tlv(0x02, {fromHex(digits)});
 }
 inline const ByteString kNull = {0x05, 0x00};
-
-inline ByteString digestOf(const char* name, const ByteString& message) {
-  ByteString value(EVP_MAX_MD_SIZE);
-  unsigned int n = 0;
-  EVP_Digest(message.data(), message.size(), value.data(), &n, EVP_get_digestbyname(name), nullptr);
-  value.resize(n);
-  return value;
-}
-
-// The SubjectPublicKeyInfo of a key.
-inline ByteString publicKeyOf(const PrivateKey& key) {
-  return derOf(key.get(), &i2d_PUBKEY);
-}
-
-// A signature by OpenSSL over a message; with `pssSaltLength` in RSASSA-PSS.
-inline ByteString signatureBy(const PrivateKey& key, const char* digest, const ByteString& message,
-                              std::optional<int> pssSaltLength = std::nullopt) {
-  EVP_MD_CTX* context = EVP_MD_CTX_new();
-  EVP_PKEY_CTX* parameters = nullptr;
-  EVP_DigestSignInit(context, &parameters, EVP_get_digestbyname(digest), nullptr, key.get());
-  if (pssSaltLength) {
-    EVP_PKEY_CTX_set_rsa_padding(parameters, 6);
-    EVP_PKEY_CTX_set_rsa_pss_saltlen(parameters, *pssSaltLength);
-  }
-  std::size_t n = 0;
-  EVP_DigestSign(context, nullptr, &n, message.data(), message.size());
-  ByteString signature(n);
-  EVP_DigestSign(context, signature.data(), &n, message.data(), message.size());
-  signature.resize(n);
-  EVP_MD_CTX_free(context);
-  return signature;
-}
 
 }  // namespace keystrand::test

@@ -29,7 +29,7 @@ bool verifies(const ByteString& keyInfo, const PrivateKey& signer) {
   const ByteString message = {'m'};
   KeyInfo key;
   ECDSASigValue value;
-  if (!coded(key, keyInfo).read || !coded(value, signatureBy(signer, "SHA256", message)).read) return false;
+  if (!coded(key, keyInfo).read || !coded(value, signatureOf(signer, {"SHA256"}, message)).read) return false;
   const auto* point = dynamic_cast<const ECDSAPublicKey*>(key.keyView());
   hvECDSA verifier;
   if (point == nullptr || !verifier.setKey(*point)) return false;
@@ -46,7 +46,7 @@ TEST(ECParameters, NamedAndExplicitVerifyAlike) {
                          Row{"secp256k1", 256}, Row{"brainpoolP256r1", 256}, Row{"brainpoolP512t1", 512},
                          Row{"sect233k1", 233}, Row{"sect283r1", 283}, Row{"sect571r1", 571}}) {
     const PrivateKey key = privateKey(row.curve);
-    for (const ByteString& der : {publicKeyOf(key), withExplicitParameters(key)}) {
+    for (const ByteString& der : {publicKeyInfo(key), withExplicitParameters(key)}) {
       KeyInfo info;
       EXPECT_TRUE(coded(info, der).isExact(der)) << row.curve;
       EXPECT_EQ(info.keyBitLength(), row.bits) << row.curve;
@@ -85,7 +85,7 @@ TEST(ECParameters, WithoutAnAcceptableGroupDecodeButVerifyNothing) {
   const ByteString huge = tlv(0x02, {{0x00}, ByteString(8192, 0xFF)});
   const PrivateKey key = privateKey("P-256");
   KeyInfo named;
-  ASSERT_TRUE(coded(named, publicKeyOf(key)).read);
+  ASSERT_TRUE(coded(named, publicKeyInfo(key)).read);
   const auto view = dynamic_cast<const ECDSAPublicKey*>(named.keyView())->pointView();
   const ByteString point = tlv(0x03, {{0x00}, {view.begin(), view.end()}});
   const auto keyInfo = [&](const std::vector<ByteString>& parameters) {
@@ -140,8 +140,8 @@ TEST(ECDSA, RefusesHalvesThatAreOutOfRange) {
   const ByteString digest = digestOf("SHA256", {'m'});
   KeyInfo key;
   ECDSASigValue value;
-  ASSERT_TRUE(coded(key, publicKeyOf(signer)).read);
-  ASSERT_TRUE(coded(value, signatureBy(signer, "SHA256", {'m'})).read);
+  ASSERT_TRUE(coded(key, publicKeyInfo(signer)).read);
+  ASSERT_TRUE(coded(value, signatureOf(signer, {"SHA256"}, {'m'})).read);
   const ByteString good = *value.raw(32);
   EXPECT_FALSE(value.raw(16)) << "longer than the order";
   hvECDSA verifier;

@@ -143,6 +143,8 @@ TEST(PKCS11CryptoKi, LooksAtTheSessionFirst) {
       {"Verify", [&](auto s) { return ki.verify(s, nullptr, 0, nullptr, 0); }},
       {"VerifyUpdate", [&](auto s) { return ki.verifyUpdate(s, nullptr, 0); }},
       {"VerifyFinal", [&](auto s) { return ki.verifyFinal(s, nullptr, 0); }},
+      {"VerifyRecoverInit", [&](auto s) { return ki.verifyRecoverInit(s, nullptr, 1); }},
+      {"VerifyRecover", [&](auto s) { return ki.verifyRecover(s, nullptr, 0, nullptr, nullptr); }},
       {"SeedRandom", [&](auto s) { return ki.seedRandom(s, nullptr, 0); }},
       {"GenerateRandom", [&](auto s) { return ki.generateRandom(s, nullptr, 0); }},
   };

@@ -144,6 +144,48 @@ TEST(TokenOperations, VerifiesRawRSAAndBareDigests) {
   EXPECT_FALSE(raw({}));
 }
 
+TEST(TokenOperations, RecoversWhatWasSigned) {
+  const PrivateKey signer = privateKey("RSA-1024");
+  const ByteString data = {'d', 'a', 't', 'a'};
+  const ByteString good = signatureRound(signer, data);
+  ByteString modulus(128);
+  dynamic_cast<const RSAPublicKey&>(*keyInfoOf(signer)->keyView()).modulus().magnitude(modulus);
+  Session open;
+  CryptoKi& ki = open.ki;
+  const CK_OBJECT_HANDLE key = open.created(rsaKey(modulus));
+  const CK_OBJECT_HANDLE forbidden = open.created(with(rsaKey(modulus), flag(CKA_VERIFY_RECOVER, false)));
+  const CK_MECHANISM padded{CKM_RSA_PKCS, nullptr, 0};
+  const CK_MECHANISM raw{CKM_RSA_X_509, nullptr, 0};
+  const CK_MECHANISM hashing{CKM_SHA256_RSA_PKCS, nullptr, 0};
+  EXPECT_EQ(ki.verifyRecoverInit(open.handle, &hashing, key), CKR_MECHANISM_INVALID);
+  EXPECT_EQ(ki.verifyRecoverInit(open.handle, &padded, forbidden), CKR_KEY_FUNCTION_NOT_PERMITTED);
+  EXPECT_EQ(ki.verifyRecoverInit(open.handle, &padded, key + 9), CKR_KEY_HANDLE_INVALID);
+  ByteString out(128);
+  CK_ULONG n = 0;
+  const auto recover = [&](const CK_MECHANISM& mechanism, const ByteString& signature) {
+    n = out.size();
+    EXPECT_EQ(ki.verifyRecoverInit(open.handle, &mechanism, key), CKR_OK);
+    EXPECT_EQ(ki.verifyRecoverInit(open.handle, &mechanism, key), CKR_OPERATION_ACTIVE);
+    const CK_RV result = ki.verifyRecover(open.handle, signature.data(), signature.size(), out.data(), &n);
+    EXPECT_EQ(ki.verifyRecover(open.handle, good.data(), good.size(), out.data(), &n), CKR_OPERATION_NOT_INITIALIZED);
+    return result;
+  };
+  EXPECT_EQ(recover(padded, good), CKR_OK);
+  EXPECT_EQ(ByteString(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(n)), data);
+  EXPECT_EQ(recover(raw, good), CKR_OK);
+  EXPECT_EQ(n, 128U);
+  EXPECT_EQ(recover(padded, withBitFlipped(good)), CKR_SIGNATURE_INVALID);
+  EXPECT_EQ(recover(padded, ByteString(127, 1)), CKR_SIGNATURE_LEN_RANGE);
+  EXPECT_EQ(recover(raw, ByteString(128, 0xFF)), CKR_SIGNATURE_INVALID);
+  // Asking how much room it takes does not end the operation.
+  ASSERT_EQ(ki.verifyRecoverInit(open.handle, &padded, key), CKR_OK);
+  EXPECT_EQ(ki.verifyRecover(open.handle, good.data(), good.size(), nullptr, &n), CKR_OK);
+  EXPECT_EQ(n, data.size());
+  --n;
+  EXPECT_EQ(ki.verifyRecover(open.handle, good.data(), good.size(), out.data(), &n), CKR_BUFFER_TOO_SMALL);
+  EXPECT_EQ(ki.verifyRecover(open.handle, good.data(), good.size(), out.data(), &n), CKR_OK);
+}
+
 TEST(TokenOperations, FillsWithRandomOctets) {
   Session open;
   ByteString first(13, 0);

@@ -86,7 +86,7 @@ using NotYetSupported =
           &List::C_Decrypt, &List::C_DecryptUpdate, &List::C_DecryptFinal,
           &List::C_DigestKey,  //
           &List::C_SignInit, &List::C_Sign, &List::C_SignUpdate, &List::C_SignFinal, &List::C_SignRecoverInit,
-          &List::C_SignRecover, &List::C_VerifyRecoverInit, &List::C_VerifyRecover,  //
+          &List::C_SignRecover,  //
           &List::C_GenerateKey, &List::C_GenerateKeyPair, &List::C_WrapKey, &List::C_UnwrapKey, &List::C_DeriveKey>;
 
 constexpr CK_FUNCTION_LIST makeList() {
@@ -127,6 +127,8 @@ constexpr CK_FUNCTION_LIST makeList() {
   list.C_Verify = kForward<&Module::verify>;
   list.C_VerifyUpdate = kForward<&Module::verifyUpdate>;
   list.C_VerifyFinal = kForward<&Module::verifyFinal>;
+  list.C_VerifyRecoverInit = kForward<&Module::verifyRecoverInit>;
+  list.C_VerifyRecover = kForward<&Module::verifyRecover>;
   list.C_SeedRandom = kForward<&Module::seedRandom>;
   list.C_GenerateRandom = kForward<&Module::generateRandom>;
   NeverSupported::refuseIn(list);

@@ -14,7 +14,7 @@
 #include <memory>
 
 #include "crypto/SystemRandomGenerator.h"
-#include "crypto/token/PKCS11Storage.h"
+#include "crypto/token/PKCS11PublicKey.h"
 #include "crypto/token/TokenSession.h"
 
 namespace keystrand {
@@ -67,6 +67,9 @@ class PKCS11CryptoKi {
   CK_RV verify(TokenSession& session, CK_BYTE* data, CK_ULONG length, CK_BYTE* signature, CK_ULONG signatureLength);
   CK_RV verifyUpdate(TokenSession& session, CK_BYTE* part, CK_ULONG length);
   CK_RV verifyFinal(TokenSession& session, CK_BYTE* signature, CK_ULONG signatureLength);
+  CK_RV verifyRecoverInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key);
+  CK_RV verifyRecover(TokenSession& session, CK_BYTE* signature, CK_ULONG signatureLength, CK_BYTE* data,
+                      CK_ULONG* length);
 
   CK_RV seedRandom(TokenSession& session, CK_BYTE* seed, CK_ULONG length);
   CK_RV generateRandom(TokenSession& session, CK_BYTE* out, CK_ULONG length);
@@ -82,6 +85,7 @@ class PKCS11CryptoKi {
 
   PKCS11CryptoKi();
   CK_RV find(CK_OBJECT_HANDLE handle, std::shared_ptr<PKCS11Storage>& object) const;
+  CK_RV find(CK_OBJECT_HANDLE handle, std::shared_ptr<const PKCS11PublicKey>& key) const;
   CK_RV add(const TokenSession& owner, std::shared_ptr<PKCS11Storage> object, CK_OBJECT_HANDLE* handle);
 
   int bindings_ = 0;

@@ -19,12 +19,17 @@ CK_RV PKCS11CryptoKi::digestFinal(TokenSession& session, CK_BYTE* out, CK_ULONG*
   return session.digest.finish(out, outLength);
 }
 
+CK_RV PKCS11CryptoKi::find(CK_OBJECT_HANDLE handle, std::shared_ptr<const PKCS11PublicKey>& key) const {
+  std::shared_ptr<PKCS11Storage> object;
+  if (find(handle, object) != CKR_OK) return CKR_KEY_HANDLE_INVALID;
+  key = std::dynamic_pointer_cast<const PKCS11PublicKey>(std::move(object));
+  return key != nullptr ? CKR_OK : CKR_KEY_HANDLE_INVALID;
+}
+
 CK_RV PKCS11CryptoKi::verifyInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key) {
   if (mechanism == nullptr) return CKR_ARGUMENTS_BAD;
-  std::shared_ptr<PKCS11Storage> object;
-  if (find(key, object) != CKR_OK) return CKR_KEY_HANDLE_INVALID;
-  auto publicKey = std::dynamic_pointer_cast<const PKCS11PublicKey>(std::move(object));
-  if (publicKey == nullptr) return CKR_KEY_HANDLE_INVALID;
+  std::shared_ptr<const PKCS11PublicKey> publicKey;
+  if (const CK_RV found = find(key, publicKey); found != CKR_OK) return found;
   return session.verification.begin(*mechanism, std::move(publicKey));
 }
 
@@ -54,6 +59,18 @@ CK_RV PKCS11CryptoKi::verifyFinal(TokenSession& session, CK_BYTE* signature, CK_
   }
   if (!session.verification.isActive()) return CKR_OPERATION_NOT_INITIALIZED;
   return session.verification.finish({signature, signatureLength});
+}
+
+CK_RV PKCS11CryptoKi::verifyRecoverInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key) {
+  if (mechanism == nullptr) return CKR_ARGUMENTS_BAD;
+  std::shared_ptr<const PKCS11PublicKey> publicKey;
+  if (const CK_RV found = find(key, publicKey); found != CKR_OK) return found;
+  return session.recovery.begin(*mechanism, publicKey);
+}
+
+CK_RV PKCS11CryptoKi::verifyRecover(TokenSession& session, CK_BYTE* signature, CK_ULONG signatureLength, CK_BYTE* data,
+                                    CK_ULONG* length) {
+  return session.recovery.recover(signature, signatureLength, data, length);
 }
 
 // The random numbers come from the operating system, which takes no seed.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "crypto/token/DigestOperation.h"
+#include "crypto/token/RecoverOperation.h"
 #include "crypto/token/VerifyOperation.h"
 
 namespace keystrand {
@@ -18,6 +19,7 @@ struct TokenSession {
   CK_FLAGS flags = 0;
   DigestOperation digest;
   VerifyOperation verification;
+  RecoverOperation recovery;
   std::optional<std::vector<CK_OBJECT_HANDLE>> found;  // what a search has still to give, last first
 
   [[nodiscard]] bool isReadWrite() const noexcept { return (flags & CKF_RW_SESSION) != 0; }
@@ -26,6 +28,7 @@ struct TokenSession {
     open = false;
     digest.end();
     verification.end();
+    recovery.end();
     found.reset();
   }
 };

@@ -152,7 +152,10 @@ CK_RV VerifyOperation::check(const RSAPublicKey& key, Octets data, Octets signat
   if (signature.size() != key.modulus().magnitudeLength()) return CKR_SIGNATURE_LEN_RANGE;
   const auto block = hvRSA::publicOperation(key, signature);
   if (!block) return CKR_SIGNATURE_INVALID;
-  if (row_->scheme == Scheme::kPKCS1) return answer(hvRSA::isPadded(*block, data));
+  if (row_->scheme == Scheme::kPKCS1) {
+    const auto held = hvRSA::withoutPadding(*block);
+    return answer(held && std::ranges::equal(*held, data));
+  }
   if (row_->scheme == Scheme::kRaw) return answer(std::ranges::equal(*block, data));
   return answer(digest_ != nullptr && isPSSEncoded(*block, key.modulus().bitLength(), data, *digest_));
 }

@@ -143,6 +143,58 @@ TEST(CryptoKi, BindsAModuleInAFile) {
   ASSERT_TRUE(open.device.setSignatureAlgorithm("1.2.840.113549.1.1.11"));
   EXPECT_TRUE(verifies(open.device, data, signature, keyInfo));
   EXPECT_TRUE(open.device.verifyRaw(data.data(), data.size(), Signature(signature), keyInfo));
+
+  // And the other way round: a device on the module, which asks for a login.
+  ASSERT_EQ(ki.closeAllSessions(slot), CKR_OK);
+  CryptoDevice device(&ki);
+  const auto* wrong = reinterpret_cast<const unsigned char*>("654321");
+  EXPECT_FALSE(device.open(0, nullptr, 0));
+  EXPECT_FALSE(device.open(0, wrong, 6));
+  EXPECT_EQ(device.lastResult(), CKR_PIN_INCORRECT);
+  EXPECT_FALSE(device.setDigest("2.16.840.1.101.3.4.2.1") && device.digestInit()) << "a session stayed open";
+  ASSERT_TRUE(device.open(0, pin, 6));
+  ASSERT_TRUE(device.setSignatureAlgorithm("1.2.840.113549.1.1.11"));
+  EXPECT_TRUE(verifies(device, data, signature, keyInfo));
+  EXPECT_FALSE(verifies(device, data, withBitFlipped(signature), keyInfo));
+  EXPECT_EQ(device.lastResult(), CKR_SIGNATURE_INVALID);
+}
+
+// What the device knows of makers, on a module that is whoever it is told to be.
+TEST(CryptoKi, DrivesModulesAsTheirMakersWantIt) {
+  const ByteString kPIN = {'1', '2', '3', '4'};
+  struct Row {
+    const char* maker;
+    CK_FLAGS flags;     // of the session
+    CK_FLAGS readOnly;  // where none is read-write; 0 when there is none at all
+    CK_ULONG pinLength;
+    bool dropsZero;
+  };
+  for (const Row& row :
+       {Row{"Nobody known", 4, 4, 4, false}, Row{"Chrysalis ITS, AEP", 4, 4, 0, true}, Row{"Eracom", 6, 0, 4, false},
+        Row{"The SafeNet Inc.", 6, 0, 4, false}, Row{"Safenet", 6, 0, 4, false}, Row{"AEP Networks", 6, 0, 4, false},
+        Row{"Halvorn S.p.A.", 6, 4, 4, false}}) {
+    setenv("MODULE_MAKER", row.maker, 1);
+    unsetenv("MODULE_READ_ONLY");
+    CryptoKi ki(KEYSTRAND_VENDOR_MODULE);
+    CryptoDevice device(&ki);
+    CK_SESSION_INFO session{};
+    ASSERT_TRUE(device.open(0, kPIN.data(), 4)) << row.maker;
+    ASSERT_EQ(ki.getSessionInfo(1, &session), CKR_OK);
+    EXPECT_EQ(session.slotID, 7U) << "the slot's identifier, not its place in the list";
+    EXPECT_EQ(session.flags, row.flags) << row.maker;
+    EXPECT_EQ(session.ulDeviceError, row.pinLength) << row.maker;
+    ASSERT_TRUE(device.setSignatureAlgorithm("1.2.840.113549.1.1.11"));
+    const Signature leadingZero(ByteString{0, 1, 2});
+    const auto key = keyInfoOf(privateKey("RSA-1024"));
+    EXPECT_EQ(device.verifyRaw(kPIN.data(), 4, leadingZero, *key), row.dropsZero) << row.maker;
+    EXPECT_EQ(ki.digestInit(1, nullptr), CKR_CRYPTOKI_NOT_INITIALIZED) << "the module leaves it out";
+    setenv("MODULE_READ_ONLY", "1", 1);
+    EXPECT_EQ(device.open(0, kPIN.data(), 4), row.readOnly != 0) << row.maker;
+    if (row.readOnly != 0) {
+      ASSERT_EQ(ki.getSessionInfo(1, &session), CKR_OK);
+      EXPECT_EQ(session.flags, row.readOnly) << row.maker;
+    }
+  }
 }
 
 TEST(CryptoKi, ListsTheModule) {

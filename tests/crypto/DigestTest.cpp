@@ -173,10 +173,6 @@ TEST(Digest, KeepsItsStateWhenThereIsNoRoomForTheValue) {
   EXPECT_EQ(finished(*digest), digestOf("SHA256", message));
 }
 
-TEST(Digest, HasNoneForAnotherMechanism) {
-  EXPECT_EQ(makeDigest(CKM_SHA256_RSA_PKCS), nullptr);
-}
-
 template <class Word>
 void compareBlocks(void (*portable)(Word*, const unsigned char*, std::size_t),
                    void (*accelerated)(Word*, const unsigned char*, std::size_t), const char* name) {
@@ -227,6 +223,16 @@ TEST(DigestInfoCoding, WithNullParametersAndWithout) {
     EXPECT_TRUE(coded(info, der).isExact(der));
   }
   EXPECT_FALSE(coded(info, fromHex("3030300D060960864801650304020105000420AA")).read) << "cut off";
+}
+
+// A digest is found by its octets, whatever its algorithm is called.
+TEST(DigestInfoCoding, IsEqualByTheOctetsAlone) {
+  const ByteString value = digestOf("SHA256", {'a'});
+  const DigestInfo info(AlgorithmIdentifier("2.16.840.1.101.3.4.2.1"), value);
+  EXPECT_TRUE(info.equals(DigestInfo(AlgorithmIdentifier("1.3.14.3.2.26", false), value)));
+  EXPECT_FALSE(info.equals(DigestInfo(*info.algorithmView(), withBitFlipped(value))));
+  EXPECT_FALSE(info.equals(DigestInfo(*info.algorithmView(), std::span(value).first(31))));
+  EXPECT_FALSE(info.equals(DigestInfo()));
 }
 
 }  // namespace

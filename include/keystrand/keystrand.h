@@ -1,7 +1,7 @@
-// Keystrand: a list of trusted CA certificates, a cache of CRLs, and the questions a verifier of signatures asks of them.
+// Keystrand: a list of trusted CA certificates, a cache of CRLs, and what a verifier of signatures asks of them.
 //
-// Nothing here throws. A client that holds the semaphore of cache_getCryptoDeviceSemaphore, to drive the device itself,
-// calls no function of this header meanwhile but the plain getters of the report.
+// Nothing here throws. A client that holds the semaphore of cache_getCryptoDeviceSemaphore, to drive the device
+// itself, calls no function of this header meanwhile but the plain getters of the report.
 #pragma once
 
 #include "keystrand/cache/Records.h"
@@ -24,12 +24,15 @@ class X500Time;
 class XMLFile;
 }  // namespace keystrand
 
-// --- Life cycle ------------------------------------------------------------------------------------------------------
-// cache_init comes first and works once per process: a later call returns 1 and changes nothing, so the directories of
-// the first stay in force. caDir holds the CA list file, crlDir the CRL cache file; nullptr or "" for crlDir means caDir,
-// for caDir the working directory. ident and logFile are for the log; a null logFile keeps no log. Always returns 1.
-// A context serves one thread at a time; all trust data is shared by all contexts. Contexts that are to log are made
-// after cache_enableLog. After cache_finalize no context may be used, and the process cannot start the library again.
+// --- Life cycle
+//
+// cache_init comes first and works once per process: a later call returns 1 and changes nothing, so the directories
+// of the first stay in force. caDir holds the CA list file, crlDir the CRL cache file; nullptr or "" for crlDir
+// means caDir, for caDir the working directory. ident and logFile are for the log; a null logFile keeps no log.
+// Always returns 1. A context serves one thread at a time; all trust data is shared by all contexts. Contexts that
+// are to log are made after cache_enableLog. A context made before cache_init decodes and verifies nothing, then and
+// later. Nothing is saved when the library ends; after cache_finalize contexts may only be released, and the process
+// cannot start it again. The semaphore guards the one CryptoDevice of the process; nullptr before cache_init.
 KEYSTRAND_API unsigned char cache_init(char* ident, char* logFile);
 KEYSTRAND_API unsigned char cache_init(char* caDir, char* ident, char* logFile);
 KEYSTRAND_API unsigned char cache_init(char* caDir, char* crlDir, char* ident, char* logFile);
@@ -40,11 +43,19 @@ KEYSTRAND_API void cache_releaseContext(void* ctx);
 KEYSTRAND_API void ocsp_releaseContext(void* ctx);
 KEYSTRAND_API keystrand::Semaphore* cache_getCryptoDeviceSemaphore();
 
-// --- Settings of the whole process, in force at once ------------------------------------------------------------------
-// cache_setDownloadCRL: 1 fetch a CRL once per session, 2 (default) when it has expired or the server has a newer one,
-// 3 at every search, 4 never. Time-outs are seconds: 60 for CRLs, 15 for OCSP. cache_setLang: 0 Italian (default),
-// 1 English. cache_enableLog: level of contexts made from now on, 3 failures to 7 trace; more counts as 7.
-// cache_setNoSOCKS cuts an entry "address / mask" in place, leaving the address.
+// --- Settings of the whole process, in force at once
+//
+// All may be called before cache_init, which overwrites two of them: the download mode and the location of the
+// European list. Texts are copied; of a location and of the CRL proxy the first 256 bytes count, of a path the first
+// 259.
+//
+// cache_setDownloadCRL: 1 fetch a CRL once per session, 2 (default) when it has expired or the server has a newer
+// one, 3 at every search, 4 never. cache_setTimeStampCheck: 0 never asks a server for the time of a CRL. Time-outs
+// are seconds: 60 for CRLs, 15 for OCSP. cache_setLang: 0 Italian (default), 1 English. cache_enableLog: level of
+// contexts made from now on, 3 failures to 7 trace; more counts as 7. nullptr or "" switches off the CRL proxy, the
+// trace of libcurl (cache_setCURLlog) and its CA bundle, and a null user or password the credentials of a proxy; a
+// null or empty host or a port below 1 switches a proxy off. Lists of hosts end with nullptr; cache_setNoHTTPProxy
+// asks the resolver. cache_setNoSOCKS cuts an entry "address / mask" in place, leaving the address.
 KEYSTRAND_API void cache_setDownloadCRL(unsigned char mode);
 KEYSTRAND_API void cache_setTimeStampCheck(unsigned char on);
 KEYSTRAND_API void cache_setTimeout(int seconds);
@@ -63,9 +74,11 @@ KEYSTRAND_API void cache_setSOCKSProxy(char* host, int port, char* user, char* p
 KEYSTRAND_API void cache_setNoHTTPProxy(char** hosts);
 KEYSTRAND_API void cache_setNoSOCKS(char** entries);
 
-// --- Report of the last operation of a context ------------------------------------------------------------------------
-// cache_getErrCode gives the catalogue code of the last failure of a long operation, or (unsigned long)-1. The reason is
-// that of RFC 5280 section 5.3.1. Times are new copies, nullptr when there is none; release with cache_releaseX500Time.
+// --- Report of the last operation of a context
+//
+// cache_getErrCode gives the catalogue code of the last failure of a long operation, or (unsigned long)-1. The
+// reason is that of RFC 5280 section 5.3.1. Times are new copies, nullptr when there is none; release with
+// cache_releaseX500Time.
 KEYSTRAND_API unsigned long cache_getErrCode(void* ctx);
 KEYSTRAND_API unsigned long ocsp_getErrCode(void* ctx);
 KEYSTRAND_API unsigned char cache_getReason(void* ctx);
@@ -82,41 +95,76 @@ KEYSTRAND_API keystrand::X500Time* cache_getExpiredCertsOnCRL(void* ctx);
 KEYSTRAND_API void cache_resetReport(void* ctx);
 KEYSTRAND_API void ocsp_resetReport(void* ctx);
 
-// --- The CA list --------------------------------------------------------------------------------------------------------
-// A row stands for one subject, an index for one certificate of it; both are valid until the next change of the list.
-// Functions that return unsigned char give 1 for success and 0 for failure, int functions -1 for not found, 255 from
-// cache_getQualified means "nothing known". What is handed in stays the caller's. Paths are UTF-8.
-KEYSTRAND_API int cache_getCACertsNum(void* ctx);
+// --- The CA list
+//
+// A row stands for one subject, whatever the case of its letters, an index for one certificate of it; both are valid
+// until the next change of the list. There are at most 2048 rows; a further subject is refused. What is handed in
+// stays the caller's. Paths are UTF-8. Base64 is that of the DER encoding alone, without armour lines.
+//
+// Functions that return unsigned char give 1 for success and 0 for failure, int functions -1 for not found. None of
+// them sets the code of cache_getErrCode: the reason of a failure is in the log, and where a parameter takes it.
+//
+// Certificates of an armoured file: add keeps what the list holds; init empties it first; import empties the CRL
+// table as well and saves the new list. A certificate that cannot be read ends the work with 0, those before it
+// stay, and an import then saves nothing. The file begins with an armour and holds nothing behind the last one:
+// other text is taken for data, and fails.
+KEYSTRAND_API int cache_getCACertsNum(void* ctx);  // rows, not certificates
 KEYSTRAND_API unsigned char cache_initCACertListPEM(void* ctx, char* path);
 KEYSTRAND_API unsigned char cache_importCACertsListPEM(void* ctx, char* path);
 KEYSTRAND_API unsigned char cache_addCACertListPEM(void* ctx, char* path);
+// One certificate, from a file (DER, or else PEM), from memory, or as an object. A certificate of the same subject,
+// issuer and serial number is replaced, and what a trusted list said of it is lost. `source` tells where it came
+// from: 1 a trusted list, 2 an initial PEM file, 3 (where none is given) added; 4 leaves a certificate alone that is
+// there already, with result 1; any other number is stored as it stands.
 KEYSTRAND_API unsigned char cache_addCACert(void* ctx, char* path);
 KEYSTRAND_API unsigned char cache_addCACert(void* ctx, keystrand::Certificate* cert);
 KEYSTRAND_API unsigned char cache_addCACert(void* ctx, keystrand::Certificate* cert, int source);
 KEYSTRAND_API unsigned char cache_addCACert(void* ctx, unsigned char* der, unsigned int length);
 KEYSTRAND_API unsigned char cache_addCACertDER(void* ctx, unsigned char* der, unsigned int length);
 KEYSTRAND_API unsigned char cache_addCACertPEM(void* ctx, char* base64);
+// *errCode is set to 5195 when the result is 0, and left alone otherwise.
 KEYSTRAND_API unsigned char cache_addCACertPEM(void* ctx, char* base64, unsigned long* errCode);
+// 0 also when there is no such certificate.
 KEYSTRAND_API unsigned char cache_removeCACertPEM(void* ctx, char* base64);
 KEYSTRAND_API unsigned char cache_removeCACertDER(void* ctx, unsigned char* der, unsigned int length);
-KEYSTRAND_API unsigned char cache_removeCACert(void* ctx, keystrand::Name* subject, keystrand::Name* issuer, keystrand::BigInteger serial);
+KEYSTRAND_API unsigned char cache_removeCACert(void* ctx, keystrand::Name* subject, keystrand::Name* issuer,
+                                               keystrand::BigInteger serial);
+// Of entries of this source that stand next to each other in a row every second one stays: repeat until nothing
+// changes.
 KEYSTRAND_API unsigned char cache_removeSourceCACerts(void* ctx, int source);
+// Whole rows, those whose first certificate a trusted list of this country brought; the list counts as not loaded.
 KEYSTRAND_API unsigned char cache_removeCountryCACerts(void* ctx, char* const country);
+// Empties the CA list and the CRL table, for all contexts.
 KEYSTRAND_API void cache_clean(void* ctx);
+// A load replaces the list. 0 when the file cannot be read, the list then stays, and *errCode is set to 5150; a
+// damaged file gives 1 and an empty list. An empty list is not saved: 0, and the file keeps what it has.
 KEYSTRAND_API unsigned char cache_loadCACertList(void* ctx);
 KEYSTRAND_API unsigned char cache_loadCACertList(void* ctx, unsigned long* errCode);
 KEYSTRAND_API unsigned char cache_saveCACertList(void* ctx);
+// The row of a name, and what stands at its indexes. The certificate is a new copy (cache_releaseCertificate).
 KEYSTRAND_API int cache_getCACerts(void* ctx, keystrand::Name* subject);
 KEYSTRAND_API keystrand::Certificate* cache_getCACert(void* ctx, int row, int index);
 KEYSTRAND_API int cache_getCertIndex(void* ctx, int row, keystrand::Name* issuer, keystrand::BigInteger serial);
-KEYSTRAND_API int cache_getCAIndex(void* ctx, keystrand::Certificate* cert, int row, keystrand::AuthorityKeyIdentifier* aki);
-KEYSTRAND_API int cache_getCAIndex(void* ctx, keystrand::AttributeCertificate* cert, int row, keystrand::AuthorityKeyIdentifier* aki);
-KEYSTRAND_API int cache_getCAIndex(void* ctx, keystrand::CertificateList* crl, int row, keystrand::AuthorityKeyIdentifier* aki);
+// Index of the certificate of this row that issued the object. A match of the authority key identifier (RFC 5280
+// section 4.2.1.1), which may be nullptr, is taken without a check of the signature; only where none matches the
+// keys are tried in turn. Dates and key usage play no part.
+KEYSTRAND_API int cache_getCAIndex(void* ctx, keystrand::Certificate* cert, int row,
+                                   keystrand::AuthorityKeyIdentifier* aki);
+KEYSTRAND_API int cache_getCAIndex(void* ctx, keystrand::AttributeCertificate* cert, int row,
+                                   keystrand::AuthorityKeyIdentifier* aki);
+KEYSTRAND_API int cache_getCAIndex(void* ctx, keystrand::CertificateList* crl, int row,
+                                   keystrand::AuthorityKeyIdentifier* aki);
+// For a certificate that is not in the row of its subject the forms by certificate give 0, the form by names -1.
 KEYSTRAND_API int cache_getCACertSource(void* ctx, int row, int index);
 KEYSTRAND_API int cache_getCACertSource(void* ctx, char* base64);
 KEYSTRAND_API int cache_getCACertSource(void* ctx, unsigned char* der, unsigned int length);
-KEYSTRAND_API int cache_getCACertSource(void* ctx, keystrand::Name* subject, keystrand::Name* issuer, keystrand::BigInteger serial);
+KEYSTRAND_API int cache_getCACertSource(void* ctx, keystrand::Name* subject, keystrand::Name* issuer,
+                                        keystrand::BigInteger serial);
+// Whether a row has the name of the certificate's issuer. No key, signature, date or service status is looked at.
 KEYSTRAND_API unsigned char cache_trustedCA(void* ctx, unsigned char* der, unsigned long length);
+// What a trusted list said of a certificate, nullptr when none named it. Texts go back through
+// cache_releaseCharArray. cache_getQualified: 1 for the service types CA/QC and TSA/QTST, 0 for others, 255 when no
+// list named the certificate.
 KEYSTRAND_API char* cache_getCountryCode(void* ctx, int row, int index);
 KEYSTRAND_API char* cache_getServiceStatus(void* ctx, int row, int index);
 KEYSTRAND_API char* cache_getServiceType(void* ctx, int row, int index);
@@ -124,19 +172,21 @@ KEYSTRAND_API unsigned char cache_getQualified(void* ctx, int row, int index);
 KEYSTRAND_API keystrand::TSLMetadata* cache_getCertMetadatiTSL(void* ctx, char* base64);
 KEYSTRAND_API keystrand::_md* cache_getCertMetadata(void* ctx, char* base64);
 
-// --- Trust service lists (ETSI TS 119 612) ----------------------------------------------------------------------------
+// --- Trust service lists (ETSI TS 119 612)
 KEYSTRAND_API unsigned char cache_initCACertListTSL(void* ctx, char* path);
 KEYSTRAND_API unsigned char cache_importCACertsListTSL(void* ctx, char* path);
 KEYSTRAND_API unsigned char cache_addCACertListTSL(void* ctx, char* path);
 KEYSTRAND_API unsigned char cache_addCACertListTSL(void* ctx, keystrand::XMLFile* list);
 KEYSTRAND_API unsigned char cache_addCACertListCountryTSL(void* ctx, keystrand::XMLFile* list);
-KEYSTRAND_API unsigned char cache_addCACertListCountryTSL(void* ctx, keystrand::XMLFile* list, unsigned char allServices);
+KEYSTRAND_API unsigned char cache_addCACertListCountryTSL(void* ctx, keystrand::XMLFile* list,
+                                                          unsigned char allServices);
 KEYSTRAND_API unsigned char cache_loadEUTSL(void* ctx);
 KEYSTRAND_API unsigned char cache_loadEUTSL(void* ctx, char* path);
 KEYSTRAND_API unsigned char cache_loadedEUTSL(void* ctx);
 KEYSTRAND_API unsigned char cache_loadedTSL(void* ctx, char* const country);
 KEYSTRAND_API keystrand::XMLFile* cache_getCountries(void* ctx);
-KEYSTRAND_API keystrand::XMLFile* cache_getCountryTSL(void* ctx, char* const country, keystrand::CertList** signingCerts);
+KEYSTRAND_API keystrand::XMLFile* cache_getCountryTSL(void* ctx, char* const country,
+                                                      keystrand::CertList** signingCerts);
 KEYSTRAND_API keystrand::CertList* cache_getCountryTSLSigningCerts(void* ctx, keystrand::XMLFile* list);
 KEYSTRAND_API unsigned char cache_checkCountryCACertsUpdates(void* ctx, char* country);
 KEYSTRAND_API keystrand::_ti* cache_getLoadedTSLInfo(void* ctx, char* const country);
@@ -154,22 +204,27 @@ KEYSTRAND_API unsigned char cache_isCRLCacheModified();
 KEYSTRAND_API void cache_clearCRLCacheModified();
 KEYSTRAND_API unsigned char cache_updateCRLCache(void* ctx);
 KEYSTRAND_API unsigned char cache_searchCRL(void* ctx, keystrand::DistributionPointName* dp, int caRow, char* serial);
-KEYSTRAND_API keystrand::CertificateList* cache_getCRL(void* ctx, keystrand::DistributionPointName* dp, int caRow, keystrand::Certificate** caCert);
-KEYSTRAND_API keystrand::CertificateList* cache_getCRL(void* ctx, keystrand::DistributionPointName* dp, int caRow, unsigned char cachedOnly, keystrand::Certificate** caCert);
+KEYSTRAND_API keystrand::CertificateList* cache_getCRL(void* ctx, keystrand::DistributionPointName* dp, int caRow,
+                                                       keystrand::Certificate** caCert);
+KEYSTRAND_API keystrand::CertificateList* cache_getCRL(void* ctx, keystrand::DistributionPointName* dp, int caRow,
+                                                       unsigned char cachedOnly, keystrand::Certificate** caCert);
 KEYSTRAND_API void cache_setUseLocalCRLs(void* ctx, unsigned char use);
 KEYSTRAND_API void cache_addLocalCRL(void* ctx, keystrand::CertificateList* crl);
 KEYSTRAND_API void cache_removeLocalCRLs(void* ctx);
 
-// --- OCSP (RFC 6960) ----------------------------------------------------------------------------------------------------
+// --- OCSP (RFC 6960)
 KEYSTRAND_API unsigned char ocsp_check(void* ctx, char* uri, keystrand::Certificate* issuer, char* serial);
-KEYSTRAND_API keystrand::OCSPResponse* ocsp_getResponse(void* ctx, char* uri, keystrand::Certificate* issuer, keystrand::BigInteger serial);
+KEYSTRAND_API keystrand::OCSPResponse* ocsp_getResponse(void* ctx, char* uri, keystrand::Certificate* issuer,
+                                                        keystrand::BigInteger serial);
 KEYSTRAND_API void ocsp_addOCSPResponse(void* ctx, keystrand::OCSPResponse* response);
 KEYSTRAND_API void ocsp_addOCSPResponse(void* ctx, keystrand::BasicOCSPResponse* response);
 KEYSTRAND_API void ocsp_removeLocalResponses(void* ctx);
 KEYSTRAND_API void ocsp_setUseLocalResponses(void* ctx, unsigned char use);
 
-// --- Giving back what the functions above returned; nullptr is ignored ---------------------------------------------------
-// cache_release_tslMetadata and cache_release_tslInfo free exactly the record handed in, not its texts nor its chain.
+// --- Giving back what the functions above returned; nullptr is ignored
+//
+// cache_release_tslMetadata and cache_release_tslInfo free exactly the record handed in: its texts, which came from
+// malloc, and the records behind it are the client's to free.
 KEYSTRAND_API void cache_releaseCharArray(char* text);
 KEYSTRAND_API void cache_releaseCertificate(keystrand::Certificate* cert);
 KEYSTRAND_API void cache_releaseCertificateList(keystrand::CertificateList* crl);

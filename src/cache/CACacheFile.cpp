@@ -1,6 +1,4 @@
 // The CA list between runs of the process.
-#include <sys/stat.h>
-
 #include <mutex>
 #include <utility>
 
@@ -16,13 +14,14 @@ namespace keystrand {
 bool CACache::saveCAList(const std::string& path) {
   logMessage(Logger::kTrace, kCAListSaving);
   workBuffer_.reset();
-  bool isSaved = false;
+  bool fits = false;
   {
     const std::lock_guard lock(library().caMutex);
-    isSaved = writeCAList(workBuffer_, library().caTable.rows(), library().loadedTSLs);
+    fits = writeCAList(workBuffer_, library().caTable.rows(), library().loadedTSLs);
   }
-  if (isSaved && workBuffer_.size() == 0) return false;
-  if (isSaved) {
+  if (fits && workBuffer_.size() == 0) return false;
+  bool isSaved = false;
+  if (fits) {
     const std::lock_guard lock(library().caFileMutex);
     isSaved = workBuffer_.saveFileLocked(path.c_str());
   }
@@ -30,7 +29,6 @@ bool CACache::saveCAList(const std::string& path) {
     logMessage(Logger::kFailure, kCAListNotSaved);
     return false;
   }
-  chmod(path.c_str(), S_IRUSR | S_IWUSR);
   logMessage(Logger::kTrace, kCAListSaved);
   return true;
 }

@@ -1,7 +1,6 @@
 #include "cache/CAListImage.h"
 
 #include <cstdint>
-#include <limits>
 #include <memory>
 #include <utility>
 
@@ -10,8 +9,6 @@
 
 namespace keystrand {
 namespace {
-
-constexpr std::uint64_t kLargestImage = std::numeric_limits<std::uint32_t>::max() - 32;
 
 // Contents, without the headers. Sums stay exact in 64 bits, so a list too large shows in the total.
 struct RowSizes {
@@ -79,7 +76,7 @@ bool writeCAList(Buffer& buffer, const std::vector<CARow>& rows, const TSLInfoLi
     content += elementSize(buffer, sizes.back().row);
   }
   const std::uint64_t total = elementSize(buffer, content) + tslInfos.size(buffer);
-  if (total > kLargestImage) return false;
+  if (total > Buffer::kMaxSize) return false;
   buffer.reserve(static_cast<std::uint32_t>(total));
   if (!rows.empty()) buffer.putSet(static_cast<std::uint32_t>(content));
   for (std::size_t i = 0; i < rows.size(); ++i) putRow(buffer, rows[i], sizes[i]);

@@ -1,4 +1,5 @@
 // Buffer and plain files.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -31,6 +32,7 @@ bool Buffer::saveFileLocked(const char* path) {
   {
     const FirstByteLock lock(file);
     if (!lock.held() || !file.truncate() || !writeTo(file.descriptor())) return false;
+    static_cast<void>(fchmod(file.descriptor(), kForOwner));  // a file that was there has a mode of its own
   }
   return file.close();
 }

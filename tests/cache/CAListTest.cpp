@@ -342,18 +342,6 @@ TEST_F(CAList, CleaningEmptiesBothTablesForEveryContext) {
   EXPECT_EQ(library().loadedTSLs.count(), 1);
 }
 
-TEST_F(CAList, LevelsOfTheMessages) {
-  const std::string list = pathOf("list.pem", {makeCA()});
-  const std::string bad = pathOf("bad.pem", {kGarbage});
-  const std::size_t perLevel[] = {0, 0, 0, 2, 3, 4, 5, 8};  // messages at or below each level
-  for (unsigned char level = 0; level <= Logger::kTrace; ++level) {
-    const auto quiet = contextLogging(level);
-    EXPECT_TRUE(quiet->initCertificateListPEM(list.c_str()));
-    EXPECT_FALSE(quiet->initCertificateListPEM(bad.c_str()));
-    EXPECT_EQ(logged().size(), perLevel[level]) << int{level};
-  }
-}
-
 // Before cache_init a context has no device, so nothing can be decoded, and nothing crashes.
 TEST(CAListWithoutDevice, EveryDecodeFails) {
   CACache context;

@@ -1,5 +1,4 @@
 // Queries of the CA list: who issued an object, what is known of a certificate, and what an unknown one answers.
-#include <climits>
 #include <cstdlib>
 #include <utility>
 
@@ -37,24 +36,6 @@ std::unique_ptr<AuthorityKeyIdentifier> keyIdentifier(const ByteString& bytes) {
   auto aki = std::make_unique<AuthorityKeyIdentifier>();
   aki->setKeyIdentifier(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
   return aki;
-}
-
-TEST_F(CALookup, PlacesOutOfRangeAnswerNothing) {
-  ASSERT_TRUE(add({}));
-  const auto certificate = decoded(makeCA());
-  for (const auto& [row, index] : {std::pair{-1, 0}, {1, 0}, {2048, 0}, {0, -1}, {0, 1}, {INT_MAX, INT_MAX}}) {
-    EXPECT_EQ(context->certificateAt(row, index), nullptr);
-    EXPECT_EQ(context->sourceAt(row, index), -1);
-    EXPECT_EQ(context->countryCodeAt(row, index), nullptr);
-    EXPECT_EQ(context->serviceStatusAt(row, index), nullptr);
-    EXPECT_EQ(context->serviceTypeAt(row, index), nullptr);
-    EXPECT_EQ(context->qualifiedAt(row, index), 255);
-    if (row == 0) continue;
-    EXPECT_EQ(context->certIndex(row, *certificate->issuerView(), certificate->serialNumber()), -1);
-    EXPECT_EQ(context->issuerIndex(*certificate, row, nullptr), -1);
-    EXPECT_TRUE(context->entriesOf(row).empty());
-    EXPECT_EQ(context->subjectTextOf(row), "");
-  }
 }
 
 TEST_F(CALookup, CertificatesAreCopies) {

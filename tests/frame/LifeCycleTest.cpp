@@ -148,6 +148,8 @@ TEST(Boundary, NullAndOutOfRangeGiveTheFailureValue) {
   const RunningLibrary running;
   const Client client;
   ASSERT_TRUE(client.addCA(kGoodCA));
+  const std::unique_ptr<Certificate> known(cache_getCACert(client.context(), 0, 0));
+  const std::unique_ptr<Name> subject(known->subject());
   for (void* ctx : {static_cast<void*>(nullptr), client.context()}) {
     char* noText = nullptr;
     unsigned char* noBytes = nullptr;
@@ -182,6 +184,8 @@ TEST(Boundary, NullAndOutOfRangeGiveTheFailureValue) {
                                       cache_getCACertSource(ctx, noName, noName, BigInteger(1))};
     EXPECT_THAT(missing, testing::Each(-1));
     for (int row : {-1, 1, 2048, 1 << 30}) {
+      EXPECT_EQ(cache_getCertIndex(ctx, row, subject.get(), BigInteger(2)), -1);
+      EXPECT_EQ(cache_getCAIndex(ctx, known.get(), row, nullptr), -1);
       EXPECT_EQ(cache_getCACert(ctx, row, 0), nullptr);
       EXPECT_EQ(cache_getCACert(ctx, 0, row), nullptr);
       EXPECT_EQ(cache_getCACertSource(ctx, row, 0), -1);

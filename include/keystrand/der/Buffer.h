@@ -99,8 +99,8 @@ class KEYSTRAND_API Buffer {
 
   // --- files; paths are UTF-8 ---------------------------------------------------------------------------------------
   // Regular files below 4 GiB only. The Locked forms hold an exclusive lock on the first byte of the file, against
-  // other processes and other descriptors of this one, and wait for it; files that they create are readable by their
-  // owner only. Saving writes in place.
+  // other processes and other descriptors of this one, and wait for it; what they save is readable by its owner only.
+  // Saving writes in place.
   bool saveFile(const char* path);
   bool saveFileLocked(const char* path);
   bool loadFile(const char* path);

@@ -11,10 +11,10 @@
 namespace keystrand {
 
 struct RevokedCertificateList::State {
-  std::shared_ptr<const RevokedBlock> block = std::make_shared<RevokedBlock>(0);  // the entries as decoded
-  std::map<int, std::unique_ptr<RevokedCertificate>>
-      peeked;                                              // those of the block that were lent: they may have changed
-  std::vector<std::unique_ptr<RevokedCertificate>> added;  // those behind the block
+  // The entries as decoded, those of them that were lent and may have changed, and those behind the block.
+  std::shared_ptr<const RevokedBlock> block = std::make_shared<RevokedBlock>(0);
+  std::map<int, std::unique_ptr<RevokedCertificate>> peeked;
+  std::vector<std::unique_ptr<RevokedCertificate>> added;
 
   // The entry as an object, nullptr when it lies unchanged in the block or out of range.
   [[nodiscard]] RevokedCertificate* object(int index) const;

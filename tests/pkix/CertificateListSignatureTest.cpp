@@ -6,6 +6,7 @@
 #include "keystrand/pkix/Certificate.h"
 #include "keystrand/pkix/CertificateList.h"
 #include "pkix/CRLOracle.h"
+#include "pkix/IssuerKey.h"
 #include "support/Builders.h"
 #include "support/Coding.h"
 #include "support/Der.h"
@@ -15,16 +16,6 @@
 namespace keystrand::test {
 
 namespace {
-
-// The public key of a CA, as the library reads it.
-class IssuerKey {
- public:
-  explicit IssuerKey(const Authority& ca) { EXPECT_TRUE(decode(certificate_, ca.certificate)); }
-  [[nodiscard]] const KeyInfo& get() const { return *certificate_.subjectPublicKeyInfoView(); }
-
- private:
-  Certificate certificate_;
-};
 
 const std::vector<CRLEntrySpec> kEntries = {{.serial = "0A11", .extensions = {{"CRLReason", "ASN1:ENUM:1"}}},
                                             {.serial = "0A12"}};
@@ -51,19 +42,19 @@ TEST(CertificateListSignature, HoldsForTheSignedBytesOnly) {
       CertificateList crl;
       ASSERT_TRUE(device.read(crl, der));
       EXPECT_EQ(crl.digestView() != nullptr, row.known);
-      EXPECT_EQ(crl.verify(device.get(), issuer.get()), row.known);
-      EXPECT_FALSE(crl.verify(device.get(), other.get()));
+      EXPECT_EQ(crl.verify(device.get(), issuer), row.known);
+      EXPECT_FALSE(crl.verify(device.get(), other));
       const std::unique_ptr<const CertificateList> copy(crl.clone());
-      EXPECT_EQ(copy->verify(device.get(), issuer.get()), row.known);
+      EXPECT_EQ(copy->verify(device.get(), issuer), row.known);
 
       CertificateList plain;
       ASSERT_TRUE(decode(plain, der));
       EXPECT_EQ(plain.digestView(), nullptr);
-      EXPECT_EQ(plain.verify(device.get(), issuer.get()), row.signing.pss);
+      EXPECT_EQ(plain.verify(device.get(), issuer), row.signing.pss);
 
       CertificateList spoilt;
       ASSERT_TRUE(device.read(spoilt, withBitFlipped(der)));
-      EXPECT_FALSE(spoilt.verify(device.get(), issuer.get()));
+      EXPECT_FALSE(spoilt.verify(device.get(), issuer));
     }
   }
 }
@@ -80,7 +71,7 @@ TEST(CertificateListSignature, OfANonCanonicalBodyNeedsTheReceivedBytes) {
     const ByteString bits = element(0x03, ByteString{0} + signature);
     CertificateList crl;
     ASSERT_TRUE(device.read(crl, withChildren(0x30, {body, parts.at(1), bits})));
-    EXPECT_EQ(crl.verify(device.get(), issuer.get()), !pss);
+    EXPECT_EQ(crl.verify(device.get(), issuer), !pss);
   }
 }
 
@@ -88,11 +79,11 @@ TEST(CertificateListSignature, FailsWhereAPartIsMissing) {
   TestDevice device;
   const Authority ca = makeAuthority();
   const IssuerKey issuer(ca);
-  EXPECT_FALSE(CertificateList().verify(device.get(), issuer.get()));
+  EXPECT_FALSE(CertificateList().verify(device.get(), issuer));
   CertificateList crl;
   ASSERT_TRUE(device.read(crl, makeCRL(ca, {.entries = kEntries})));
   crl.setSignature(nullptr);
-  EXPECT_FALSE(crl.verify(device.get(), issuer.get()));
+  EXPECT_FALSE(crl.verify(device.get(), issuer));
 }
 
 // A signature that is there is kept. One that the device cannot make leaves the buffer as it was.

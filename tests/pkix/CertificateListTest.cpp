@@ -179,6 +179,10 @@ TEST(CertificateList, ReadsEveryShapeOfBody) {
     EXPECT_EQ(crl.crlExtensionsView() != nullptr, !row.wanted.extensions.empty());
     expectSameEntries(std::as_const(crl).revokedCertificates(), *readByOpenSSL(der));
     EXPECT_EQ(encode(crl), der);
+    EXPECT_EQ(crl.revokedCertificates() != nullptr && crl.revokedCertificates()->peek(0) != nullptr,
+              !row.wanted.entries.empty());
+    const std::unique_ptr<CertificateList> copyOfLent(crl.clone());
+    EXPECT_EQ(encode(*copyOfLent), der);
     const std::unique_ptr<CertificateListInfo> body(crl.releaseInfo());
     EXPECT_EQ(crl.issuerView(), nullptr);
     EXPECT_EQ(crl.revokedCertificates(), nullptr);

@@ -87,6 +87,11 @@ std::optional<CertificateFacts> factsOf(const ByteString& certificate) {
   return facts;
 }
 
+ByteString madeByOpenSSL(const ExtensionSpec& wanted) {
+  const auto facts = factsOf(makeCertificate(makeAuthority(), {.extensions = {wanted}}));
+  return facts ? facts->extensions.at(0).value : ByteString();
+}
+
 bool openSSLVerifies(const ByteString& certificate, const ByteString& issuer) {
   const X509Handle subject = decoded(certificate);
   const X509Handle signer = decoded(issuer);

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "support/Builders.h"
 #include "support/TestData.h"
 
 namespace keystrand::test {
@@ -32,6 +33,8 @@ struct CertificateFacts {
 
 // Nothing when OpenSSL refuses the certificate, or finds more behind it.
 std::optional<CertificateFacts> factsOf(const ByteString& certificate);
+// The octets of an extension as OpenSSL makes it.
+ByteString madeByOpenSSL(const ExtensionSpec& wanted);
 // Whether OpenSSL finds the signature made by the key of the other certificate.
 bool openSSLVerifies(const ByteString& certificate, const ByteString& issuer);
 

@@ -6,6 +6,7 @@
 #include "keystrand/pkix/Certificate.h"
 #include "pkix/CertificateFiles.h"
 #include "pkix/CertificateOracle.h"
+#include "pkix/IssuerKey.h"
 #include "support/Builders.h"
 #include "support/Coding.h"
 #include "support/Der.h"
@@ -15,16 +16,6 @@
 namespace keystrand::test {
 
 namespace {
-
-// The public key of a CA, as the library reads it.
-class IssuerKey {
- public:
-  explicit IssuerKey(const Authority& ca) { EXPECT_TRUE(decode(certificate_, ca.certificate)); }
-  operator const KeyInfo&() const { return *certificate_.subjectPublicKeyInfoView(); }  // NOLINT(google-explicit-*)
-
- private:
-  Certificate certificate_;
-};
 
 struct AlgorithmRow {
   const char* key;

@@ -10,11 +10,6 @@ namespace keystrand::test {
 
 namespace {
 
-ByteString madeByOpenSSL(const ExtensionSpec& wanted) {
-  const auto facts = factsOf(makeCertificate(makeAuthority(), {.extensions = {wanted}}));
-  return facts ? facts->extensions.at(0).value : ByteString();
-}
-
 TEST(DistributionPointList, ReadsWhatOpenSSLWrites) {
   const ByteString points = madeByOpenSSL(
       {"crlDistributionPoints", "full,relative,issuer",

@@ -9,12 +9,6 @@ namespace keystrand::test {
 
 namespace {
 
-// The octets of an extension as OpenSSL makes it.
-ByteString madeByOpenSSL(const ExtensionSpec& wanted) {
-  const auto facts = factsOf(makeCertificate(makeAuthority(), {.extensions = {wanted}}));
-  return facts ? facts->extensions.at(0).value : ByteString();
-}
-
 TEST(GeneralName, ReadsEveryChoice) {
   const ByteString names = madeByOpenSSL(
       {"subjectAltName", "@names",

@@ -50,8 +50,8 @@ void forEachAttribute(const RelativeDistinguishedNameList* list, Use use) {
 }
 
 std::string dotted(const AttributeTypeAndValue& attribute) {
-  const std::unique_ptr<char[]> text(attribute.typeText());
-  return text ? text.get() : std::string();
+  const OID* type = attribute.typeView();
+  return type != nullptr ? type->dotted() : std::string();
 }
 
 std::string valueOf(const AttributeTypeAndValue& attribute, AppendValue append) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <string>
 #include <string_view>
 #include <utility>
 
@@ -107,12 +106,16 @@ bool OID::setArcBeyond(int index, std::uint32_t value) {
   return true;
 }
 
-owner<char*> OID::toText() const {
-  if (count_ == 0) return newText(kEmptyText);
+std::string OID::dotted() const {
+  if (count_ == 0) return std::string(kEmptyText);
   std::string text;
   for (const std::uint32_t arc : arcs()) text += std::to_string(arc) + '.';
   text.pop_back();
-  return newText(text);
+  return text;
+}
+
+owner<char*> OID::toText() const {
+  return newText(dotted());
 }
 
 bool OID::equals(const char* dotted) const {

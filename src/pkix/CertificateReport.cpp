@@ -28,7 +28,8 @@ std::string timeText(const X500Time* time) {
 }
 
 std::string algorithmLine(const AlgorithmIdentifier* algorithm) {
-  return "    " + (algorithm != nullptr ? taken(algorithm->oidText()) : std::string()) + "\n";
+  const OID* oid = algorithm != nullptr ? algorithm->oidView() : nullptr;
+  return "    " + (oid != nullptr ? oid->dotted() : std::string()) + "\n";
 }
 
 }  // namespace

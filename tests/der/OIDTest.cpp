@@ -35,6 +35,12 @@ TEST(OIDText, IsReadAndWritten) {
   for (const Row& row : rows) EXPECT_EQ(taken(OID(row.text).toText()), row.written) << row.written;
 }
 
+TEST(OIDText, IsPrintedWithSignedArcs) {
+  testing::internal::CaptureStdout();
+  OID("2.25.4294967295").print();
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "2.25.-1");
+}
+
 TEST(OIDText, HasRoomForSixtyFourLongArcs) {
   const OID full(arcs(64).c_str());
   EXPECT_FALSE(full.overflow());

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
 
 #include "keystrand/support/Api.h"
 
@@ -26,8 +27,9 @@ class KEYSTRAND_API OID {
   ~OID() = default;
 
   [[nodiscard]] owner<OID*> clone() const { return new OID(*this); }
-  // Dotted text; the caller delete[]s it. An empty identifier gives a run of zeros that ends with a point.
-  [[nodiscard]] owner<char*> toText() const;
+  // Dotted text; that of an empty identifier is a run of zeros that ends with a point.
+  [[nodiscard]] std::string dotted() const;
+  [[nodiscard]] owner<char*> toText() const;  // the same, delete[]d by the caller
   [[nodiscard]] int count() const noexcept { return count_; }
   bool setCount(int n);
   [[nodiscard]] std::uint32_t arc(int index) const noexcept;

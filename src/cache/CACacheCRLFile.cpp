@@ -1,6 +1,4 @@
 // The CRL table between runs of the process.
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <mutex>
 #include <utility>
@@ -56,7 +54,6 @@ bool CACache::saveCRLCache(const std::string& path) {
     logMessage(Logger::kFailure, kCRLCacheNotSaved);
     return false;
   }
-  chmod(path.c_str(), S_IRUSR | S_IWUSR);  // a file that was there keeps its mode otherwise
   logMessage(Logger::kTrace, kCRLCacheSaved);
   return true;
 }

@@ -168,6 +168,7 @@ TEST_F(LogSequences, OfTheSearch) {
   const std::string good = put("/good.crl", makeCRL(ca_, {.entries = entries}));
   const std::string old = put("/old.crl", makeCRL(ca_, {.nextUpdate = "20250201000000Z", .entries = entries}));
   const std::string unfit = put("/unfit.crl", makeCRL(mute));
+  const std::string damaged = put("/damaged.crl", withBitFlipped(makeCRL(ca_)));
   const std::string none = server.url("/none.crl");
   const auto search = [](const std::string& url, const char* serial) -> Step {
     return [=](const Client& c) { c.search({url}, serial); };
@@ -190,6 +191,8 @@ TEST_F(LogSequences, OfTheSearch) {
       {"unknown issuer", {}, search(good, "0A"), asked(good) + Lines{{7, 4699}, {7, 4704}, {3, 5137}}, 5137},
       {"a key for certificates only", [&](auto& c) { c.addCA(mute.certificate); }, search(unfit, "0A"),
        asked(unfit) + Lines{{7, 4699}, {7, 4704}, {6, 4676, "CN=Mute"}, {3, 5136}, {3, 5137}}, 5137},
+      {"a damaged signature", addCA(), search(damaged, "0A"),
+       asked(damaged) + Lines{{7, 4699}, {7, 4704}, {6, 4676, kSubject}, {3, 5138}, {3, 5137}}, 5137},
       {"no names", {}, [](auto& c) { c.search({}, "0A"); }, {{3, 5199}}, 5199},
       {"no local CRL",
        {},

@@ -8,7 +8,7 @@ declare -A packages=(
   [build]="g++ cmake ninja-build pkg-config ccache libssl-dev libcurl4-openssl-dev libp11-kit-dev"
   [demo]="python3 python3-cryptography-vectors openssl ca-certificates"
   [test]="libgtest-dev libgmock-dev nlohmann-json3-dev python3-cryptography-vectors openssl ca-certificates nginx-light
-          tinyproxy-bin dante-server microsocks softhsm2"
+          tinyproxy-bin dante-server microsocks softhsm2 slapd ldap-utils"
   [bench]="libbenchmark-dev"
   [fuzz]="clang libclang-rt-14-dev"
   [lint]="clang-format clang-tidy"

@@ -1,11 +1,13 @@
-// LDAP messages with every operation, and filters alone; the first byte says which. What is read is written with the
-// size announced, reads back as itself, and so does a copy.
+// LDAP messages with every operation, filters alone, and the query part of LDAP URLs; the first byte says which. What
+// is read is written with the size announced, reads back as itself, and so does a copy.
 #include <algorithm>
 
 #include "Property.h"
 #include "der/BorrowedBuffer.h"
 #include "ldap/Filter.h"
 #include "ldap/LDAPMessage.h"
+#include "ldap/LDAPQuery.h"
+#include "ldap/LDAPSession.h"
 
 namespace {
 
@@ -37,6 +39,10 @@ bool roundTrip(std::span<const unsigned char> bytes, Structure& structure) {
 void messageComesBack(std::span<const unsigned char> bytes) {
   LDAPMessage message;
   if (!roundTrip(bytes, message)) return;
+  if (bytes.size() >= LDAPSession::kFirstOctets && bytes[0] == kSequence) {
+    const auto size = LDAPSession::messageSize(bytes.first(LDAPSession::kFirstOctets));
+    require(!size || *size <= bytes.size(), "the first octets tell the size");
+  }
   LDAPMessage copy;
   copy.setMessageID(message.messageID());
   copy.setProtocolOp(*message.protocolOp());
@@ -52,15 +58,28 @@ void filterComesBack(std::span<const unsigned char> bytes) {
   require(text->starts_with("( ") && text->ends_with(")"), "a text form stands in brackets");
 }
 
+void queryHoldsTogether(std::span<const unsigned char> bytes) {
+  const std::string text(bytes.begin(), bytes.end());
+  const LDAPQuery query = parseLDAPQuery(text);
+  require(text.starts_with(query.attribute) && query.attribute.starts_with(query.name), "the attribute comes first");
+  require(query.name.find_first_of(";?") == std::string::npos, "a name has no options");
+  require(query.scope <= 2 && query.filter.toString().has_value(), "scope and filter are of those that are sent");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
   const std::span<const unsigned char> rest(data + 1, size - 1);
-  if (data[0] % 2 == 0) {
-    messageComesBack(rest);
-  } else {
-    filterComesBack(rest);
+  switch (data[0] % 3) {
+    case 0:
+      messageComesBack(rest);
+      break;
+    case 1:
+      filterComesBack(rest);
+      break;
+    default:
+      queryHoldsTogether(rest);
   }
   return 0;
 }

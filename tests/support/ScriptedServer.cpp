@@ -12,11 +12,11 @@ namespace keystrand::test {
 
 namespace {
 
-ScriptedServer::Handler inOrder(std::vector<ScriptedServer::Answer> answers) {
+// Gives one after the other, the last again and again.
+template <class Part>
+std::function<Part()> inOrder(std::vector<Part> parts) {
   auto next = std::make_shared<std::atomic<std::size_t>>(0);
-  return [answers = std::move(answers), next](const std::string&) {
-    return answers[std::min(next->fetch_add(1), answers.size() - 1)];
-  };
+  return [parts = std::move(parts), next] { return parts[std::min(next->fetch_add(1), parts.size() - 1)]; };
 }
 
 // Bytes of body that the head announces.
@@ -49,10 +49,13 @@ ScriptedServer::ScriptedServer(Handler handler)
       stopped_(eventfd(0, EFD_CLOEXEC)),
       acceptor_([this] { acceptAll(); }) {}
 
-ScriptedServer::ScriptedServer(std::vector<Answer> answers) : ScriptedServer(inOrder(std::move(answers))) {}
+ScriptedServer::ScriptedServer(std::vector<Answer> answers)
+    : ScriptedServer(Handler([next = inOrder(std::move(answers))](const std::string&) { return next(); })) {}
 
-ScriptedServer::ScriptedServer(Dialogue dialogue)
-    : serve_([this, dialogue = std::move(dialogue)](const Descriptor& peer) { converse(peer, dialogue); }),
+ScriptedServer::ScriptedServer(Dialogue dialogue) : ScriptedServer(std::vector<Dialogue>{std::move(dialogue)}) {}
+
+ScriptedServer::ScriptedServer(std::vector<Dialogue> dialogues)
+    : serve_([this, next = inOrder(std::move(dialogues))](const Descriptor& peer) { converse(peer, next()); }),
       listener_(listenOnLoopback()),
       port_(portOf(listener_)),
       stopped_(eventfd(0, EFD_CLOEXEC)),

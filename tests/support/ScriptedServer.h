@@ -45,6 +45,8 @@ class ScriptedServer {
   explicit ScriptedServer(std::vector<Answer> answers);
   // The same for each connection.
   explicit ScriptedServer(Dialogue dialogue);
+  // As the answers in their order.
+  explicit ScriptedServer(std::vector<Dialogue> dialogues);
   ScriptedServer(const ScriptedServer&) = delete;
   ScriptedServer& operator=(const ScriptedServer&) = delete;
   // Ends all connections.

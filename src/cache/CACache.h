@@ -3,7 +3,7 @@
 // Members do the work of the exported functions, taking the locks of Library.h; those marked "caller holds" do not.
 // The implementation is split by duty: CACacheList.cpp (changes of the CA list), CACacheFile.cpp (its file),
 // CACacheLookup.cpp (its queries), CACacheIssuer.cpp (who issued an object), CACacheCRLFile.cpp, CACacheCRLFetch.cpp,
-// CACacheCRLCheck.cpp, CACacheCRLSearch.cpp, CACacheLocalCRLs.cpp.
+// CACacheCRLLDAP.cpp, CACacheCRLUpdate.cpp, CACacheCRLCheck.cpp, CACacheCRLSearch.cpp, CACacheLocalCRLs.cpp.
 #pragma once
 
 #include <cstdint>
@@ -25,8 +25,10 @@
 #include "keystrand/pkix/CertificateList.h"
 #include "keystrand/pkix/DistributionPoint.h"
 #include "keystrand/support/Semaphore.h"
+#include "ldap/PartialAttributeList.h"
 #include "log/Logger.h"
 #include "log/Report.h"
+#include "net/URL.h"
 
 namespace keystrand {
 
@@ -34,6 +36,12 @@ namespace keystrand {
 struct DownloadedCRL {
   std::unique_ptr<CertificateList> crl;
   X500Time timestamp;  // the server's modification time
+};
+
+// What an LDAP server has told so far of a CRL.
+struct FoundCRL {
+  std::unique_ptr<CertificateList> crl;
+  std::optional<X500Time> time;
 };
 
 class CACache {
@@ -102,7 +110,8 @@ class CACache {
   void addLocalCRL(const CertificateList& crl);
   void removeLocalCRLs();
 
-  // --- retrieval, check and search of CRLs
+  // --- retrieval, check and search of CRLs, and the update of the whole table
+  bool updateCRLCache();
   bool searchCRL(const DistributionPointName* dp, int caRow, const char* serial);
   owner<CertificateList*> getCRL(const DistributionPointName* dp, int caRow, bool cachedOnly, Certificate** caCert);
   // True when the CRL verifies against the CA list; row and index of its issuer are then set.
@@ -125,14 +134,28 @@ class CACache {
 
   // Retrieval (CACacheCRLFetch.cpp). The caller holds the row.
   std::optional<DownloadedCRL> downloadCRL(const std::string& url, bool namedHTTPS, bool direct);
-  std::optional<DownloadedCRL> downloadDirectly(const std::string& uri, int scheme);
+  std::optional<DownloadedCRL> downloadDirectly(const std::string& uri, const ParsedURL& parsed);
   std::optional<DownloadedCRL> download(const std::string& uri);
   bool refreshCRL(const std::string& uri, CRLRow& row);
   bool fillCRLRow(const std::string& uri, CRLRow& row);
   void followIssuingDistributionPoint(const DistributionPointName& name, CRLRow& row);
   std::optional<X500Time> requestCRLTimestamp(const std::string& uri);
+  std::optional<X500Time> requestTimestampHTTPS(const std::string& uri);
+  bool isOutdated(const std::string& uri, const CRLCacheEntry& entry);
   bool needsFetch(const std::string& uri, const CRLCacheEntry& entry, bool cachedOnly);
   [[nodiscard]] bool mayFetch() const;
+
+  // Retrieval by LDAP (CACacheCRLLDAP.cpp). The caller holds the row.
+  std::optional<DownloadedCRL> downloadCRLLDAP(const std::string& uri, const ParsedURL& parsed);
+  std::optional<X500Time> requestTimestampLDAP(const ParsedURL& parsed);
+  void takeCRL(const PartialAttributeList& list, const std::string& name, FoundCRL& found);
+  std::unique_ptr<CertificateList> decodeCRL(const Bytes& value);
+
+  // Update (CACacheCRLUpdate.cpp). The caller holds crlMutex.
+  void refreshCRLCache();
+  bool fillCRLCache();
+  bool cacheDistributionPoint(const DistributionPointName* name);
+  static HeldRow rowForUpdate(const std::string& uri);
 
   // Check (CACacheCRLCheck.cpp).
   bool refuseCRL(const CertificateList& crl, std::int32_t code);

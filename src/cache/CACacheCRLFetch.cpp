@@ -1,4 +1,4 @@
-// Retrieval of CRLs: by HTTP and HTTPS, directly or through a CRL proxy.
+// Retrieval of CRLs: when one is fetched, by which road, directly or through a CRL proxy; HTTP and HTTPS.
 #include <algorithm>
 #include <mutex>
 #include <string_view>
@@ -69,9 +69,17 @@ std::optional<DownloadedCRL> CACache::downloadCRL(const std::string& url, bool n
   return DownloadedCRL{std::move(crl), parseHTTPDate(time)};
 }
 
-std::optional<DownloadedCRL> CACache::downloadDirectly(const std::string& uri, int scheme) {
-  if (scheme != kSchemeHTTP && scheme != kSchemeHTTPS) return std::nullopt;
-  return downloadCRL(uri, true, false);
+// A file is nothing to fetch.
+std::optional<DownloadedCRL> CACache::downloadDirectly(const std::string& uri, const ParsedURL& parsed) {
+  switch (parsed.scheme) {
+    case kSchemeHTTP:
+    case kSchemeHTTPS:
+      return downloadCRL(uri, true, false);
+    case kSchemeLDAP:
+      return downloadCRLLDAP(uri, parsed);
+    default:
+      return std::nullopt;
+  }
 }
 
 std::optional<DownloadedCRL> CACache::download(const std::string& uri) {
@@ -79,13 +87,13 @@ std::optional<DownloadedCRL> CACache::download(const std::string& uri) {
   const std::optional<ParsedURL> parsed = httpParseURL(uri, true);
   if (!parsed) return std::nullopt;
   const std::optional<std::string> proxied = throughProxy(uri);
-  if (!proxied) return downloadDirectly(uri, parsed->scheme);
+  if (!proxied) return downloadDirectly(uri, *parsed);
   logMessage(Logger::kNotice, kCRLAddress, proxied->c_str());
   const bool secure = proxied->starts_with(kHTTPS);
   if (std::optional<DownloadedCRL> answer = downloadCRL(*proxied, secure, secure)) return answer;
   forgetProxy();
   logMessage(Logger::kNotice, kCRLAddress, uri.c_str());
-  return downloadDirectly(uri, parsed->scheme);
+  return downloadDirectly(uri, *parsed);
 }
 
 bool CACache::refreshCRL(const std::string& uri, CRLRow& row) {
@@ -125,7 +133,11 @@ void CACache::followIssuingDistributionPoint(const DistributionPointName& name, 
 std::optional<X500Time> CACache::requestCRLTimestamp(const std::string& uri) {
   if (settings().timeStampCheck == 0) return std::nullopt;
   const std::optional<ParsedURL> parsed = httpParseURL(uri, true);
-  if (!parsed || (parsed->scheme != kSchemeHTTP && parsed->scheme != kSchemeHTTPS)) return std::nullopt;
+  if (!parsed || parsed->scheme == kSchemeFile) return std::nullopt;
+  return parsed->scheme == kSchemeLDAP ? requestTimestampLDAP(*parsed) : requestTimestampHTTPS(uri);
+}
+
+std::optional<X500Time> CACache::requestTimestampHTTPS(const std::string& uri) {
   logMessage(Logger::kTrace, kTimeRequestStarted);  // plain HTTP speaks the same words
   setCurlTimeout(settings().crlTimeout);
   const std::optional<std::string> text = httpsGetTime(uri, workBuffer_);
@@ -140,8 +152,12 @@ bool CACache::needsFetch(const std::string& uri, const CRLCacheEntry& entry, boo
   if (mode == kNever) return false;
   if (entry.crl && (mode == kOncePerSession || cachedOnly)) return false;
   if (!entry.crl || mode == kAlways) return true;
+  return isOutdated(uri, entry);
+}
+
+bool CACache::isOutdated(const std::string& uri, const CRLCacheEntry& entry) {
   const bool due = isDue(entry.nextUpdate);
-  const std::optional<X500Time> remote = requestCRLTimestamp(uri);  // asked for a CRL that is due, too
+  const std::optional<X500Time> remote = requestCRLTimestamp(uri);  // asked for a CRL that is due, and for none, too
   return due || (remote && entry.timestamp.less(*remote));
 }
 

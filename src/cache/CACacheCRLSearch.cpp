@@ -24,11 +24,6 @@ std::string dateText(const X500Time& time) {
   return text.get();
 }
 
-const GeneralNameList* namesOf(const DistributionPointName* dp) {
-  const GeneralNameList* names = dp != nullptr ? dp->fullNameView() : nullptr;
-  return names != nullptr && names->count() > 0 ? names : nullptr;
-}
-
 // Whether this row's CRL replaces the best one so far; equal dates keep the first.
 bool isBetter(const CRLCacheEntry& entry, const CRLSnapshot& best) {
   return !best || best->thisUpdate.less(entry.thisUpdate);

@@ -10,6 +10,7 @@ constexpr ConstantOID kKeyUsage = "2.5.29.15"_oid;
 constexpr ConstantOID kReasonCode = "2.5.29.21"_oid;
 constexpr ConstantOID kInvalidityDate = "2.5.29.24"_oid;
 constexpr ConstantOID kIssuingDistributionPoint = "2.5.29.28"_oid;
+constexpr ConstantOID kCRLDistributionPoints = "2.5.29.31"_oid;
 constexpr ConstantOID kAuthorityKeyIdentifier = "2.5.29.35"_oid;
 constexpr ConstantOID kExpiredCertsOnCRL = "2.5.29.60"_oid;
 constexpr unsigned char kCRLSign = 0x02;  // of the first octet of KeyUsage
@@ -35,6 +36,10 @@ std::unique_ptr<AuthorityKeyIdentifier> authorityKeyIdentifierOf(const Certifica
 
 std::unique_ptr<IssuingDistPointSyntax> issuingDistributionPointOf(const CertificateList& crl) {
   return decoded<IssuingDistPointSyntax>(crl.crlExtensionsView(), kIssuingDistributionPoint);
+}
+
+std::unique_ptr<DistributionPointList> distributionPointsOf(const Certificate& certificate) {
+  return decoded<DistributionPointList>(certificate.extensionsView(), kCRLDistributionPoints);
 }
 
 X500Time expiredCertsOnCRLOf(const CertificateList& crl) {

@@ -15,6 +15,8 @@ namespace keystrand {
 // Null when the CRL has none that can be read.
 std::unique_ptr<AuthorityKeyIdentifier> authorityKeyIdentifierOf(const CertificateList& crl);
 std::unique_ptr<IssuingDistPointSyntax> issuingDistributionPointOf(const CertificateList& crl);
+// CRLDistributionPoints (RFC 5280 section 4.2.1.13); null when the certificate has none that can be read.
+std::unique_ptr<DistributionPointList> distributionPointsOf(const Certificate& certificate);
 // Time 0 when the CRL has no such extension, or an undecodable one.
 X500Time expiredCertsOnCRLOf(const CertificateList& crl);
 // Key usage with cRLSign (RFC 5280 section 4.2.1.3); a certificate without the extension may not sign CRLs here.

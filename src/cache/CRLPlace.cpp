@@ -15,6 +15,11 @@ std::optional<std::string> uriOfGeneralName(const GeneralName& name) {
   return uri;
 }
 
+const GeneralNameList* namesOf(const DistributionPointName* point) {
+  const GeneralNameList* names = point != nullptr ? point->fullNameView() : nullptr;
+  return names != nullptr && names->count() > 0 ? names : nullptr;
+}
+
 bool isDue(const std::optional<X500Time>& nextUpdate) {
   if (!nextUpdate) return true;
   const std::unique_ptr<X500Time> now(SystemClock::now());

@@ -1,4 +1,4 @@
-// The CRL table: its file, its search, the local CRLs of a context.
+// The CRL table: its file, its update, its search, the local CRLs of a context.
 #include "cache/Library.h"
 #include "frame/Boundary.h"
 #include "keystrand/keystrand.h"
@@ -11,6 +11,10 @@ unsigned char cache_loadCRLCache(void* ctx) {
 
 unsigned char cache_saveCRLCache(void* ctx) {
   return onCache<unsigned char>(ctx, 0, [](CACache& c) { return c.saveCRLCache(library().crlCachePath); });
+}
+
+unsigned char cache_updateCRLCache(void* ctx) {
+  return onCache<unsigned char>(ctx, 0, [](CACache& c) { return c.updateCRLCache(); });
 }
 
 unsigned char cache_isCRLCacheLoaded() {

@@ -1,4 +1,4 @@
-// The exported functions whose work is still to come: trust service lists, the update of the whole CRL table, OCSP
+// The exported functions whose work is still to come: trust service lists, OCSP
 // exchanges and proxy discovery. Each returns its failure value. This list shrinks to nothing.
 #include "frame/Boundary.h"
 #include "keystrand/keystrand.h"
@@ -57,11 +57,6 @@ _ti* cache_getLoadedTSLInfos(void*) {
 }
 void cache_releaseXMLFile(XMLFile*) {}
 void cache_release_tslInfo(_ti*) {}
-
-// The update of the whole CRL table.
-unsigned char cache_updateCRLCache(void*) {
-  return 0;
-}
 
 // OCSP.
 unsigned char ocsp_check(void*, char*, Certificate*, char*) {

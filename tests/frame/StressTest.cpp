@@ -60,6 +60,11 @@ void getCRL(World& world, Client& client, unsigned n) {
   }
 }
 
+void update(World&, Client& client, unsigned) {
+  cache_setDownloadCRL(2);
+  EXPECT_EQ(cache_updateCRLCache(client.context()), 1);
+}
+
 void lookUp(World&, Client& client, unsigned n) {
   const std::unique_ptr<Certificate> certificate(cache_getCACert(client.context(), static_cast<int>(n % 3), 0));
   if (!certificate) return;
@@ -123,7 +128,7 @@ TEST(Stress, FourThreadsWithAContextEachDoEverything) {
   World world;
   for (unsigned n = 0; n < kURLs; ++n) world.server.put(world.path(n), world.crls[0]);
   Client().addCA(world.ca.certificate);
-  const std::vector<Step> steps = {search, search, getCRL, lookUp, lookUp, changeList, files, settings};
+  const std::vector<Step> steps = {search, search, getCRL, update, lookUp, lookUp, changeList, files, settings};
   const auto end = std::chrono::steady_clock::now() + kStress;
   std::vector<std::thread> threads;
   for (unsigned t = 0; t < 4; ++t) {

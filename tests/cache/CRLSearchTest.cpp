@@ -198,6 +198,7 @@ TEST_F(CRLSearch, LocalCRLsAnswerForTheirPlaceOrTheirIssuer) {
     }
   }
   EXPECT_EQ(search({kURL}, "0A", 1), 1) << "a place needs no CA row";
+  EXPECT_EQ(context->getCRL(Client::at({kURL}).get(), 0, true, nullptr), nullptr) << "asks the table alone";
 }
 
 }  // namespace

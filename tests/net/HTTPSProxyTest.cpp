@@ -95,8 +95,11 @@ TEST_F(HTTPSProxy, SOCKSProxyIsSpokenToInSOCKSOnlyWithCredentials) {
   EXPECT_EQ(way(), "failed") << "SOCKS to an HTTP proxy, the type of the last credentials";
   setCurlTimeout(15);
   setCurlProxyCredentials(Credentials{"user", "secret"});
+  setCurlTimeout(20);
   EXPECT_NE(way(), "failed");
-  EXPECT_THAT(notSOCKS.requests(), testing::ElementsAre(StartsWith("\x04\x01"), StartsWith("GET http://127.0.0.1:")));
+  EXPECT_THAT(notSOCKS.requests(),
+              testing::UnorderedElementsAre(StartsWith("\x04\x01"), StartsWith("GET http://127.0.0.1:")))
+      << "the one that was given up may still be read when the other has come";
 }
 
 }  // namespace

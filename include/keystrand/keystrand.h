@@ -192,22 +192,44 @@ KEYSTRAND_API unsigned char cache_checkCountryCACertsUpdates(void* ctx, char* co
 KEYSTRAND_API keystrand::_ti* cache_getLoadedTSLInfo(void* ctx, char* const country);
 KEYSTRAND_API keystrand::_ti* cache_getLoadedTSLInfos(void* ctx);
 
-// --- CRLs ---------------------------------------------------------------------------------------------------------------
-// cache_searchCRL: is the certificate of this serial number on the CRL of this distribution point? `serial` is upper-case
-// hexadecimal text as serialNumberText(16) gives it. 1 means revoked; 0 with cache_getErrCode still at -1 means not
-// revoked; 0 with another code means no answer. cache_getCRL returns a deep copy, released with
-// cache_releaseCertificateList, and through caCert the certificate that issued it.
+// --- CRLs
+//
+// One table for the whole process holds the last CRL accepted from each URI, 2048 at most; a URI that could not be
+// fetched keeps its place too. A CRL is accepted when a CA of the list that has its issuer's name, and whose key usage
+// allows it, has signed it; its dates play no part. Downloads block, within the time-outs above.
+//
+// cache_loadCRLCache: 0 when the file cannot be read. A damaged file gives 1 and leaves the table as long as it was,
+// with the rows before the damage replaced. cache_saveCRLCache: 0 when the file cannot be written; what it had is then
+// lost. cache_isCRLCacheModified: 1 from the moment a download has brought a CRL into the table until
+// cache_clearCRLCacheModified; saving does not clear it.
 KEYSTRAND_API unsigned char cache_loadCRLCache(void* ctx);
 KEYSTRAND_API unsigned char cache_saveCRLCache(void* ctx);
 KEYSTRAND_API unsigned char cache_isCRLCacheLoaded();
 KEYSTRAND_API unsigned char cache_isCRLCacheModified();
 KEYSTRAND_API void cache_clearCRLCacheModified();
 KEYSTRAND_API unsigned char cache_updateCRLCache(void* ctx);
+// Is the certificate of this serial number on the CRL of this distribution point (RFC 5280 section 4.2.1.13)? `serial`
+// is upper-case hexadecimal text as serialNumberText(16) gives it. Of several URIs the CRL with the latest thisUpdate
+// answers, expired or not: cache_getNextUpdate tells. 1 means revoked, a hold (reason 6) included; 0 with
+// cache_getErrCode still at -1 means not revoked. 0 with another code is no answer to rely on:
+//   5137  no CRL to search: none could be fetched and accepted, or no local one fits
+//   5199  the distribution point holds no general names
+//   5234  one of its names is no URI; whether the CRL of another one was searched is not told
+//   5136, 5138  a CA that may not sign CRLs signed one, or a signature is wrong; an older CRL, or one from another name,
+//         was searched in its stead, and the serial number is not on it
 KEYSTRAND_API unsigned char cache_searchCRL(void* ctx, keystrand::DistributionPointName* dp, int caRow, char* serial);
+// A deep copy of the CRL (cache_releaseCertificateList) and through caCert, unless that is nullptr, the certificate of
+// its issuer (cache_releaseCertificate), nullptr when it has left the list. With cachedOnly a CRL that is held is not
+// fetched again. nullptr without a CRL: code 5137 and *caCert nullptr, or 5199, or 5120 for a full table, *caCert as
+// it was.
 KEYSTRAND_API keystrand::CertificateList* cache_getCRL(void* ctx, keystrand::DistributionPointName* dp, int caRow,
                                                        keystrand::Certificate** caCert);
 KEYSTRAND_API keystrand::CertificateList* cache_getCRL(void* ctx, keystrand::DistributionPointName* dp, int caRow,
                                                        unsigned char cachedOnly, keystrand::Certificate** caCert);
+// Local CRLs: copies that one context keeps. While it is told to use them, cache_searchCRL asks them alone, the last
+// one added first: a CRL that names its distribution point answers for that URI, any other for the CA of caRow. Each
+// is checked as a fetched one is, so it has to come from cache_getCRL or another decoding with a device: without a
+// digest it does not verify.
 KEYSTRAND_API void cache_setUseLocalCRLs(void* ctx, unsigned char use);
 KEYSTRAND_API void cache_addLocalCRL(void* ctx, keystrand::CertificateList* crl);
 KEYSTRAND_API void cache_removeLocalCRLs(void* ctx);

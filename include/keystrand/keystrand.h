@@ -215,8 +215,8 @@ KEYSTRAND_API unsigned char cache_updateCRLCache(void* ctx);
 //   5137  no CRL to search: none could be fetched and accepted, or no local one fits
 //   5199  the distribution point holds no general names
 //   5234  one of its names is no URI; whether the CRL of another one was searched is not told
-//   5136, 5138  a CA that may not sign CRLs signed one, or a signature is wrong; an older CRL, or one from another name,
-//         was searched in its stead, and the serial number is not on it
+//   5136, 5138  the CA may not sign CRLs, or a signature is wrong; an older CRL, or one from another name, was
+//         searched in its stead, and the serial number is not on it
 KEYSTRAND_API unsigned char cache_searchCRL(void* ctx, keystrand::DistributionPointName* dp, int caRow, char* serial);
 // A deep copy of the CRL (cache_releaseCertificateList) and through caCert, unless that is nullptr, the certificate of
 // its issuer (cache_releaseCertificate), nullptr when it has left the list. With cachedOnly a CRL that is held is not

@@ -182,6 +182,7 @@ class KEYSTRAND_API CertList {
   void add(const Certificate& certificate);
   [[nodiscard]] owner<Certificate*> get(int index) const;
   [[nodiscard]] const Certificate* view(int index) const { return items_.view(index); }
+  [[nodiscard]] Certificate* view(int index) { return items_.view(index); }
   [[nodiscard]] int count() const { return items_.count(); }
 
   [[nodiscard]] std::uint32_t size(const Buffer& buffer) const;

@@ -235,6 +235,20 @@ KEYSTRAND_API void cache_addLocalCRL(void* ctx, keystrand::CertificateList* crl)
 KEYSTRAND_API void cache_removeLocalCRLs(void* ctx);
 
 // --- OCSP (RFC 6960)
+//
+// Trust in a response rests on the issuer handed in: it has signed the response itself, or the certificate of its
+// signer. Neither the responder's dates nor a nonce are looked at. The URI is the caller's to find, in
+// authorityInfoAccess.
+//
+// ocsp_check: is the certificate of this serial number, in hexadecimal text, revoked? 1 means revoked; 0 with
+// ocsp_getErrCode at -1 means good. With code 5219 either stands as well, in a response that is past its nextUpdate; 0
+// with any other code is no answer. A response of another type than id-pkix-ocsp-basic reads as good, and whoever
+// stands between can send one: a good answer is one only if ocsp_getThisUpdate, after ocsp_resetReport, gives a time.
+//
+// ocsp_getResponse: the verified response of the responder, whatever it says (ocsp_releaseOCSPResponse), or nullptr.
+//
+// Stored responses: copies that one context keeps. While it is told to use them ocsp_check sends nothing, its URI may
+// be nullptr, and they are asked in the order in which they were added until one gives an answer. They are never old.
 KEYSTRAND_API unsigned char ocsp_check(void* ctx, char* uri, keystrand::Certificate* issuer, char* serial);
 KEYSTRAND_API keystrand::OCSPResponse* ocsp_getResponse(void* ctx, char* uri, keystrand::Certificate* issuer,
                                                         keystrand::BigInteger serial);

@@ -28,8 +28,9 @@ X500Time* timeOf(const Report* report, std::optional<X500Time> Report::*field) {
   });
 }
 
-void reset(Report* report) {
-  if (report != nullptr) report->reset();
+template <class Context>
+void reset(void* context) {
+  if (context != nullptr) static_cast<Context*>(context)->report().reset();
 }
 
 }  // namespace
@@ -84,8 +85,8 @@ X500Time* cache_getExpiredCertsOnCRL(void* ctx) {
 }
 
 void cache_resetReport(void* ctx) {
-  reset(reportOf<CACache>(ctx));
+  reset<CACache>(ctx);
 }
 void ocsp_resetReport(void* ctx) {
-  reset(reportOf<OCSPChecker>(ctx));
+  reset<OCSPChecker>(ctx);
 }

@@ -1,0 +1,104 @@
+#include "support/OCSPResponder.h"
+
+#include <openssl/pem.h>
+
+#include <cstdio>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+
+#include "support/Process.h"
+
+namespace keystrand::test {
+
+namespace {
+
+struct CloseFile {
+  void operator()(std::FILE* file) const noexcept { static_cast<void>(std::fclose(file)); }
+};
+
+void writeFile(const std::filesystem::path& path, const ByteString& bytes) {
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+ByteString bodyOf(const std::string& request) {
+  const std::size_t head = request.find("\r\n\r\n");
+  return head == std::string::npos ? ByteString()
+                                   : ByteString(request.begin() + static_cast<std::ptrdiff_t>(head) + 4, request.end());
+}
+
+}  // namespace
+
+void runOpenSSL(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), findProgram("openssl"));
+  const Process openssl(arguments);
+  if (!eventually([&] { return !openssl.running(); })) throw std::runtime_error("openssl does not end");
+}
+
+void writeAuthority(const Authority& authority, const std::filesystem::path& certificate,
+                    const std::filesystem::path& key) {
+  writeFile(certificate, toPEM(authority.certificate, "CERTIFICATE"));
+  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(key.c_str(), "w"));
+  if (!file || PEM_write_PrivateKey(file.get(), authority.key.get(), nullptr, nullptr, 0, nullptr, nullptr) != 1)
+    throw std::runtime_error("cannot write " + key.string());
+}
+
+bool OCSPResponder::installed() {
+  return !findProgram("openssl").empty();
+}
+
+OCSPResponder::OCSPResponder(const Authority& issuer, const Authority& signer, std::vector<std::string> options)
+    : options_(std::move(options)), server_([this](const std::string& request) { return serve(request); }) {
+  writeAuthority(issuer, folder_ / "ca.pem", folder_ / "ca.key");
+  writeAuthority(signer, folder_ / "signer.pem", folder_ / "signer.key");
+  addLine("");
+}
+
+void OCSPResponder::addLine(const std::string& line) const {
+  std::ofstream(folder_ / "index.txt", std::ios::app) << line;
+}
+
+void OCSPResponder::add(const std::string& serial) {
+  addLine("V\t391231235959Z\t\t" + serial + "\tunknown\t/CN=" + serial + "\n");
+}
+
+void OCSPResponder::revoke(const std::string& serial, const std::string& reason, const std::string& date) {
+  addLine("R\t391231235959Z\t" + date + (reason.empty() ? "" : ",") + reason + "\t" + serial +
+          "\tunknown\t/CN=" + serial + "\n");
+}
+
+std::vector<ByteString> OCSPResponder::requests() {
+  std::vector<ByteString> bodies;
+  for (const std::string& request : server_.requests()) bodies.push_back(bodyOf(request));
+  return bodies;
+}
+
+ByteString OCSPResponder::answerTo(const ByteString& request) const {
+  const TempFolder exchange;
+  writeFile(exchange / "request", request);
+  std::vector<std::string> arguments = {"ocsp",
+                                        "-index",
+                                        folder_ / "index.txt",
+                                        "-CA",
+                                        folder_ / "ca.pem",
+                                        "-rsigner",
+                                        folder_ / "signer.pem",
+                                        "-rkey",
+                                        folder_ / "signer.key",
+                                        "-reqin",
+                                        exchange / "request",
+                                        "-respout",
+                                        exchange / "response"};
+  arguments.insert(arguments.end(), options_.begin(), options_.end());
+  runOpenSSL(arguments);
+  return readFile(exchange / "response");
+}
+
+ScriptedServer::Answer OCSPResponder::serve(const std::string& request) const {
+  const ByteString answer = answerTo(bodyOf(request));
+  if (answer.empty()) return {"HTTP/1.1 500 Internal Server Error\r\nContent-Length: 0\r\n\r\n"};
+  return {ScriptedServer::ok({answer.begin(), answer.end()}, "Content-Type: application/ocsp-response\r\n")};
+}
+
+}  // namespace keystrand::test

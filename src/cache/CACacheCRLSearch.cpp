@@ -18,19 +18,6 @@ namespace {
 
 constexpr unsigned char kCertificateHold = 6;
 
-<<<<<<< HEAD
-constexpr const char* kDateForm = "%b %d %H:%M:%S %Y GMT";
-
-std::string dateText(const X500Time& time) {
-  const std::unique_ptr<char[]> text(time.formatGMT(kDateForm));
-  return text.get();
-=======
-const GeneralNameList* namesOf(const DistributionPointName* dp) {
-  const GeneralNameList* names = dp != nullptr ? dp->fullNameView() : nullptr;
-  return names != nullptr && names->count() > 0 ? names : nullptr;
->>>>>>> 776d48e (ocsp: the status of a certificate, from a responder or stored responses)
-}
-
 // Whether this row's CRL replaces the best one so far; equal dates keep the first.
 bool isBetter(const CRLCacheEntry& entry, const CRLSnapshot& best) {
   return !best || best->thisUpdate.less(entry.thisUpdate);

@@ -1,10 +1,5 @@
-<<<<<<< HEAD
-// The exported functions whose work is still to come: trust service lists, OCSP
-// exchanges and proxy discovery. Each returns its failure value. This list shrinks to nothing.
-=======
-// The exported functions whose work is still to come: trust service lists, the update of the whole CRL table and proxy
-// discovery. Each returns its failure value. This list shrinks to nothing.
->>>>>>> 776d48e (ocsp: the status of a certificate, from a responder or stored responses)
+// The exported functions whose work is still to come: trust service lists and proxy discovery. Each returns its failure
+// value. This list shrinks to nothing.
 #include "frame/Boundary.h"
 #include "keystrand/keystrand.h"
 #include "net/CurlSettings.h"
@@ -62,26 +57,6 @@ _ti* cache_getLoadedTSLInfos(void*) {
 }
 void cache_releaseXMLFile(XMLFile*) {}
 void cache_release_tslInfo(_ti*) {}
-
-<<<<<<< HEAD
-// OCSP.
-unsigned char ocsp_check(void*, char*, Certificate*, char*) {
-  return 0;
-}
-OCSPResponse* ocsp_getResponse(void*, char*, Certificate*, BigInteger) {
-  return nullptr;
-}
-void ocsp_addOCSPResponse(void*, OCSPResponse*) {}
-void ocsp_addOCSPResponse(void*, BasicOCSPResponse*) {}
-void ocsp_removeLocalResponses(void*) {}
-void ocsp_setUseLocalResponses(void*, unsigned char) {}
-void ocsp_releaseOCSPResponse(OCSPResponse*) {}
-=======
-// The update of the whole CRL table.
-unsigned char cache_updateCRLCache(void*) {
-  return 0;
-}
->>>>>>> 776d48e (ocsp: the status of a certificate, from a responder or stored responses)
 
 // Proxy discovery: only the credentials are heard of yet.
 void cache_setHTTPProxy(char*, char* user, char* password) {

@@ -22,8 +22,9 @@ for target in "${targets[@]}"; do
   seeds=tests/data/fuzz/${target#fuzz_}
   mkdir -p "$corpus"
   echo "== $target, $seconds s"
-  # shellcheck disable=SC2046
+  [[ -d $seeds ]] || seeds=
   "$build/fuzz/$target" -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 \
-    -artifact_prefix="$build/" "$corpus" $([[ -d $seeds ]] && echo "$seeds") 2>&1 | grep -E 'ERROR|SUMMARY|stat::|ABORT' || true
-  [[ ${PIPESTATUS[0]} -eq 0 ]]
+    -artifact_prefix="$build/" "$corpus" ${seeds:+"$seeds"} >"$build/$target.log" 2>&1 ||
+    { tail -n 40 "$build/$target.log"; exit 1; }
+  grep -E 'stat::(number|average|peak)' "$build/$target.log"
 done

@@ -35,7 +35,7 @@ int release(void* cookie) {
 owner<std::FILE*> Transport::localFile() const {
   Socket socket(fcntl(stream_.number(), F_DUPFD_CLOEXEC, 0));
   if (!socket.isOpen()) return nullptr;
-  auto cookie = std::make_unique<Duplicate>(std::move(socket), timeout_);
+  std::unique_ptr<Duplicate> cookie(new Duplicate{std::move(socket), timeout_});
   std::FILE* file =
       fopencookie(cookie.get(), "w", {.read = nullptr, .write = writeBytes, .seek = nullptr, .close = release});
   if (file != nullptr) static_cast<void>(cookie.release());

@@ -11,11 +11,11 @@
 #include <string>
 #include <vector>
 
-#include "cache/CACache.h"
-#include "cache/Library.h"
+#include "BenchContext.h"
 #include "der/BorrowedBuffer.h"
 
-namespace keystrand {
+namespace keystrand::bench {
+
 namespace {
 
 template <auto Release>
@@ -96,17 +96,6 @@ class Walk {
 void perCertificate(benchmark::State& state) {
   state.counters["per_certificate"] = benchmark::Counter(static_cast<double>(state.iterations()) * kCertificates,
                                                          benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
-}
-
-CACache& context() {
-  static CACache& made = [&]() -> CACache& {
-    library().cryptoKi = std::make_unique<CryptoKi>();
-    library().cryptoDevice = std::make_unique<CryptoDevice>(library().cryptoKi.get());
-    library().cryptoDevice->open(0, nullptr, 0);
-    library().initialised = true;
-    return *new CACache;
-  }();
-  return made;
 }
 
 bool fillList() {
@@ -196,4 +185,5 @@ void BM_CASourceByDER_openssl(benchmark::State& state) {
 BENCHMARK(BM_CASourceByDER_openssl);
 
 }  // namespace
-}  // namespace keystrand
+
+}  // namespace keystrand::bench

@@ -48,7 +48,7 @@ std::size_t bytesInUse() {
   return info.uordblks + info.hblkhd;
 }
 
-// --- ours ------------------------------------------------------------------------------------------------------------
+// --- ours --------------------------------------------------------------------------------------------------
 
 CryptoDevice& device() {
   static CryptoKi binding;
@@ -176,8 +176,7 @@ void putOurs(benchmark::State& state) {
   countEntries(state);
 }
 
-// --- OpenSSL
-// -----------------------------------------------------------------------------------------------------------
+// --- OpenSSL -----------------------------------------------------------------------------------------------
 
 CRLHandle decodeByOpenSSL(const LargeCRL& large) {
   const unsigned char* at = large.der.data();

@@ -44,22 +44,26 @@ Bytes lenientModel(Input text) {
 Bytes strictModel(Input text) {
   Bytes bytes;
   unsigned bits = 0;
-  std::size_t place = 0;
+  int held = 0;
+  std::size_t places = 0;
   std::size_t characters = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const std::size_t value = kAlphabet.find(static_cast<char>(text[i]));
     if (text[i] == '=') {
-      if (place < 2) return {};
-      if (++place == 3 && (i + 1 == text.size() || text[i + 1] != '=')) return {};
-      place %= 4;
+      if (places < 2) return {};
+      if (++places % 4 == 3 && (i + 1 == text.size() || text[i + 1] != '=')) return {};
+      if (places % 4 != 0) continue;
+      places = 0;
+      held = 0;
     } else if (value != std::string_view::npos) {
-      bits = bits << 6 | static_cast<unsigned>(value);
-      if (place != 0) bytes.push_back(static_cast<unsigned char>(bits >> (6 - 2 * place)));
-      place = (place + 1) % 4;
+      bits = (bits << 6 | static_cast<unsigned>(value)) & 0xFFFF;
+      held += 6;
+      if (held >= 8) bytes.push_back(static_cast<unsigned char>(bits >> (held -= 8)));
+      ++places;
       ++characters;
     }
   }
-  return place == 0 && bytes.size() == characters * 3 / 4 ? bytes : Bytes();
+  return places % 4 == 0 && bytes.size() == characters * 3 / 4 ? bytes : Bytes();
 }
 
 void decodersAreTheirModels(Input text) {

@@ -95,8 +95,8 @@ void TSLMetadata::setNext(owner<TSLMetadata*> record) {
   next_.reset(record);
 }
 
-// --- coding: each record holds its successor as its last element, to any depth, so the chain is walked, not recursed
-// ---
+// --- coding ---------------------------------------------------------------------------------------------------
+// Each record holds its successor as its last element, to any depth, so the chain is walked, not recursed.
 
 std::uint32_t TSLMetadata::fieldsSize(const Buffer& buffer) const {
   return sizeText(buffer, serviceType_) + sizeText(buffer, serviceName_) + sizeCountryCode(buffer, countryCode_) +

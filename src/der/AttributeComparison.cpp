@@ -24,8 +24,7 @@ bool matchesText(std::string_view pattern, std::string_view text, unsigned char 
 
 }  // namespace
 
-// --- comparison
-// -------------------------------------------------------------------------------------------------------
+// --- comparison --------------------------------------------------------------------------------------------
 
 bool AttributeTypeAndValue::sameType(const AttributeTypeAndValue& other) const noexcept {
   return type_ && other.type_ && type_->equals(*other.type_);
@@ -68,8 +67,7 @@ bool AttributeTypeAndValue::equalsPattern(const AttributeTypeAndValue& other) co
   return pattern != nullptr && text != nullptr ? matchesText(*pattern, *text, tag_) : equals(other);
 }
 
-// --- normalising
-// ------------------------------------------------------------------------------------------------------
+// --- normalising -------------------------------------------------------------------------------------------
 
 void AttributeTypeAndValue::normalise() {
   if (!type_) return;

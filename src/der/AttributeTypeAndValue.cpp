@@ -30,8 +30,7 @@ void appendHex(std::string& out, std::span<const unsigned char> octets) {
 
 }  // namespace
 
-// --- type and value
-// ---------------------------------------------------------------------------------------------------
+// --- type and value ----------------------------------------------------------------------------------------
 
 void AttributeTypeAndValue::setType(const char* dotted) {
   type_.emplace(dotted);
@@ -112,8 +111,7 @@ owner<unsigned char*> AttributeTypeAndValue::valueCopy(std::uint32_t& n) const {
   return newBytes(octets);
 }
 
-// --- texts
-// ------------------------------------------------------------------------------------------------------------
+// --- texts -------------------------------------------------------------------------------------------------
 
 void AttributeTypeAndValue::appendText(std::string& out) const {
   if (const auto* text = std::get_if<std::string>(&value_)) {
@@ -149,8 +147,7 @@ owner<char*> AttributeTypeAndValue::toUTF8Text() const {
   return newText(text);
 }
 
-// --- coding
-// -----------------------------------------------------------------------------------------------------------
+// --- coding ------------------------------------------------------------------------------------------------
 
 std::uint32_t AttributeTypeAndValue::valueSize(const Buffer& buffer) const {
   if (const ISO10646* wide = wideView()) return wide->size(buffer);

@@ -9,13 +9,6 @@
 
 namespace keystrand {
 
-namespace {
-
-constexpr mode_t kForAll = 0666;  // less the umask
-constexpr mode_t kForOwner = 0600;
-
-}  // namespace
-
 bool Buffer::writeTo(int descriptor) const {
   return descriptor >= 0 && writeAll(descriptor, range(0, length_));
 }

@@ -26,8 +26,7 @@ std::uint32_t tagSize(std::uint32_t tag) {
 
 }  // namespace
 
-// --- lengths
-// ----------------------------------------------------------------------------------------------------------
+// --- lengths -----------------------------------------------------------------------------------------------
 
 void Buffer::putLength(std::uint32_t n) {
   const std::uint32_t octets = lengthSize(n) - 1;
@@ -43,8 +42,7 @@ bool Buffer::getLength(std::uint32_t& n) {
   return takeLength(n);
 }
 
-// --- headers
-// ----------------------------------------------------------------------------------------------------------
+// --- headers -----------------------------------------------------------------------------------------------
 
 void Buffer::putHeader(unsigned char tag, std::uint32_t n) {
   put(tag);
@@ -96,8 +94,7 @@ std::uint32_t Buffer::sizeIndefiniteHeader(unsigned char /*tag*/) const {
   return 2;
 }
 
-// --- SEQUENCE and SET
-// -------------------------------------------------------------------------------------------------
+// --- SEQUENCE and SET --------------------------------------------------------------------------------------
 
 void Buffer::putSequence(std::uint32_t n) {
   Buffer::putHeader(kSequence, n);
@@ -148,8 +145,7 @@ bool Buffer::getSet(std::uint32_t& n) {
   return takeHeader(tag, n) && tag == kSet;
 }
 
-// --- wide tags
-// --------------------------------------------------------------------------------------------------------
+// --- wide tags ---------------------------------------------------------------------------------------------
 
 void Buffer::putWide(std::uint32_t tag, std::uint32_t n, const unsigned char* bytes) {
   for (std::uint32_t left = tagSize(tag); left-- > 0;) put(static_cast<unsigned char>(tag >> 8 * left));

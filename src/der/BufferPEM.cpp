@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -45,14 +44,7 @@ class Label {
   std::size_t used_ = 0;
 };
 
-std::span<const unsigned char> upTo(std::span<const unsigned char> text, unsigned char last) {
-  const void* found = text.empty() ? nullptr : std::memchr(text.data(), last, text.size());
-  if (found == nullptr) return text;
-  return text.first(static_cast<std::size_t>(static_cast<const unsigned char*>(found) - text.data()));
-}
-
-// --- armour in memory
-// -------------------------------------------------------------------------------------------------
+// --- armour in memory --------------------------------------------------------------------------------------
 
 void skipLineEnds(std::span<const unsigned char>& text) {
   while (!text.empty() && isLineEnd(text.front())) text = text.subspan(1);
@@ -78,8 +70,7 @@ bool skipArmour(std::span<const unsigned char>& text, Label& label) {
   return text.empty() || text.front() != '-' || skipArmourLine(text, label);
 }
 
-// --- armour in a file
-// -------------------------------------------------------------------------------------------------
+// --- armour in a file --------------------------------------------------------------------------------------
 
 // Reads a file ahead in pieces, and puts its position back to the first byte not taken.
 class PieceReader {
@@ -151,8 +142,7 @@ std::string armoured(std::span<const unsigned char> bytes, const char* label) {
 
 }  // namespace
 
-// --- in memory
-// --------------------------------------------------------------------------------------------------------
+// --- in memory ---------------------------------------------------------------------------------------------
 
 owner<char*> Buffer::toBase64() const {
   return data_ == nullptr ? nullptr : newText(encodeBase64(range(0, length_)));
@@ -187,8 +177,7 @@ bool Buffer::fromPEM(char* label, std::size_t capacity) {
   return !text.empty() && text.front() == 'M' && decodeText(upTo(text, '-'));
 }
 
-// --- files
-// ------------------------------------------------------------------------------------------------------------
+// --- files -------------------------------------------------------------------------------------------------
 
 bool Buffer::writePEM(int descriptor, const char* label) const {
   if (descriptor < 0 || data_ == nullptr) return false;
@@ -197,7 +186,7 @@ bool Buffer::writePEM(int descriptor, const char* label) const {
 }
 
 bool Buffer::savePEM(const char* path, const char* label) {
-  File file = File::openForWriting(path, 0666);
+  File file = File::openForWriting(path, kForAll);
   if (!file.isOpen()) return false;
   file.truncate();
   writePEM(file.descriptor(), label);

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "der/StringTags.h"
 #include "keystrand/der/Buffer.h"
 
 namespace keystrand {
@@ -43,7 +44,6 @@ inline bool Buffer::takeHeader(unsigned char& tag, std::uint32_t& n, bool& defin
 }
 
 inline bool Buffer::takeValue(unsigned char tag, std::span<const unsigned char>& out) noexcept {
-  constexpr unsigned char kNull = 5;
   unsigned char found = 0;
   std::uint32_t n = 0;
   out = {};

@@ -6,9 +6,6 @@ namespace keystrand {
 
 namespace {
 
-constexpr unsigned char kBitString = 3;
-constexpr unsigned char kOctetString = 4;
-constexpr unsigned char kNull = 5;
 constexpr unsigned char kConstructedOctetString = 0x24;
 
 std::uint32_t sizeOf(std::span<const unsigned char> content) {
@@ -22,8 +19,7 @@ owner<char*> copyText(std::span<const unsigned char> content) {
 
 }  // namespace
 
-// --- text
-// -------------------------------------------------------------------------------------------------------------
+// --- text --------------------------------------------------------------------------------------------------
 
 void Buffer::putText(const char* text, unsigned char tag) {
   const std::size_t n = text != nullptr ? std::strlen(text) : 0;
@@ -44,8 +40,7 @@ bool Buffer::getText(char*& text, unsigned char tag) {
   return read;
 }
 
-// --- OCTET STRING
-// -----------------------------------------------------------------------------------------------------
+// --- OCTET STRING ------------------------------------------------------------------------------------------
 
 void Buffer::putOctetString(const unsigned char* bytes, std::uint32_t n, unsigned char tag) {
   if (bytes == nullptr) return Buffer::putNull();
@@ -188,8 +183,7 @@ bool Buffer::joinSegments(unsigned char*& bytes, std::uint32_t& n) {
   return true;
 }
 
-// --- BIT STRING (X.690 8.6)
-// -------------------------------------------------------------------------------------------
+// --- BIT STRING (X.690 8.6) --------------------------------------------------------------------------------
 
 std::uint32_t Buffer::sizeBitString(std::uint32_t n) const {
   return Buffer::sizeHeader(kBitString, n + 1) + n + 1;

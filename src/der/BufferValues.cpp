@@ -11,7 +11,6 @@ namespace {
 
 constexpr unsigned char kBoolean = 1;
 constexpr unsigned char kInteger = 2;
-constexpr unsigned char kNull = 5;
 constexpr unsigned char kObjectIdentifier = 6;
 constexpr unsigned char kEnumerated = 10;
 
@@ -69,8 +68,7 @@ int readArcs(std::span<const unsigned char> content, OID& oid) {
 
 }  // namespace
 
-// --- INTEGER that fits in 32 bits
-// -------------------------------------------------------------------------------------
+// --- INTEGER that fits in 32 bits --------------------------------------------------------------------------
 
 void Buffer::putInteger(std::int32_t value, unsigned char tag) {
   const std::uint32_t octets = integerOctets(value);
@@ -118,8 +116,7 @@ bool Buffer::getInteger(std::int32_t& value) {
   return Buffer::getInteger(value, kInteger);
 }
 
-// --- one-byte values
-// --------------------------------------------------------------------------------------------------
+// --- one-byte values ---------------------------------------------------------------------------------------
 
 void Buffer::putByteValue(unsigned char value, unsigned char tag) {
   put(tag);
@@ -172,8 +169,7 @@ bool Buffer::getBoolean(unsigned char& value) {
   return Buffer::getByteValue(value, kBoolean);
 }
 
-// --- empty values
-// -----------------------------------------------------------------------------------------------------
+// --- empty values ------------------------------------------------------------------------------------------
 
 void Buffer::putEmpty(unsigned char tag) {
   put(tag);
@@ -196,8 +192,7 @@ bool Buffer::getNull() {
   return Buffer::getEmpty(kNull);
 }
 
-// --- OBJECT IDENTIFIER (X.690 8.19)
-// -----------------------------------------------------------------------------------
+// --- OBJECT IDENTIFIER (X.690 8.19) ------------------------------------------------------------------------
 
 void Buffer::putOID(const OID& oid, unsigned char tag) {
   const auto putSubidentifier = [this](std::uint64_t value) {

@@ -62,8 +62,7 @@ owner<char*> ISO10646::toNarrow() const {
   return newText(narrow);
 }
 
-// --- comparison
-// -------------------------------------------------------------------------------------------------------
+// --- comparison --------------------------------------------------------------------------------------------
 
 bool ISO10646::equals(const ISO10646& other) const noexcept {
   if (isAbsent() || other.isAbsent()) return false;
@@ -91,8 +90,7 @@ std::partial_ordering ISO10646::compare(const ISO10646& other) const noexcept {
   }
 }
 
-// --- coding
-// -----------------------------------------------------------------------------------------------------------
+// --- coding ------------------------------------------------------------------------------------------------
 
 std::uint32_t ISO10646::size(const Buffer& buffer) const {
   if (isAbsent()) return buffer.sizeNull();

@@ -16,8 +16,7 @@ owner<RelativeDistinguishedNameList*> Name::list() const {
   return list_ ? list_->clone() : nullptr;
 }
 
-// --- coding
-// -----------------------------------------------------------------------------------------------------------
+// --- coding ------------------------------------------------------------------------------------------------
 
 std::uint32_t Name::size(const Buffer& buffer) const {
   return list_ ? list_->size(buffer) : buffer.sizeSequence(0);
@@ -35,8 +34,7 @@ bool Name::get(Buffer& buffer) {
   return list_.emplace().get(buffer);
 }
 
-// --- comparison
-// -------------------------------------------------------------------------------------------------------
+// --- comparison --------------------------------------------------------------------------------------------
 
 bool Name::equals(const Name& other) const noexcept {
   return list_ && other.list_ ? list_->equals(*other.list_) : !list_ && !other.list_;

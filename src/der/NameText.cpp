@@ -60,8 +60,7 @@ std::string valueOf(const AttributeTypeAndValue& attribute, AppendValue append) 
   return value;
 }
 
-// --- the comma form
-// ---------------------------------------------------------------------------------------------------
+// --- the comma form ----------------------------------------------------------------------------------------
 
 // Puts a backslash before every separator from a place of the text on.
 void escapeSeparators(std::string& text, std::size_t from) {
@@ -102,8 +101,7 @@ std::string commaForm(const RelativeDistinguishedNameList* list, const LabelTabl
   return text;
 }
 
-// --- line forms
-// -------------------------------------------------------------------------------------------------------
+// --- line forms --------------------------------------------------------------------------------------------
 
 std::string lines(const RelativeDistinguishedNameList* list, const LabelTable& table, std::string_view indent,
                   AppendValue append) {

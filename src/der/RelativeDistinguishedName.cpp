@@ -31,8 +31,7 @@ bool eachIsFound(std::span<const RelativeDistinguishedName> left, std::span<cons
 
 }  // namespace
 
-// --- one RDN
-// ----------------------------------------------------------------------------------------------------------
+// --- one RDN -----------------------------------------------------------------------------------------------
 
 owner<AttributeTypeAndValue*> RelativeDistinguishedName::get(int index) const {
   return cloneAt(items_, index);
@@ -73,8 +72,7 @@ bool RelativeDistinguishedName::get(Buffer& buffer, unsigned char tag) {
   return getElements(buffer, tag, items_);
 }
 
-// --- the sequence of them
-// ---------------------------------------------------------------------------------------------
+// --- the sequence of them ----------------------------------------------------------------------------------
 
 owner<RelativeDistinguishedName*> RelativeDistinguishedNameList::get(int index) const {
   return cloneAt(items_, index);

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdint>
-#include <cstring>
 
 namespace keystrand {
 
@@ -73,28 +72,37 @@ void decodeGroups(const unsigned char*& in, const unsigned char* end, unsigned c
   }
 }
 
-struct Segment {
-  std::span<const unsigned char> text;  // up to the padding or the end
-  std::size_t padding = 0;              // how many '=' follow it
+// A text that is decoded for itself: up to the padding that completes a group, that included, or to the end.
+struct PaddedText {
+  std::span<const unsigned char> bytes;
+  std::size_t characters = 0;  // of the alphabet
 };
 
-// Cuts the next padded text off the front; nothing when its padding is wrong. In a group of four, '=' may stand at the
-// third place, another one right behind it, or at the fourth.
-std::optional<Segment> nextSegment(std::span<const unsigned char>& text) {
-  const void* found = text.empty() ? nullptr : std::memchr(text.data(), '=', text.size());
-  if (found == nullptr) {
-    const Segment last{text, 0};
-    text = {};
-    return last;
-  }
-  Segment segment{text.first(static_cast<std::size_t>(static_cast<const unsigned char*>(found) - text.data())), 0};
-  const std::size_t place = countAlphabet(segment.text) % 4;
-  if (place < 2) return std::nullopt;
-  segment.padding = 4 - place;
-  text = text.subspan(segment.text.size());
-  if (text.size() < segment.padding || text[segment.padding - 1] != '=') return std::nullopt;
-  text = text.subspan(segment.padding);
-  return segment;
+// Cuts the next padded text off the front; nothing where it is refused. Characters and padding count as places, on
+// through all groups of the text: '=' may take any but the first two, and where it takes the third of a group another
+// one follows at once.
+std::optional<PaddedText> nextPaddedText(std::span<const unsigned char>& rest) {
+  PaddedText next;
+  std::size_t at = 0;
+  std::size_t places = 0;
+  do {
+    const std::span<const unsigned char> plain = upTo(rest.subspan(at), '=');
+    const std::size_t characters = countAlphabet(plain);
+    next.characters += characters;
+    places += characters;
+    at += plain.size();
+    if (at == rest.size()) {
+      if (places % 4 != 0) return std::nullopt;
+      break;
+    }
+    if (places < 2) return std::nullopt;
+    ++places;
+    ++at;
+    if (places % 4 == 3 && (at == rest.size() || rest[at] != '=')) return std::nullopt;
+  } while (places % 4 != 0);
+  next.bytes = rest.first(at);
+  rest = rest.subspan(at);
+  return next;
 }
 
 // The size of what the strict decoder would write, 0 when it refuses the text.
@@ -102,12 +110,10 @@ std::size_t strictSize(std::span<const unsigned char> text) {
   std::size_t characters = 0;
   std::size_t written = 0;
   while (!text.empty()) {
-    const std::optional<Segment> segment = nextSegment(text);
-    if (!segment) return 0;
-    const std::size_t count = countAlphabet(segment->text);
-    if ((count + segment->padding) % 4 != 0) return 0;
-    characters += count;
-    written += sizeOf(count);
+    const std::optional<PaddedText> next = nextPaddedText(text);
+    if (!next) return 0;
+    characters += next->characters;
+    written += sizeOf(next->characters);
   }
   return written == sizeOf(characters) ? written : 0;  // differs where padding inside the text dropped bits
 }
@@ -159,7 +165,7 @@ bool decodeBase64InPlace(const unsigned char* source, unsigned char* target, std
   std::span<const unsigned char> text(source, source != nullptr ? n : 0);
   n = target != nullptr ? strictSize(text) : 0;
   if (n == 0) return false;
-  for (std::size_t written = 0; written < n;) written += decodeBase64To(nextSegment(text)->text, target + written);
+  for (std::size_t written = 0; written < n;) written += decodeBase64To(nextPaddedText(text)->bytes, target + written);
   return true;
 }
 

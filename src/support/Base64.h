@@ -20,7 +20,8 @@ std::optional<Bytes> decodeBase64(std::span<const unsigned char> text);
 // The same into memory of at least 3/4 of the text's size, which may begin where the text begins or before it. Returns
 // the number of bytes written.
 std::size_t decodeBase64To(std::span<const unsigned char> text, unsigned char* target);
-// Strict: groups of four, '=' only where it completes one; characters of neither kind are passed over. Padded texts may
+// Strict: characters and padding together make groups of four, '=' stands not at the first two places, and one at the
+// third place of a group has the next right behind it; characters of neither kind are passed over. Padded texts may
 // follow one another as long as no bits get lost between them. n is the size of the text going in and of the bytes
 // coming out; target may be source. On failure n is 0 and nothing was written.
 bool decodeBase64InPlace(const unsigned char* source, unsigned char* target, std::size_t& n);

@@ -12,6 +12,9 @@
 
 namespace keystrand {
 
+constexpr mode_t kForAll = 0666;  // less the umask
+constexpr mode_t kForOwner = 0600;
+
 // An open file, closed with its owner.
 class File {
  public:

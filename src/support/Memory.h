@@ -35,6 +35,13 @@ inline owner<unsigned char*> newBytes(std::span<const unsigned char> bytes) {
   return copy;
 }
 
+// What stands in front of the first such byte; all where there is none.
+inline std::span<const unsigned char> upTo(std::span<const unsigned char> bytes, unsigned char byte) noexcept {
+  const void* found = bytes.empty() ? nullptr : std::memchr(bytes.data(), byte, bytes.size());
+  if (found == nullptr) return bytes;
+  return bytes.first(static_cast<std::size_t>(static_cast<const unsigned char*>(found) - bytes.data()));
+}
+
 // A new copy of an owned part, nullptr when there is none; the receiver deletes it.
 template <class T>
 owner<T*> cloneOf(const std::unique_ptr<T>& part) {

@@ -214,8 +214,7 @@ TEST_F(BufferPEM, FromPEMLeavesTheCursor) {
   EXPECT_EQ(in.peekByte(), 1) << "nothing of the text is left behind the bytes";
 }
 
-// --- Base64 without armour
-// --------------------------------------------------------------------------------------------
+// --- Base64 without armour ---------------------------------------------------------------------------------
 
 TEST(BufferBase64, TextOfASequenceIsDecodedInPlace) {
   const ByteString der = sequenceOf(300);

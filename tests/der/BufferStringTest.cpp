@@ -186,8 +186,7 @@ TEST(BufferOctetString, AbsentValuesAreWrittenWithTheSizeAnnounced) {
   EXPECT_EQ(announced, out.size());
 }
 
-// --- BIT STRING
-// -------------------------------------------------------------------------------------------------------
+// --- BIT STRING --------------------------------------------------------------------------------------------
 
 struct Bits {
   bool ok = false;

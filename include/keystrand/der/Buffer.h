@@ -35,7 +35,7 @@ class KEYSTRAND_API Buffer {
   // The most a Buffer holds. A write that would pass it is dropped as a whole.
   static constexpr std::uint32_t kMaxSize = 0xFFFFFFE0;
 
-  // --- the block and the cursors -------------------------------------------------------------------------------
+  // --- the block and the cursors ---------------------------------------------------------------------------
   // Makes limit() at least n; the bytes held are kept. New bytes of the block are zero.
   void reserve(std::uint32_t n);
   // Both cursors to 0; the block and its contents stay.
@@ -72,7 +72,7 @@ class KEYSTRAND_API Buffer {
   // to `capacity` with the NUL, loses its first letter on this route. The read cursor stays where it is.
   bool fromPEM(char* label = nullptr, std::size_t capacity = 0);
 
-  // --- reading without copies, for the library's own decoders -----------------------------------------------------
+  // --- reading without copies, for the library's own decoders ----------------------------------------------
   // Bytes of content that a value may still take: up to size(), not beyond.
   [[nodiscard]] std::uint64_t remaining() const noexcept {
     const std::uint32_t end = length_ < limit_ ? length_ : limit_;
@@ -97,7 +97,7 @@ class KEYSTRAND_API Buffer {
     if (depth_ > 0) --depth_;  // 0 when the Buffer was reset meanwhile
   }
 
-  // --- files; paths are UTF-8 ---------------------------------------------------------------------------------------
+  // --- files; paths are UTF-8 ------------------------------------------------------------------------------
   // Regular files below 4 GiB only. The Locked forms hold an exclusive lock on the first byte of the file, against
   // other processes and other descriptors of this one, and wait for it; what they save is readable by its owner only.
   // Saving writes in place.
@@ -121,8 +121,7 @@ class KEYSTRAND_API Buffer {
   // Goes back one byte from the position of the file, then appends n bytes; false when the file is shorter than n.
   bool appendFrom(int descriptor, std::uint32_t n);
 
-  // --- raw bytes
-  // ------------------------------------------------------------------------------------------------------
+  // --- raw bytes -------------------------------------------------------------------------------------------
   virtual void putByte(unsigned char byte);
   virtual unsigned char getByte();
   virtual unsigned char peekByte(std::uint32_t offset) const;
@@ -131,14 +130,12 @@ class KEYSTRAND_API Buffer {
   virtual owner<unsigned char*> getBytes(std::uint32_t n);
   virtual void getBytes(unsigned char* dest, std::uint32_t n);
 
-  // --- end of contents (X.690 8.1.5)
-  // ----------------------------------------------------------------------------------
+  // --- end of contents (X.690 8.1.5) -----------------------------------------------------------------------
   virtual void putEndOfContents();
   virtual bool getEndOfContents();
   virtual std::uint32_t sizeEndOfContents() const;
 
-  // --- headers (X.690 8.1.2, 8.1.3)
-  // -----------------------------------------------------------------------------------
+  // --- headers (X.690 8.1.2, 8.1.3) ------------------------------------------------------------------------
   virtual void putHeader(unsigned char tag, std::uint32_t n);
   virtual void putIndefiniteHeader(unsigned char tag);
   virtual bool getHeader(unsigned char& tag, std::uint32_t& n, bool& definite);
@@ -154,8 +151,7 @@ class KEYSTRAND_API Buffer {
   virtual std::uint32_t sizeLength(std::uint32_t n) const;
   virtual bool getLength(std::uint32_t& n);
 
-  // --- SEQUENCE and SET
-  // -----------------------------------------------------------------------------------------------
+  // --- SEQUENCE and SET ------------------------------------------------------------------------------------
   virtual void putSequence(std::uint32_t n);
   virtual void putSequenceIndefinite();
   virtual std::uint32_t sizeSequence(std::uint32_t n) const;
@@ -168,8 +164,7 @@ class KEYSTRAND_API Buffer {
   virtual bool getSet(std::uint32_t& n, bool& definite);
   virtual bool getSet(std::uint32_t& n);
 
-  // --- BIT STRING (X.690 8.6)
-  // -----------------------------------------------------------------------------------------
+  // --- BIT STRING (X.690 8.6) ------------------------------------------------------------------------------
   virtual std::uint32_t sizeBitString(std::uint32_t n) const;
   virtual void putBitString(const unsigned char* bytes, std::uint32_t n, unsigned char unused, unsigned char tag);
   virtual void putBitString(const unsigned char* bytes, std::uint32_t n, unsigned char unused);
@@ -178,8 +173,7 @@ class KEYSTRAND_API Buffer {
   virtual void putBitStringHeader(std::uint32_t n, unsigned char unused);
   virtual bool getBitStringHeader(std::uint32_t& n, unsigned char& unused);
 
-  // --- universal types: writers
-  // ---------------------------------------------------------------------------------------
+  // --- universal types: writers ----------------------------------------------------------------------------
   virtual void putOID(const OID& oid, unsigned char tag);
   virtual void putOID(const OID& oid);
   virtual void putInteger(std::int32_t value, unsigned char tag);
@@ -191,8 +185,7 @@ class KEYSTRAND_API Buffer {
   virtual void putByteInteger(unsigned char value);
   virtual void putNull();
 
-  // --- their sizes
-  // ------------------------------------------------------------------------------------------------------
+  // --- their sizes -----------------------------------------------------------------------------------------
   virtual std::uint32_t sizeOID(const OID& oid) const;
   virtual std::uint32_t sizeInteger(std::int32_t value, unsigned char tag) const;
   virtual std::uint32_t sizeInteger(std::int32_t value) const;
@@ -203,8 +196,7 @@ class KEYSTRAND_API Buffer {
   virtual std::uint32_t sizeByteInteger() const;
   virtual std::uint32_t sizeNull() const;
 
-  // --- their readers
-  // ----------------------------------------------------------------------------------------------------
+  // --- their readers ---------------------------------------------------------------------------------------
   virtual bool getOID(OID& oid, unsigned char tag);
   virtual bool getOID(OID& oid);
   virtual bool getInteger(std::int32_t& value, unsigned char tag);
@@ -219,8 +211,7 @@ class KEYSTRAND_API Buffer {
   virtual bool getByteInteger(unsigned char& value);
   virtual bool getNull();
 
-  // --- empty values, ENUMERATED, one-byte values
-  // ------------------------------------------------------------------------
+  // --- empty values, ENUMERATED, one-byte values -----------------------------------------------------------
   virtual void putEmpty(unsigned char tag);
   virtual bool getEmpty(unsigned char tag);
   virtual void putEnumerated(unsigned char value);
@@ -233,14 +224,12 @@ class KEYSTRAND_API Buffer {
   virtual bool getByteValue(unsigned char& value, unsigned char tag);
   virtual bool getBoolean(unsigned char& value);
 
-  // --- views without copy
-  // -----------------------------------------------------------------------------------------------
+  // --- views without copy ----------------------------------------------------------------------------------
   virtual bool getOctetStringRef(unsigned char*& bytes, std::uint32_t& n, unsigned char tag);
   // 0 on failure, 1 when bytes points into the Buffer, 2 when bytes is a new array that the caller releases.
   virtual int getOctetStringRef(unsigned char*& bytes, std::uint32_t& n);
 
-  // --- wide tags, up to four bytes
-  // --------------------------------------------------------------------------------------
+  // --- wide tags, up to four bytes -------------------------------------------------------------------------
   virtual void putWide(std::uint32_t tag, std::uint32_t n, const unsigned char* bytes);
   virtual std::uint32_t sizeWide(std::uint32_t tag, std::uint32_t n) const;
   virtual std::uint32_t sizeWideHeader(std::uint32_t tag, std::uint32_t n) const;

@@ -40,7 +40,6 @@ template <class T>
 class OwnedList {
  public:
   OwnedList() = default;
-  explicit OwnedList(int growBy) : items_(growBy) {}
   OwnedList(OwnedList&& other) noexcept : items_(std::move(other.items_)) { other.items_ = PointerList(); }
   OwnedList& operator=(OwnedList&& other) noexcept {
     if (this != &other) {

@@ -37,8 +37,7 @@ Buffer::Buffer(const Buffer& other) {
 
 Buffer::~Buffer() = default;
 
-// --- the block
-// --------------------------------------------------------------------------------------------------------
+// --- the block ---------------------------------------------------------------------------------------------
 
 // A new block of zeros, with nothing in it.
 void Buffer::allocate(std::uint32_t n) {
@@ -49,22 +48,23 @@ void Buffer::allocate(std::uint32_t n) {
   allocated_ = limit_ = dirty_ = n;
 }
 
-// Moves the bytes held to a block of n. Growing in place costs little for the large blocks that downloads fill piece by
-// piece; an empty one is rather replaced, because its zeros then need not be written.
+// Moves the bytes held to a block of n; when there is no memory, all stays as it was. Growing in place costs little for
+// the large blocks that downloads fill piece by piece; an empty one is rather replaced, because its zeros then need not
+// be written.
 void Buffer::enlarge(std::uint32_t n) {
   if (length_ == 0 || data_.get_deleter().attached) {
-    const Block old = std::exchange(data_, Block());
-    const std::size_t held = length_;
-    allocate(n);
-    if (held != 0) std::memcpy(data_.get(), old.get(), held);
-    return;
+    Buffer larger;
+    larger.allocate(n);
+    if (length_ != 0) std::memcpy(larger.data_.get(), data_.get(), length_);
+    std::swap(data_, larger.data_);
+  } else {
+    auto* block = static_cast<unsigned char*>(std::realloc(data_.get(), n + kSlack));
+    if (block == nullptr) throw std::bad_alloc();
+    static_cast<void>(data_.release());
+    data_.reset(block);
+    std::memset(block + length_, 0, n + kSlack - length_);
+    data_[n] = kGuard;
   }
-  auto* block = static_cast<unsigned char*>(std::realloc(data_.get(), n + kSlack));
-  if (block == nullptr) throw std::bad_alloc();
-  static_cast<void>(data_.release());
-  data_.reset(block);
-  std::memset(block + length_, 0, n + kSlack - length_);
-  data_[n] = kGuard;
   allocated_ = limit_ = dirty_ = n;
 }
 
@@ -106,8 +106,7 @@ void Buffer::fillBehind() noexcept {
   dirty_ = length_;
 }
 
-// --- bytes as a whole
-// -------------------------------------------------------------------------------------------------
+// --- bytes as a whole --------------------------------------------------------------------------------------
 
 unsigned char* Buffer::data(std::uint32_t& length) const noexcept {
   length = length_;
@@ -154,8 +153,7 @@ std::span<const unsigned char> Buffer::range(std::uint64_t from, std::uint64_t t
   return {data_.get() + start, static_cast<std::size_t>(end - start)};
 }
 
-// --- bytes at the cursors
-// ---------------------------------------------------------------------------------------------
+// --- bytes at the cursors ----------------------------------------------------------------------------------
 
 void Buffer::putByte(unsigned char byte) {
   put(byte);

@@ -1,5 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <new>
 
 #include "der/BorrowedBuffer.h"
 #include "der/BufferContents.h"
@@ -90,6 +93,30 @@ TEST(BufferCursor, WritesBeyondTheCountedSizeAreDropped) {
   }
   EXPECT_EQ(buffer.size(), 40U);
   EXPECT_EQ(Buffer(Buffer::kMaxSize + 1).limit(), 0U);
+}
+
+// A Buffer that could not grow is still the one it was: the contexts go on with theirs.
+TEST(BufferCursor, StaysAsItWasWhenThereIsNoMemory) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer ends the process instead";
+#elif defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "the sanitizer needs more memory than the test leaves";
+#endif
+  Buffer empty(100);
+  Holding full("0102");
+  Buffer attached;
+  attached.attach(new unsigned char[2]{3, 4}, 2);
+  rlimit before{};
+  getrlimit(RLIMIT_AS, &before);
+  const rlimit low{rlim_t{1} << 30, before.rlim_max};
+  setrlimit(RLIMIT_AS, &low);
+  for (Buffer* buffer : {&empty, static_cast<Buffer*>(&full), &attached})
+    EXPECT_THROW(buffer->reserve(0x80000000), std::bad_alloc);
+  setrlimit(RLIMIT_AS, &before);
+  fill(empty, hex("AABB"));
+  EXPECT_EQ(held(empty), hex("AABB"));
+  EXPECT_EQ(held(full), hex("0102"));
+  EXPECT_EQ(held(attached), hex("0304"));
 }
 
 TEST(BufferCursor, CopyTakesTheSizeAndNotTheBytes) {

@@ -17,6 +17,8 @@ namespace keystrand {
 namespace {
 
 constexpr unsigned char kSignBit = 0x80;
+// As many as a BIGNUM holds. Asked for more, OpenSSL leaves an error in the thread's queue, where others find it.
+constexpr std::size_t kMaxOctets = std::size_t{std::numeric_limits<int>::max() / (4 * BN_BITS2)} * BN_BYTES;
 
 using Number = std::unique_ptr<BIGNUM, Releaser<&BN_free>>;
 
@@ -26,9 +28,7 @@ void releaseText(char* text) {
 using NumberText = std::unique_ptr<char, Releaser<&releaseText>>;
 
 bignum_st* fromMagnitude(std::span<const unsigned char> bytes) {
-  return bytes.size() > std::size_t{std::numeric_limits<int>::max()}
-             ? nullptr
-             : BN_bin2bn(bytes.data(), static_cast<int>(bytes.size()), nullptr);
+  return bytes.size() > kMaxOctets ? nullptr : BN_bin2bn(bytes.data(), static_cast<int>(bytes.size()), nullptr);
 }
 
 void complement(std::span<unsigned char> bytes) {
@@ -82,7 +82,7 @@ BigInteger::BigInteger(std::int32_t value) : number_(value == 0 ? nullptr : made
   BN_set_negative(number_, value < 0 ? 1 : 0);
 }
 
-BigInteger::BigInteger(std::span<const unsigned char> magnitude) : number_(fromMagnitude(magnitude)) {}
+BigInteger::BigInteger(std::span<const unsigned char> magnitude) : number_(made(fromMagnitude(magnitude))) {}
 
 BigInteger::BigInteger(const BigInteger& other)
     : stripped_(other.stripped_),
@@ -166,8 +166,7 @@ int BigInteger::compare(const BigInteger& other) const noexcept {
   return sign(*this) - sign(other);
 }
 
-// --- coding
-// -----------------------------------------------------------------------------------------------------------
+// --- coding ------------------------------------------------------------------------------------------------
 
 // The shortest two's complement has a sign bit before the bits of the number.
 std::uint32_t BigInteger::contentLength() const {

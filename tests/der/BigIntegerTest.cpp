@@ -3,6 +3,7 @@
 #include <openssl/asn1.h>
 #include <openssl/bn.h>
 #include <openssl/crypto.h>
+#include <openssl/err.h>
 
 #include <memory>
 #include <string>
@@ -52,7 +53,7 @@ TEST(BigIntegerCoding, AgreesWithOpenSSL) {
     BigInteger value;
     ASSERT_TRUE(BigInteger::parse(text.c_str(), 10, value)) << text;
     const ByteString expected = encodedByOpenSSL(decimal(text));
-    EXPECT_EQ(encoded(value), expected) << text;
+    EXPECT_EQ(encode(value), expected) << text;
     BigInteger read;
     ASSERT_TRUE(decode(read, expected)) << text;
     EXPECT_EQ(read.text(10), text);
@@ -93,6 +94,17 @@ TEST(BigIntegerCoding, RefusesWhatIsNoShortestForm) {
   }
 }
 
+// What OpenSSL cannot hold is refused before it is asked, or its error would wait for whoever looks next.
+TEST(BigIntegerCoding, RefusesWhatNoBIGNUMHolds) {
+  const ByteString octets(80U << 20, 0x5A);
+  Buffer buffer;
+  buffer.putOctetString(octets.data(), static_cast<std::uint32_t>(octets.size()), 2);
+  BigInteger value;
+  EXPECT_FALSE(value.get(buffer));
+  EXPECT_THROW(BigInteger{octets}, std::bad_alloc) << "and does not become zero";
+  EXPECT_EQ(ERR_peek_error(), 0U);
+}
+
 TEST(BigIntegerCoding, TakesTheOctetBehindAnEmptyValue) {
   Holding buffer("0200 0500");
   BigInteger value(7);
@@ -114,14 +126,14 @@ TEST(BigIntegerCoding, CarriesAnImplicitTag) {
 TEST(BigIntegerCoding, PadsOnlyWhatIsNotStripped) {
   BigInteger value(5);
   value.setPadding(2);
-  EXPECT_EQ(encoded(value), hex("020105"));
+  EXPECT_EQ(encode(value), hex("020105"));
   value.setStripped(false);
-  EXPECT_EQ(encoded(value), hex("0203000005"));
-  EXPECT_EQ(encoded(BigInteger(value)), hex("0203000005"));
+  EXPECT_EQ(encode(value), hex("0203000005"));
+  EXPECT_EQ(encode(BigInteger(value)), hex("0203000005"));
   BigInteger negative(-5);
   negative.setPadding(1);
   negative.setStripped(false);
-  EXPECT_EQ(encoded(negative), hex("0202FFFB"));
+  EXPECT_EQ(encode(negative), hex("0202FFFB"));
 }
 
 TEST(BigIntegerText, IsOpenSSLs) {

@@ -59,7 +59,7 @@ void comesBack(const X509_NAME* theirs, const std::string& file) {
   const ByteString bytes = der(theirs);
   Name name;
   ASSERT_TRUE(decode(name, bytes)) << file;
-  EXPECT_EQ(encoded(name), bytes) << file;
+  EXPECT_EQ(encode(name), bytes) << file;
   if (!isPlain(theirs)) return;
   EXPECT_EQ(taken(name.toPrintableUTF8()), printedByOpenSSL(theirs)) << file;
   const std::unique_ptr<Name> copy(name.clone());
@@ -101,8 +101,7 @@ TEST(NameCoding, OfRealCertificatesComesBack) {
   EXPECT_GT(namesComeBack(*folder), 200);
 }
 
-// --- single attributes
-// -------------------------------------------------------------------------------------------------
+// --- single attributes -------------------------------------------------------------------------------------
 
 struct ValueRow {
   const char* name;
@@ -140,7 +139,7 @@ TEST(AttributeValue, OfEachType) {
     const ByteString value = hex(row.written != nullptr ? row.written : row.der);
     expected.insert(expected.end(), value.begin(), value.end());
     expected[1] = static_cast<unsigned char>(5 + value.size());
-    EXPECT_EQ(encoded(attribute), expected) << row.name;
+    EXPECT_EQ(encode(attribute), expected) << row.name;
   }
 }
 
@@ -157,7 +156,7 @@ TEST(AttributeValue, IsSetByItsTag) {
   attribute.setType("2.5.4.3");
   const auto valueOf = [&attribute](auto value, unsigned char tag, auto... length) {
     attribute.setValue(value, tag, length...);
-    const ByteString der = encoded(attribute);
+    const ByteString der = encode(attribute);
     return ByteString(der.begin() + 7, der.end());
   };
   const ByteString text = bytesOf("A");
@@ -179,8 +178,7 @@ TEST(AttributeValue, IsSetByItsTag) {
   EXPECT_EQ(ByteString(copy.get(), copy.get() + n), hex("20AC"));
 }
 
-// --- whole names
-// -------------------------------------------------------------------------------------------------------
+// --- whole names -------------------------------------------------------------------------------------------
 
 TEST(NameCoding, RefusesWhatDoesNotFit) {
   struct Row {
@@ -218,7 +216,7 @@ TEST(NameCoding, KeepsTheOrderOfASet) {
   Name name;
   ASSERT_TRUE(decode(name, notSorted));
   EXPECT_EQ(name.text(), "CN=XX+SER=11");
-  EXPECT_EQ(encoded(name), notSorted);
+  EXPECT_EQ(encode(name), notSorted);
 }
 
 TEST(NameList, IsClonedInAndOut) {
@@ -235,7 +233,7 @@ TEST(NameList, IsClonedInAndOut) {
   EXPECT_EQ(name->text(), "C=IT,CN=X+SER=1,CN=X+SER=1");
   name->setList(nullptr);
   EXPECT_EQ(name->list(), nullptr);
-  EXPECT_EQ(encoded(*name), hex("3000"));
+  EXPECT_EQ(encode(*name), hex("3000"));
   Buffer out;
   rdn->put(out, 0xA1);
   EXPECT_EQ(out.size(), rdn->size(out, 0xA1));

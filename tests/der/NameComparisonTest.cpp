@@ -125,7 +125,7 @@ TEST(NameNormalised, HasTheTypesOfTheProfile) {
     expected.setType(row.type);
     ASSERT_TRUE(attribute.setValueFromDER(value) && expected.setValueFromDER(normalised)) << row.name;
     attribute.normalise();
-    EXPECT_EQ(encoded(attribute), encoded(expected)) << row.name;
+    EXPECT_EQ(encode(attribute), encode(expected)) << row.name;
   }
   const auto printable = nameOf("C=IT,O=Acme", 19);
   printable->normalise();

@@ -13,8 +13,7 @@ std::string commaText(const ByteString& der) {
   return name.text();
 }
 
-// --- text out
-// ----------------------------------------------------------------------------------------------------------
+// --- text out ----------------------------------------------------------------------------------------------
 
 TEST(NameText, HasTheFirstLabelOfEachType) {
   struct Row {
@@ -105,8 +104,7 @@ TEST(NameText, FindsTheFirstAttributeOfAType) {
   EXPECT_EQ(Name().findAttribute("2.5.4.6"), nullptr);
 }
 
-// --- text in
-// -----------------------------------------------------------------------------------------------------------
+// --- text in -----------------------------------------------------------------------------------------------
 
 TEST(NameParse, ReadsTheCommaForm) {
   struct Row {

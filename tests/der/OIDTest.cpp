@@ -121,10 +121,10 @@ TEST(OIDStorage, SurvivesGrowthCopyAndMove) {
 TEST(OIDList, IsASequenceOfIdentifiers) {
   OIDList list("1.3.6.1.5.5.7.3.9");
   list.add("2.5.29.37.0");
-  EXPECT_EQ(encoded(list), hex("3010 06082B06010505070309 0604551D2500"));
+  EXPECT_EQ(encode(list), hex("3010 06082B06010505070309 0604551D2500"));
 
   OIDList read;
-  ASSERT_TRUE(decode(read, encoded(list)));
+  ASSERT_TRUE(decode(read, encode(list)));
   ASSERT_EQ(read.count(), 2);
   EXPECT_TRUE(read.equals(0, "1.3.6.1.5.5.7.3.9"));
   EXPECT_EQ(taken(read.toText(1)), "2.5.29.37.0");

@@ -56,7 +56,7 @@ TEST(UTF8Failure, LeavesAnAbsentValue) {
     EXPECT_TRUE(value.isAbsent());
     EXPECT_EQ(value.toText(), nullptr);
     EXPECT_EQ(value.toWide(), nullptr);
-    EXPECT_EQ(encoded(value), hex("0500"));
+    EXPECT_EQ(encode(value), hex("0500"));
     EXPECT_FALSE(value.equals(value) || value.equalsPattern(value) || value.lessOrEqual(value) ||
                  value.equals(UTF8("")));
     EXPECT_TRUE(value.notEquals(value));
@@ -98,7 +98,7 @@ TEST(WideCoding, OfEachType) {
     ISO10646& value = row.tag == 12 ? utf8 : row.tag == 30 ? unicode : universal;
     EXPECT_EQ(decode(value, hex(row.der)), row.read) << row.name;
     EXPECT_EQ(value.wide(), row.units) << row.name;
-    EXPECT_EQ(encoded(value), hex(row.written)) << row.name;
+    EXPECT_EQ(encode(value), hex(row.written)) << row.name;
   }
 }
 

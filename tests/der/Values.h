@@ -9,29 +9,9 @@
 #include "der/AttributeTable.h"
 #include "der/BufferContents.h"
 #include "keystrand/der/Name.h"
+#include "support/Coding.h"
 
 namespace keystrand::test {
-
-// Takes over a text that the interface handed out; "(null)" for none.
-inline std::string taken(char* text) {
-  const std::unique_ptr<char[]> owned(text);
-  return text != nullptr ? text : "(null)";
-}
-
-template <class T>
-bool decode(T& value, const ByteString& der) {
-  Holding buffer(der);
-  return value.get(buffer);
-}
-
-// What put writes, which has to be as much as size announces.
-template <class T>
-ByteString encoded(const T& value) {
-  Buffer buffer;
-  value.put(buffer);
-  EXPECT_EQ(value.size(buffer), buffer.size());
-  return held(buffer);
-}
 
 inline void setText(Name& name, const char* text, unsigned char defaultTag = 12) {
   EXPECT_TRUE(name.setText(text, defaultTag, kAttributeLabels.data(), kAttributeIdentifiers.data(), kAttributeCount))

@@ -16,7 +16,8 @@ class KEYSTRAND_API BigInteger {
  public:
   BigInteger() noexcept = default;  // zero
   explicit BigInteger(std::int32_t value);
-  explicit BigInteger(std::span<const unsigned char> magnitude);  // big-endian, not negative
+  // Big-endian, not negative. Throws std::bad_alloc for more octets than OpenSSL can hold, some 64 MiB.
+  explicit BigInteger(std::span<const unsigned char> magnitude);
   BigInteger(const BigInteger& other);
   BigInteger(BigInteger&& other) noexcept;
   BigInteger& operator=(const BigInteger& other);

@@ -24,6 +24,7 @@ constexpr std::size_t kUTCTextLength = 17;
 constexpr std::size_t kGeneralizedTextLength = 26;
 constexpr std::size_t kFractionDigits = 6;
 constexpr std::int64_t kSecondsPerDay = 86400;
+constexpr int kTmYear = 1900;  // where std::tm begins to count
 
 template <std::size_t N>
 void store(std::array<char, N>& target, std::string_view text) {
@@ -102,22 +103,18 @@ std::string withoutTrailingZeros(std::string digits) {
   return digits;
 }
 
-std::string padded(std::string digits, std::size_t width, bool left) {
-  if (digits.size() < width) digits.insert(left ? 0 : digits.size(), width - digits.size(), '0');
-  return digits;
+std::string digitsOf(std::int64_t value, std::size_t width) {
+  std::string digits = std::to_string(value);
+  return digits.insert(0, width - std::min(width, digits.size()), '0');
 }
 
-std::string digitsOf(int value, std::size_t width) {
-  return padded(std::to_string(value), width, true);
-}
-
-// YYYYMMDDhhmmss; nothing where the four digits of the year do not reach.
-std::optional<std::string> fourteenDigits(std::int64_t seconds) {
-  constexpr int kTmYear = 1900;
+// YYYYMMDDhhmmss, with more digits for a year beyond 9999; nothing before the year 0 and where the system's calendar
+// ends.
+std::optional<std::string> digitsInGMT(std::int64_t seconds) {
   std::tm gmt{};
   const std::time_t time = seconds;
-  if (gmtime_r(&time, &gmt) == nullptr || gmt.tm_year < -kTmYear || gmt.tm_year > 9999 - kTmYear) return std::nullopt;
-  std::string text = digitsOf(gmt.tm_year + kTmYear, 4);
+  if (gmtime_r(&time, &gmt) == nullptr || gmt.tm_year < -kTmYear) return std::nullopt;
+  std::string text = digitsOf(std::int64_t{gmt.tm_year} + kTmYear, 4);
   for (const int field : {gmt.tm_mon + 1, gmt.tm_mday, gmt.tm_hour, gmt.tm_min, gmt.tm_sec}) text += digitsOf(field, 2);
   return text;
 }
@@ -140,8 +137,7 @@ X500Time::X500Time() {
   store(text_, "700101000000Z");
 }
 
-// --- setters
-// ----------------------------------------------------------------------------------------------------------
+// --- setters -----------------------------------------------------------------------------------------------
 
 void X500Time::setUTCText(const char* text) {
   std::string fields(textOrEmpty(text).substr(0, kUTCTextLength));
@@ -178,13 +174,15 @@ void X500Time::setGeneralizedText(const char* text) {
   setWhole(kGeneralizedTime, epochSeconds(time) - offset, hasZone(kept) ? kept : kept + 'Z');
   if (!digits) return;
   store(fraction_, withoutTrailingZeros(*digits));
-  microseconds_ = static_cast<std::uint32_t>(numberAt(padded(*digits, kFractionDigits, false), 0));
+  std::string scaled = *digits;
+  scaled.resize(kFractionDigits, '0');
+  microseconds_ = static_cast<std::uint32_t>(numberAt(scaled, 0));
 }
 
 void X500Time::setUTC(std::int64_t seconds) {
   if (seconds == kNoTime) return setWhole(tag_, kNoTime, kNoTimeText);
-  const std::optional<std::string> digits = fourteenDigits(seconds);
-  setWhole(kUTCTime, seconds, digits ? digits->substr(2) + 'Z' : std::string(kNoTimeText));
+  const std::optional<std::string> digits = digitsInGMT(seconds);
+  setWhole(kUTCTime, seconds, digits ? digits->substr(digits->size() - 12) + 'Z' : std::string(kNoTimeText));
 }
 
 void X500Time::setGeneralized(std::int64_t seconds) {
@@ -193,12 +191,13 @@ void X500Time::setGeneralized(std::int64_t seconds) {
 
 void X500Time::setGeneralized(std::int64_t seconds, std::uint32_t microseconds) {
   if (seconds == kNoTime) return setWhole(tag_, kNoTime, kNoTimeText);
-  const std::optional<std::string> digits = fourteenDigits(seconds);
+  const std::optional<std::string> digits = digitsInGMT(seconds);
+  const bool hasText = digits && digits->size() == 14;
   const bool withFraction = microseconds > 0 && microseconds < 1000000;
   const std::string fraction =
-      withFraction ? withoutTrailingZeros(digitsOf(static_cast<int>(microseconds), kFractionDigits)) : std::string();
+      withFraction ? withoutTrailingZeros(digitsOf(microseconds, kFractionDigits)) : std::string();
   setWhole(kGeneralizedTime, seconds,
-           digits ? *digits + (withFraction ? "." + fraction : "") + 'Z' : std::string(kNoTimeText));
+           hasText ? *digits + (withFraction ? "." + fraction : "") + 'Z' : std::string(kNoTimeText));
   if (!withFraction) return;
   store(fraction_, fraction);
   microseconds_ = microseconds;
@@ -213,8 +212,7 @@ void X500Time::setWhole(unsigned char tag, std::int64_t seconds, std::string_vie
   store(text_, text);
 }
 
-// --- arithmetic
-// -------------------------------------------------------------------------------------------------------
+// --- arithmetic --------------------------------------------------------------------------------------------
 
 // The text is made anew for the kind that the value has.
 void X500Time::setSeconds(std::int64_t seconds, std::uint32_t microseconds) {
@@ -229,9 +227,10 @@ void X500Time::add(const CalendarTime& amounts) {
   std::tm gmt{};
   const std::time_t time = seconds_;
   if (gmtime_r(&time, &gmt) == nullptr) return;
-  setSeconds(epochSeconds({gmt.tm_year + 1900 + amounts.year, gmt.tm_mon + 1 + amounts.month, gmt.tm_mday + amounts.day,
-                           gmt.tm_hour + amounts.hour, gmt.tm_min + amounts.minute, gmt.tm_sec + amounts.second}),
-             microseconds_);
+  setSeconds(
+      epochSeconds({kTmYear + amounts.year + gmt.tm_year, gmt.tm_mon + 1 + amounts.month, gmt.tm_mday + amounts.day,
+                    gmt.tm_hour + amounts.hour, gmt.tm_min + amounts.minute, gmt.tm_sec + amounts.second}),
+      microseconds_);
 }
 
 void X500Time::addDate(int years, int months, int days) {
@@ -246,8 +245,7 @@ void X500Time::toMidnight() {
   setSeconds(seconds_ - seconds_ % kSecondsPerDay, 0);
 }
 
-// --- comparison
-// -------------------------------------------------------------------------------------------------------
+// --- comparison --------------------------------------------------------------------------------------------
 
 bool X500Time::equals(const X500Time& other) const noexcept {
   return seconds_ == other.seconds_ && microseconds_ == other.microseconds_;
@@ -257,8 +255,7 @@ bool X500Time::less(const X500Time& other) const noexcept {
   return std::pair(seconds_, microseconds_) < std::pair(other.seconds_, other.microseconds_);
 }
 
-// --- coding
-// -----------------------------------------------------------------------------------------------------------
+// --- coding ------------------------------------------------------------------------------------------------
 
 owner<char*> X500Time::text() const {
   return newText(textView());

@@ -67,9 +67,5 @@ TEST(Semaphore, ExcludesThreadsFromEachOther) {
   EXPECT_EQ(count, 20000);
 }
 
-TEST(Semaphore, NoSemaphoreIsNoLock) {
-  const SemaphoreLock lock(nullptr);
-}
-
 }  // namespace
 }  // namespace keystrand::test

@@ -34,8 +34,7 @@ void expectTime(const X500Time& time, const Expected& expected, const std::strin
   EXPECT_EQ(time.microseconds(), expected.microseconds) << name;
 }
 
-// --- the instants
-// ------------------------------------------------------------------------------------------------------
+// --- the instants ------------------------------------------------------------------------------------------
 
 std::int64_t secondsByOpenSSL(const std::string& text, unsigned char tag) {
   const std::unique_ptr<ASN1_TIME, decltype(&ASN1_TIME_free)> time(ASN1_STRING_type_new(tag), ASN1_TIME_free);
@@ -178,13 +177,12 @@ TEST(X500TimeCoding, WritesTheTextThatWasRead) {
     const ByteString der = timeValue(static_cast<unsigned char>(tag), text);
     X500Time time;
     ASSERT_TRUE(decode(time, der));
-    EXPECT_EQ(encoded(time), der);
+    EXPECT_EQ(encode(time), der);
   }
-  EXPECT_EQ(encoded(X500Time()), timeValue(23, "700101000000Z"));
+  EXPECT_EQ(encode(X500Time()), timeValue(23, "700101000000Z"));
 }
 
-// --- setters
-// -----------------------------------------------------------------------------------------------------------
+// --- setters -----------------------------------------------------------------------------------------------
 
 TEST(X500TimeSetters, ReadTexts) {
   struct Row {
@@ -232,10 +230,13 @@ TEST(X500TimeSetters, MakeTexts) {
   expectTime(time, {"20150101120000Z", 1420113600}, "microseconds out of range");
   time.setGeneralized(-62135596800);
   expectTime(time, {"00010101000000Z", -62135596800}, "the year 1");
-  // no text of four digits of the year can stand for these
-  for (const std::int64_t seconds :
-       {std::int64_t{253402300800}, std::int64_t{-62167219201}, std::numeric_limits<std::int64_t>::max(),
-        std::numeric_limits<std::int64_t>::min()}) {
+  time.setUTC(253402300800);
+  expectTime(time, {"000101000000Z", 253402300800}, "the year 10000");
+  // no text can stand for these: of four digits of the year, or of any year
+  time.setGeneralized(253402300800);
+  expectTime(time, {"999999999999", 253402300800}, "the year 10000");
+  for (const std::int64_t seconds : {std::int64_t{-62167219201}, std::numeric_limits<std::int64_t>::max(),
+                                     std::numeric_limits<std::int64_t>::min()}) {
     time.setGeneralized(seconds);
     expectTime(time, {"999999999999", seconds}, std::to_string(seconds));
     time.setUTC(seconds);
@@ -255,7 +256,7 @@ TEST(X500TimeSetters, MarkNoTimeAtAll) {
   expectTime(utc, {"999999999999", -1}, "setGeneralized");
   EXPECT_EQ(utc.tag(), 23);
   X500Time read;
-  EXPECT_TRUE(decode(read, encoded(utc)));
+  EXPECT_TRUE(decode(read, encode(utc)));
   EXPECT_EQ(read.seconds(), 1181536839);
 }
 
@@ -275,8 +276,11 @@ TEST(X500TimeArithmetic, CarriesOverAndKeepsTheKind) {
   leap.setUTC(-86401);  // the remainder of a negative number is negative
   leap.toMidnight();
   EXPECT_EQ(leap.seconds(), -86400);
-  leap.addDate(2147483647, 2147483647, 2147483647);
+  leap.addDate(2147483647, 2147483647, 2147483647);  // the last years that the calendar of the system has, and beyond
   EXPECT_STREQ(leap.textView(), "999999999999");
+  leap.setUTC(67768036191676799);
+  leap.addDate(1, 0, 0);
+  EXPECT_EQ(leap.seconds(), 67768036191676799 + 366 * 86400);
 }
 
 TEST(X500TimeComparison, LooksAtTheInstantAlone) {
@@ -292,8 +296,7 @@ TEST(X500TimeComparison, LooksAtTheInstantAlone) {
   EXPECT_TRUE(before.less(X500Time()));
 }
 
-// --- printable forms
-// ---------------------------------------------------------------------------------------------------
+// --- printable forms ---------------------------------------------------------------------------------------
 
 class X500TimeText : public testing::Test {
  protected:

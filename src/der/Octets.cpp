@@ -1,10 +1,10 @@
 #include "der/Octets.h"
 
+#include "der/StringTags.h"
+
 namespace keystrand {
 
 namespace {
-
-constexpr unsigned char kBitStringTag = 0x03;
 
 // What a reader of the Buffer handed out. It gives a null pointer for a string of no bits too, which is present here.
 bool take(OctetValue& value, bool read, unsigned char* bytes, std::uint32_t n, bool present) {
@@ -56,7 +56,7 @@ bool getBits(Buffer& buffer, OctetValue& bits, unsigned char& unused) {
   std::uint32_t n = 0;
   unsigned char* bytes = nullptr;
   const bool read = buffer.peekHeader(tag, n) && buffer.getBitString(bytes, n, unused);
-  return take(bits, read, bytes, n, tag == kBitStringTag);
+  return take(bits, read, bytes, n, tag == kBitString);
 }
 
 bool getBits(Buffer& buffer, OctetValue& bits, unsigned char& unused, unsigned char tag) {

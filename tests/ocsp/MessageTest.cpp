@@ -192,8 +192,10 @@ TEST(OCSPMessage, RequestFromScratch) {
   const CertID& their = *read.tbsRequestView()->requestListView()->view(0)->reqCertView();
   CertID id;
   id.setHashAlgorithm("1.3.14.3.2.26");
-  id.setIssuerNameHash(owned(their.issuerNameHash()).get(), their.hashLength());
-  id.setIssuerKeyHash(owned(their.issuerKeyHash()).get(), their.hashLength());
+  const std::unique_ptr<unsigned char[]> nameHash(their.issuerNameHash());
+  const std::unique_ptr<unsigned char[]> keyHash(their.issuerKeyHash());
+  id.setIssuerNameHash(nameHash.get(), their.hashLength());
+  id.setIssuerKeyHash(keyHash.get(), their.hashLength());
   id.setSerialNumber(their.serialNumber());
   Request one;
   one.setReqCert(&id);

@@ -147,6 +147,9 @@ TEST_F(Responder, LogsTheRoadOfACheck) {
               ElementsAre("Start OCSP access", "OCSP uri " + responder.url(), "Start verification of OCSP response",
                           "End verification of OCSP response", HasSubstr("OCSP response date: "),
                           "OCSP service: unknown certificate", "Failed to get OCSP status"));
+  cache_setLang(0);
+  client_.check(responder.url(), ca, "1001");
+  EXPECT_THAT(running_.messages(), testing::Contains("Fine accesso OCSP: certificato non revocato"));
 }
 
 // The same question as openssl's, byte for byte: for SHA-1 both write NULL parameters.

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "cache/CACache.h"
+#include "log/MessageCodes.h"
 #include "ocsp/OCSPChecker.h"
 
 namespace keystrand {
@@ -34,6 +35,19 @@ template <class Result, class Body>
 Result onCache(void* context, Result failure, Body&& body) noexcept {
   if (context == nullptr) return failure;
   return guarded(failure, [&] { return body(*static_cast<CACache*>(context)); });
+}
+
+// The same for a question, whose failure value alone would read as "not revoked": one that throws leaves a code behind.
+template <class Context, class Result, class Body>
+Result asking(void* context, Result failure, Body&& body) noexcept {
+  if (context == nullptr) return failure;
+  auto& asked = *static_cast<Context*>(context);
+  try {
+    return static_cast<Result>(body(asked));
+  } catch (...) {
+    asked.report().errCode = kInternalError;
+    return failure;
+  }
 }
 
 // Whether every pointer that a caller handed in is there.

@@ -30,7 +30,7 @@ void cache_clearCRLCacheModified() {
 }
 
 unsigned char cache_searchCRL(void* ctx, DistributionPointName* dp, int caRow, char* serial) {
-  return onCache<unsigned char>(ctx, 0, [&](CACache& c) { return c.searchCRL(dp, caRow, serial); });
+  return asking<CACache, unsigned char>(ctx, 0, [&](CACache& c) { return c.searchCRL(dp, caRow, serial); });
 }
 
 CertificateList* cache_getCRL(void* ctx, DistributionPointName* dp, int caRow, Certificate** caCert) {

@@ -3,23 +3,9 @@
 #include "keystrand/keystrand.h"
 #include "keystrand/ocsp/BasicOCSPResponse.h"
 #include "keystrand/ocsp/OCSPResponse.h"
-#include "log/MessageCodes.h"
 
 namespace keystrand {
 namespace {
-
-// As onCache, for a question: 0 without a code stands for good, so one that throws leaves a code behind.
-template <class Result, class Body>
-Result asking(void* context, Result failure, Body&& body) noexcept {
-  if (context == nullptr) return failure;
-  auto& checker = *static_cast<OCSPChecker*>(context);
-  try {
-    return static_cast<Result>(body(checker));
-  } catch (...) {
-    checker.report().errCode = kInternalError;
-    return failure;
-  }
-}
 
 template <class Response>
 void addResponse(void* context, const Response* response) noexcept {
@@ -34,11 +20,12 @@ void addResponse(void* context, const Response* response) noexcept {
 using namespace keystrand;
 
 unsigned char ocsp_check(void* ctx, char* uri, Certificate* issuer, char* serial) {
-  return asking<unsigned char>(ctx, 0, [&](OCSPChecker& c) { return c.check(uri, issuer, serial); });
+  return asking<OCSPChecker, unsigned char>(ctx, 0, [&](OCSPChecker& c) { return c.check(uri, issuer, serial); });
 }
 
 OCSPResponse* ocsp_getResponse(void* ctx, char* uri, Certificate* issuer, BigInteger serial) {
-  return asking<OCSPResponse*>(ctx, nullptr, [&](OCSPChecker& c) { return c.getResponse(uri, issuer, serial); });
+  return asking<OCSPChecker, OCSPResponse*>(ctx, nullptr,
+                                            [&](OCSPChecker& c) { return c.getResponse(uri, issuer, serial); });
 }
 
 void ocsp_addOCSPResponse(void* ctx, OCSPResponse* response) {

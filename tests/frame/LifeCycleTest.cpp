@@ -4,9 +4,11 @@
 #include <sys/stat.h>
 
 #include <mutex>
+#include <new>
 #include <thread>
 
 #include "cache/Library.h"
+#include "frame/Boundary.h"
 #include "support/Client.h"
 
 namespace keystrand::test {
@@ -212,6 +214,15 @@ TEST(Boundary, NullAndOutOfRangeGiveTheFailureValue) {
   cache_releaseCharArray(nullptr);
   cache_releaseCertificate(nullptr);
   cache_releaseX500Time(nullptr);
+}
+
+// 0 with a code of -1 would read as "not revoked".
+TEST(Boundary, AQuestionThatThrowsLeavesACode) {
+  CACache cache;
+  cache.report().errCode = kNoCode;
+  const auto outOfMemory = [](CACache&) -> bool { throw std::bad_alloc(); };
+  EXPECT_EQ((asking<CACache, unsigned char>(&cache, 0, outOfMemory)), 0);
+  EXPECT_EQ(cache.report().errCode, kInternalError);
 }
 
 TEST(Report, OCSPContextsHaveTheirOwn) {

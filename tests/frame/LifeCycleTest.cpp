@@ -219,7 +219,7 @@ TEST(Boundary, NullAndOutOfRangeGiveTheFailureValue) {
 // 0 with a code of -1 would read as "not revoked".
 TEST(Boundary, AQuestionThatThrowsLeavesACode) {
   CACache cache;
-  cache.report().errCode = kNoCode;
+  cache.report().errCode = -1;
   const auto outOfMemory = [](CACache&) -> bool { throw std::bad_alloc(); };
   EXPECT_EQ((asking<CACache, unsigned char>(&cache, 0, outOfMemory)), 0);
   EXPECT_EQ(cache.report().errCode, kInternalError);

@@ -29,8 +29,9 @@ int setSize(const Socket& socket, int option, int bytes) noexcept {
 Transport::Transport(Transport&& other) noexcept
     : stream_(std::move(other.stream_)),
       datagram_(std::move(other.datagram_)),
-      peer_(other.peer_),
-      relay_(std::exchange(other.relay_, std::nullopt)) {}
+      relay_(std::exchange(other.relay_, std::nullopt)) {
+  peer_ = other.peer_;  // a copy: the listener still tells who came last
+}
 
 Transport::~Transport() {
   close();

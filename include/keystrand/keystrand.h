@@ -55,7 +55,13 @@ KEYSTRAND_API keystrand::Semaphore* cache_getCryptoDeviceSemaphore();
 // contexts made from now on, 3 failures to 7 trace; more counts as 7. nullptr or "" switches off the CRL proxy, the
 // trace of libcurl (cache_setCURLlog) and its CA bundle, and a null user or password the credentials of a proxy; a
 // null or empty host or a port below 1 switches a proxy off. Lists of hosts end with nullptr; cache_setNoHTTPProxy
-// asks the resolver. cache_setNoSOCKS cuts an entry "address / mask" in place, leaving the address.
+// asks the resolver.
+//
+// cache_setSOCKSProxy: connections that are not HTTP speak SOCKS 5 to that server, with or without credentials, except
+// to hosts in a network of this machine; a text of more than 127 bytes leaves their side as it was. HTTP requests reach
+// the server with credentials only, and in SOCKS 4. cache_setNoSOCKS: an address is reached without it by both, a host
+// name by HTTP requests, a network "address / mask", both dotted numbers, by the others; a network's entry is cut in
+// place, leaving the address.
 KEYSTRAND_API void cache_setDownloadCRL(unsigned char mode);
 KEYSTRAND_API void cache_setTimeStampCheck(unsigned char on);
 KEYSTRAND_API void cache_setTimeout(int seconds);

@@ -9,6 +9,8 @@
 
 #include "cache/Library.h"
 #include "frame/Boundary.h"
+#include "net/IPv4.h"
+#include "net/NetState.h"
 #include "support/Client.h"
 
 namespace keystrand::test {
@@ -133,17 +135,39 @@ TEST(Settings, AskingForTheStateOfTheCRLCacheWaitsForNobody) {
   cache_clearCRLCacheModified();
 }
 
-TEST(Settings, NoSOCKSEntriesAreCutInPlaceOnlyWithAMask) {
-  std::string masked = "10.1.0.0 / 255.255.0.0";
+// Entries with a mask are for the socket clients only and cut in place; one without may be a literal.
+TEST(Settings, NoSOCKSEntriesReachBothClients) {
+  std::string masked = "  10.1.2.3 /  255.255.0.0 rest";
   std::string slashFirst = "  /x";
-  char literal[] = "192.168.1.7";
-  char* entries[] = {masked.data(), slashFirst.data(), literal, nullptr};
+  char address[] = "192.168.1.7";
+  char host[] = "ca.example.it";
+  char* entries[] = {masked.data(), slashFirst.data(), address, host, nullptr};
   cache_setNoSOCKS(entries);
-  EXPECT_STREQ(masked.c_str(), "10.1.0.0");
+  EXPECT_STREQ(masked.c_str(), "  10.1.2.3");
   EXPECT_STREQ(slashFirst.c_str(), "");
-  EXPECT_STREQ(literal, "192.168.1.7");
+  EXPECT_STREQ(address, "192.168.1.7");
+  const NetSettings net = NetState::instance().snapshot();
+  EXPECT_EQ(net.curl.noProxy, "192.168.1.7,ca.example.it");
+  std::vector<std::string> networks;
+  for (const auto& [network, mask] : net.socks.directNetworks)
+    networks.push_back(dottedText({network}) + "/" + dottedText({mask}));
+  EXPECT_THAT(networks, testing::ElementsAre("10.1.0.0/255.255.0.0", "192.168.1.7/255.255.255.255"));
   cache_setNoSOCKS(nullptr);
   cache_setNoHTTPProxy(nullptr);
+}
+
+TEST(Settings, ASOCKSServerReachesBothClientsAndNoHostEndsIt) {
+  std::string host = "socks.example.it";
+  std::string user = "user";
+  cache_setSOCKSProxy(host.data(), 1080, user.data(), user.data());
+  NetSettings net = NetState::instance().snapshot();
+  EXPECT_EQ(net.socks.host + net.curl.proxyHost, host + host);
+  EXPECT_TRUE(net.socks.credentials && net.curl.proxyCredentials);
+  cache_setSOCKSProxy(host.data(), 1080, user.data(), nullptr);
+  EXPECT_FALSE(socksState().credentials);
+  cache_setSOCKSProxy(nullptr, 1080, nullptr, nullptr);
+  net = NetState::instance().snapshot();
+  EXPECT_EQ(net.socks.host + net.curl.proxyHost, "");
 }
 
 TEST(Boundary, NullAndOutOfRangeGiveTheFailureValue) {

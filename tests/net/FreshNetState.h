@@ -16,4 +16,11 @@ class FreshNetState : public ::testing::Test {
   }
 };
 
+// Sends all socket connections through a SOCKS server on 127.0.0.1. The servers of a test are on this machine, whose
+// networks would go direct otherwise.
+inline void everythingThrough(std::uint16_t socksPort, const std::optional<Credentials>& credentials = {}) {
+  ASSERT_TRUE(setSocks("127.0.0.1", socksPort, credentials));
+  NetState::instance().change([](NetSettings& net) { net.socks.directNetworks.clear(); });
+}
+
 }  // namespace keystrand

@@ -5,6 +5,7 @@
 #include <thread>
 #include <vector>
 
+#include "net/Bytes.h"
 #include "net/FreshNetState.h"
 #include "net/HTTPS.h"
 #include "support/ScriptedServer.h"
@@ -19,15 +20,6 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
 using Then = ScriptedServer::Then;
-
-std::span<const unsigned char> bytesOf(std::string_view text) {
-  return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
-}
-
-std::string textOf(const Buffer& buffer) {
-  const auto bytes = buffer.range(0, buffer.size());
-  return {bytes.begin(), bytes.end()};
-}
 
 class HTTPSHostile : public FreshNetState {
  protected:

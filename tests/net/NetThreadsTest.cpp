@@ -7,6 +7,7 @@
 
 #include "net/FreshNetState.h"
 #include "net/HTTPS.h"
+#include "net/Transport.h"
 #include "support/ScriptedServer.h"
 #include "support/TempFolder.h"
 
@@ -35,6 +36,8 @@ TEST_F(NetThreads, EachRequestWorksOnOneSetOfSettings) {
       httpAddNoProxy("*.example.it");
       httpSetProxy("127.0.0.1", 3128, Credentials{"user", "secret"});
       httpUsesProxy("crl.example.it");
+      setSocks(round % 2 == 0 ? "no-such-host.invalid" : "", 1080, Credentials{"user", "secret"});
+      addSocksDirect("127.0.0.0", "255.0.0.0");
     }
   });
   std::vector<std::thread> clients;
@@ -47,6 +50,7 @@ TEST_F(NetThreads, EachRequestWorksOnOneSetOfSettings) {
         EXPECT_TRUE(httpsGetObjectAndTime(server.url("/a/long/path"), buffer, time));
         EXPECT_EQ(time, " x y z x y z x\r\n");
         EXPECT_EQ(buffer.size(), 4U);
+        EXPECT_EQ(Transport().connect("127.0.0.1", server.port()), 0) << "loopback goes direct";
       }
     });
   for (std::thread& client : clients) client.join();

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <thread>
 
+#include "net/Bytes.h"
 #include "net/FreshNetState.h"
 #include "net/Transport.h"
 #include "support/ProxyServers.h"
@@ -23,19 +24,9 @@ using Dialogue = ScriptedServer::Dialogue;
 constexpr const char* kLoopback = "127.0.0.1";
 const Credentials kUser{"user", "secret"};
 
-std::span<const unsigned char> bytesOf(std::string_view text) {
-  return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
-}
-
 class TransportSocks : public FreshNetState {
  protected:
   TransportSocks() { EXPECT_EQ(listener_.listen(port_), 0); }
-
-  // All servers of a test are on this machine, whose networks would go direct.
-  static void everythingThrough(std::uint16_t port, const std::optional<Credentials>& credentials = {}) {
-    ASSERT_TRUE(setSocks(kLoopback, port, credentials));
-    NetState::instance().change([](NetSettings& net) { net.socks.directNetworks.clear(); });
-  }
 
   // From which address a connection to the host arrives here, or the error.
   std::string arrival(const std::string& host) {

@@ -13,6 +13,7 @@
 #include <functional>
 #include <thread>
 
+#include "net/Bytes.h"
 #include "net/ReadProgress.h"
 #include "net/Transport.h"
 #include "support/ScriptedServer.h"
@@ -27,14 +28,6 @@ using Then = ScriptedServer::Then;
 using Dialogue = ScriptedServer::Dialogue;
 
 constexpr const char* kLoopback = "127.0.0.1";
-
-std::span<const unsigned char> bytesOf(std::string_view text) {
-  return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
-}
-
-std::string textOf(std::span<const unsigned char> bytes) {
-  return {bytes.begin(), bytes.end()};
-}
 
 double durationOf(const std::function<void()>& work) {
   const auto begin = std::chrono::steady_clock::now();
@@ -316,27 +309,6 @@ TEST(TransportListener, ClosingWakesWhoWaits) {
   std::thread waiting([] { EXPECT_EQ(Transport::selectListeners(0), nullptr); });
   listener.closeListener();
   waiting.join();
-}
-
-TEST(TransportDatagram, GoesAndComes) {
-  const std::uint16_t port = test::freePort();
-  const std::uint16_t back = test::freePort();
-  Transport here;
-  Transport there;
-  unsigned char bytes[10];
-  std::size_t length = 4;
-  there.setTimeout(0);
-  EXPECT_EQ(there.receiveFrom("localhost", bytes, length, 0, port), kSocketTimeout);
-  EXPECT_EQ(here.sendTo(kLoopback, port, bytesOf("across"), back), 0);
-  EXPECT_EQ(here.sendTo("no-such-host.invalid", port, bytesOf("x")), kSocketError);
-  length = 4;
-  EXPECT_EQ(there.receiveFrom("localhost", bytes, length, 20), 0);
-  EXPECT_EQ(textOf(std::span(bytes).first(length)), "acro") << "as much as there is room";
-  EXPECT_EQ(there.sendTo("localhost", back, {}), 0);
-  length = sizeof bytes;
-  EXPECT_EQ(here.receiveFrom(kLoopback, bytes, length, 20), 0);
-  EXPECT_EQ(length, 0U);
-  EXPECT_EQ(here.sendTo(kLoopback, port, std::vector<unsigned char>(70'000)), EMSGSIZE);
 }
 
 TEST(TransportAddresses, TheOwnOneOnTheWayToAHost) {

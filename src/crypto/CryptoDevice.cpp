@@ -1,6 +1,10 @@
 // Opening the device, selecting mechanisms, digests. Verification stands in CryptoDeviceVerification.cpp.
 #include "keystrand/crypto/CryptoDevice.h"
 
+#include <algorithm>
+#include <array>
+#include <bit>
+
 #include "crypto/DeviceState.h"
 #include "crypto/RSASSA_PSSParameters.h"
 
@@ -48,6 +52,23 @@ bool CryptoDevice::open(std::uint32_t slotIndex, const unsigned char* pin, std::
 
 void CryptoDevice::close() {
   state_->close();
+}
+
+bool CryptoDevice::random8(unsigned char* target) {
+  constexpr std::size_t kLength = 8;
+  return randomFill(target, kLength);
+}
+
+bool CryptoDevice::randomFill(unsigned char* target, std::size_t length) {
+  if (state_->succeeded(state_->ki.generateRandom(state_->session, target, length))) return true;
+  if (target != nullptr) std::fill_n(target, length, static_cast<unsigned char>(0));
+  return false;
+}
+
+std::uint32_t CryptoDevice::random32() {
+  std::array<unsigned char, sizeof(std::uint32_t)> octets{};
+  randomFill(octets.data(), octets.size());
+  return std::bit_cast<std::uint32_t>(octets);
 }
 
 bool CryptoDevice::setDigest(const char* dotted) {

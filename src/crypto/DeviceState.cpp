@@ -50,8 +50,12 @@ bool CryptoDevice::State::openSession(CK_SLOT_ID slot) {
 bool CryptoDevice::State::login(CK_SLOT_ID slot, const unsigned char* pin, CK_ULONG pinLength) {
   CK_TOKEN_INFO info{};
   if (!succeeded(ki.getTokenInfo(slot, &info))) return false;
-  if ((info.flags & (CKF_LOGIN_REQUIRED | CKF_USER_PIN_INITIALIZED)) == 0) return true;
-  return succeeded(ki.login(session, CKU_USER, pin, pinLength));
+  if ((info.flags & (CKF_LOGIN_REQUIRED | CKF_USER_PIN_INITIALIZED)) != 0 &&
+      !succeeded(ki.login(session, CKU_USER, pin, pinLength))) {
+    return false;
+  }
+  listObjects();
+  return succeeded(CKR_OK);
 }
 
 void CryptoDevice::State::close() {
@@ -59,6 +63,8 @@ void CryptoDevice::State::close() {
   succeeded(ki.closeSession(session));
   session = CK_INVALID_HANDLE;
   running = nullptr;
+  keyInUse = CK_INVALID_HANDLE;
+  for (auto& cache : objects) cache.clear();
 }
 
 bool CryptoDevice::State::selectDigest(const DigestRow* row) {

@@ -3,14 +3,17 @@
 
 #include <p11-kit/pkcs11.h>
 
+#include <array>
 #include <optional>
 #include <span>
+#include <string_view>
 #include <vector>
 
 #include "crypto/DeviceTables.h"
 #include "crypto/DigestTable.h"
 #include "keystrand/crypto/CryptoDevice.h"
 #include "keystrand/crypto/CryptoKi.h"
+#include "support/Memory.h"
 
 namespace keystrand {
 
@@ -49,6 +52,39 @@ struct CryptoDevice::State {
   bool verify(const std::optional<CK_MECHANISM>& mechanism, std::span<const unsigned char> data,
               std::span<const unsigned char> octets, CK_OBJECT_HANDLE key);
   bool verifyDigest(const DigestInfo& info, std::span<const unsigned char> octets, CK_OBJECT_HANDLE key);
+  // With NULL parameters behind the digest's identifier, and then without.
+  bool verifyBoth(const DigestInfo& info, std::span<const unsigned char> octets, CK_OBJECT_HANDLE key);
+  // What C_Verify takes for a signature object and a key of the token.
+  std::optional<Bytes> octetsOf(const Signature& value, CK_OBJECT_HANDLE key);
+
+  // C_SignInit and C_Sign, in two passes. An elliptic-curve signature comes out as an Ecdsa-Sig-Value.
+  std::unique_ptr<Signature> sign(const std::optional<CK_MECHANISM>& mechanism, std::span<const unsigned char> data,
+                                  CK_OBJECT_HANDLE signer);
+  std::unique_ptr<Signature> signDigest(const DigestInfo& info, CK_OBJECT_HANDLE signer);
+  bool beginSignature(const CK_MECHANISM& mechanism, CK_OBJECT_HANDLE signer);
+  // Whether the data is digested by a call of its own before it is signed.
+  [[nodiscard]] bool digestsFirst() const noexcept;
+  [[nodiscard]] bool isPSS() const noexcept { return signature && signature->pParameter == &pss; }
+
+  std::optional<Bytes> attributeOf(CK_OBJECT_HANDLE object, CK_ATTRIBUTE_TYPE type);
+  // The public key in an object of the token, or that of an RSA private key.
+  std::unique_ptr<KeyInfo> keyInfoOf(CK_OBJECT_HANDLE object);
+
+  // The objects of one class on the token, as they were found when the session was opened or when one was last made or
+  // removed through the device.
+  struct CachedObject {
+    CK_OBJECT_HANDLE handle;
+    Bytes id;
+    Bytes label;
+  };
+  static constexpr CK_OBJECT_CLASS kClasses[] = {CKO_PRIVATE_KEY, CKO_PUBLIC_KEY, CKO_SECRET_KEY, CKO_CERTIFICATE,
+                                                 CKO_DATA};
+  void listObjects();
+  [[nodiscard]] std::vector<CachedObject>& objectsOf(CK_OBJECT_CLASS objectClass);
+  // CK_INVALID_HANDLE when there is none of that name.
+  [[nodiscard]] CK_OBJECT_HANDLE findById(CK_OBJECT_CLASS objectClass, std::span<const unsigned char> id);
+  [[nodiscard]] CK_OBJECT_HANDLE findByLabel(CK_OBJECT_CLASS objectClass, std::string_view label);
+  bool select(CK_OBJECT_HANDLE object);
 
   CryptoKi& ki;
   VendorRow vendor{};
@@ -62,6 +98,8 @@ struct CryptoDevice::State {
   std::optional<CK_MECHANISM> cipher;
   CK_MECHANISM_TYPE keyGeneration = kNoMechanism;
   CK_RSA_PKCS_PSS_PARAMS pss{};
+  CK_OBJECT_HANDLE keyInUse = CK_INVALID_HANDLE;
+  std::array<std::vector<CachedObject>, std::size(kClasses)> objects;
 };
 
 }  // namespace keystrand

@@ -37,12 +37,12 @@ constexpr PSSRow kPSS[] = {
 };
 
 constexpr VendorRow kVendors[] = {
-    {.text = "Chrysalis", .readWrite = false, .fallsBack = false, .withoutPIN = true, .dropsLeadingZero = true},
-    {.text = "Eracom", .readWrite = true, .fallsBack = false, .withoutPIN = false, .dropsLeadingZero = false},
-    {.text = "SafeNet", .readWrite = true, .fallsBack = false, .withoutPIN = false, .dropsLeadingZero = false},
-    {.text = "Safenet", .readWrite = true, .fallsBack = false, .withoutPIN = false, .dropsLeadingZero = false},
-    {.text = "AEP", .readWrite = true, .fallsBack = false, .withoutPIN = false, .dropsLeadingZero = false},
-    {.text = "Halvorn", .readWrite = true, .fallsBack = true, .withoutPIN = false, .dropsLeadingZero = false},
+    {.text = "Chrysalis", .withoutPIN = true, .dropsLeadingZero = true},
+    {.text = "Eracom", .readWrite = true},
+    {.text = "SafeNet", .readWrite = true},
+    {.text = "Safenet", .readWrite = true},
+    {.text = "AEP", .readWrite = true, .signsDigests = true},
+    {.text = "Halvorn", .readWrite = true, .fallsBack = true},
 };
 constexpr VendorRow kPlainVendor{};
 

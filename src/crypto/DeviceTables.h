@@ -33,11 +33,12 @@ struct PSSRow {
 const PSSRow* findPSS(CK_MECHANISM_TYPE digest);
 
 struct VendorRow {
-  std::string_view text;  // somewhere in the manufacturerID of CK_INFO
-  bool readWrite;         // sessions are opened read-write
-  bool fallsBack;         // and read-only where that fails
-  bool withoutPIN;        // nothing is passed at login
-  bool dropsLeadingZero;  // of a signature that it is to verify
+  std::string_view text;          // somewhere in the manufacturerID of CK_INFO
+  bool readWrite = false;         // sessions are opened read-write
+  bool fallsBack = false;         // and read-only where that fails
+  bool withoutPIN = false;        // nothing is passed at login
+  bool dropsLeadingZero = false;  // of a signature that it is to verify
+  bool signsDigests = false;      // what is signed is digested by calls of its own
 };
 
 // The row of the first text found; the plain row for a maker that is not known.

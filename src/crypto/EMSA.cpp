@@ -11,6 +11,7 @@ namespace keystrand {
 namespace {
 
 constexpr std::size_t kMaxDigestLength = 64;
+constexpr unsigned char kTrailer = 0xBC;
 using Hash = std::array<unsigned char, kMaxDigestLength>;
 
 // MGF1 (RFC 8017 appendix B.2.1), laid over `target` by exclusive or.
@@ -27,15 +28,21 @@ void applyMask(std::span<unsigned char> target, std::span<const unsigned char> s
   }
 }
 
-// The hash of eight zero octets, the digest and the salt (steps 12 and 13) is the one that the block holds.
-bool matches(std::span<const unsigned char> held, std::span<const unsigned char> digest,
-             std::span<const unsigned char> salt, MessageDigest& hash) {
+// The hash of eight zero octets, the digest and the salt.
+std::uint32_t digestOfPSS(std::span<const unsigned char> digest, std::span<const unsigned char> salt,
+                          MessageDigest& hash, std::span<unsigned char> out) {
   constexpr std::array<unsigned char, 8> kZeros{};
-  Hash value;
   hash.update(kZeros.data(), kZeros.size());
   hash.update(digest.data(), digest.size());
   hash.update(salt.data(), salt.size());
-  return std::ranges::equal(std::span(value).first(hash.final(value)), held);
+  return hash.final(out);
+}
+
+// It is the one that the block holds (steps 12 and 13).
+bool matches(std::span<const unsigned char> held, std::span<const unsigned char> digest,
+             std::span<const unsigned char> salt, MessageDigest& hash) {
+  Hash value;
+  return std::ranges::equal(std::span(value).first(digestOfPSS(digest, salt, hash, value)), held);
 }
 
 // DB with its mask taken off: zeros, a one, the salt (steps 9 and 10). The bits in front of the encoding are dropped.
@@ -49,7 +56,6 @@ bool isDataBlock(std::span<const unsigned char> db, std::size_t saltLength) {
 // EMSA-PSS-VERIFY, RFC 8017 section 9.1.2.
 bool isPSSEncoded(std::span<const unsigned char> block, int modulusBits, std::span<const unsigned char> digest,
                   MessageDigest& hash) {
-  constexpr unsigned char kTrailer = 0xBC;
   const std::size_t hashLength = hash.digestLength();
   const auto encodedBits = static_cast<std::size_t>(modulusBits) - 1;
   const std::size_t length = (encodedBits + 7) / 8;
@@ -67,6 +73,27 @@ bool isPSSEncoded(std::span<const unsigned char> block, int modulusBits, std::sp
   applyMask(db, seed, hash);  // steps 7 and 8
   db[0] &= kept;
   return isDataBlock(db, hashLength) && matches(seed, digest, std::span(db).last(hashLength), hash);
+}
+
+// EMSA-PSS-ENCODE, RFC 8017 section 9.1.1.
+std::optional<Bytes> encodePSS(int modulusBits, std::span<const unsigned char> digest,
+                               std::span<const unsigned char> salt, MessageDigest& hash) {
+  const std::size_t hashLength = hash.digestLength();
+  const auto encodedBits = static_cast<std::size_t>(std::max(modulusBits, 1)) - 1;
+  const std::size_t length = (encodedBits + 7) / 8;
+  if (digest.size() != hashLength || length < hashLength + salt.size() + 2) return std::nullopt;  // step 3
+  Bytes block(static_cast<std::size_t>(modulusBits + 7) / 8);
+  const auto encoded = std::span(block).last(length);
+  const auto db = encoded.first(length - hashLength - 1);
+  const auto seed = encoded.subspan(db.size(), hashLength);
+  hash.reset();
+  digestOfPSS(digest, salt, hash, seed);  // steps 5 and 6
+  db[db.size() - salt.size() - 1] = 1;    // steps 7 and 8
+  std::ranges::copy(salt, db.last(salt.size()).begin());
+  applyMask(db, seed, hash);  // steps 9 and 10
+  db[0] &= static_cast<unsigned char>(0xFF >> (8 * length - encodedBits));
+  encoded.back() = kTrailer;
+  return block;
 }
 
 }  // namespace keystrand

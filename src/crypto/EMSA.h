@@ -2,9 +2,11 @@
 // the message, and the salt is as long as the hash.
 #pragma once
 
+#include <optional>
 #include <span>
 
 #include "keystrand/crypto/MessageDigest.h"
+#include "support/Memory.h"
 
 namespace keystrand {
 
@@ -12,5 +14,9 @@ namespace keystrand {
 // this digest of a message, made with `hash`.
 bool isPSSEncoded(std::span<const unsigned char> block, int modulusBits, std::span<const unsigned char> digest,
                   MessageDigest& hash);
+
+// The block, as long as the modulus, that encodes this digest; nothing when the modulus has not the room.
+std::optional<Bytes> encodePSS(int modulusBits, std::span<const unsigned char> digest,
+                               std::span<const unsigned char> salt, MessageDigest& hash);
 
 }  // namespace keystrand

@@ -156,6 +156,10 @@ bool BigInteger::magnitude(std::span<unsigned char> out) const {
   return true;
 }
 
+void BigInteger::wipe() noexcept {
+  BN_clear_free(std::exchange(number_, nullptr));
+}
+
 bool BigInteger::operator==(const BigInteger& other) const noexcept {
   return compare(other) == 0;
 }

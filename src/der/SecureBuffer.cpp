@@ -73,14 +73,26 @@ owner<DigestInfo*> SecureBuffer::digestChunks(std::uint32_t from, std::uint32_t 
   return device_->digestFinal();
 }
 
-// The built-in token holds public keys and verifies; there is no private key to sign with. Signing comes with the
-// token's private keys.
+// The whole contents go to the device in pieces by what the buffer holds, a part of them by what the part holds.
 owner<Signature*> SecureBuffer::signAll() {
-  return signFrom(0);
+  return signRange(0, size() >= kChunk);
 }
 
-owner<Signature*> SecureBuffer::signFrom(std::uint32_t /*from*/) {
-  return nullptr;
+owner<Signature*> SecureBuffer::signFrom(std::uint32_t from) {
+  return signRange(from, size() >= from && size() - from >= kChunk);
+}
+
+owner<Signature*> SecureBuffer::signRange(std::uint32_t from, bool inPieces) {
+  if (device_ == nullptr) return nullptr;
+  std::span<const unsigned char> left = blockRange(*this, from, size());
+  if (!inPieces) return device_->signData(left.data(), left.size());
+  if (!device_->signInit()) return nullptr;
+  while (!left.empty()) {
+    const std::size_t n = std::min<std::size_t>(kChunk, left.size());
+    if (!device_->signUpdate(left.data(), n)) return nullptr;
+    left = left.subspan(n);
+  }
+  return device_->signFinal();
 }
 
 }  // namespace keystrand

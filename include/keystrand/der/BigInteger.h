@@ -42,6 +42,9 @@ class KEYSTRAND_API BigInteger {
   [[nodiscard]] bool operator==(const BigInteger& other) const noexcept;
   [[nodiscard]] int compare(const BigInteger& other) const noexcept;
 
+  // Makes it zero and overwrites what it was: for the integers of private keys.
+  void wipe() noexcept;
+
   // Whether the integer stands without surplus octets. With it cleared, size and put add `padding` octets of its sign.
   [[nodiscard]] bool stripped() const noexcept { return stripped_; }
   void setStripped(bool stripped) noexcept { stripped_ = stripped; }

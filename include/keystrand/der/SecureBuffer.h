@@ -31,10 +31,13 @@ class KEYSTRAND_API SecureBuffer : public Buffer {
   [[nodiscard]] owner<DigestInfo*> digestUpToCursor(std::uint32_t from);
   [[nodiscard]] owner<DigestInfo*> digestFrom(std::uint32_t from);
   [[nodiscard]] owner<DigestInfo*> digestChunks(std::uint32_t from, std::uint32_t to, std::uint32_t chunk);
+  // With the signature algorithm and the key that the device has selected.
   [[nodiscard]] owner<Signature*> signAll();
   [[nodiscard]] owner<Signature*> signFrom(std::uint32_t from);
 
  private:
+  owner<Signature*> signRange(std::uint32_t from, bool inPieces);
+
   CryptoDevice* device_;
 };
 

@@ -9,7 +9,7 @@
 #include <span>
 #include <vector>
 
-#include "support/Memory.h"
+#include "support/SecretBytes.h"
 
 namespace keystrand {
 
@@ -33,7 +33,7 @@ class AttributeList {
   }
 
   std::vector<Entry> entries_;
-  Bytes values_;
+  SecretBytes values_;
 };
 
 }  // namespace keystrand

@@ -18,12 +18,21 @@ enum class Access : unsigned char {
   kComputed,  // none: the token sets it
 };
 
+// What the attribute has to do with keeping a key secret.
+enum class Secrecy : unsigned char {
+  kOpen,
+  kValue,        // not given out while CKA_SENSITIVE is set or CKA_EXTRACTABLE is not
+  kOnlySet,      // a boolean that is never cleared again
+  kOnlyCleared,  // one that is never set again
+};
+
 struct AttributeRow {
   CK_ATTRIBUTE_TYPE type;
   ValueKind kind;
   Access access;
   bool required = false;   // at creation
   CK_ULONG otherwise = 0;  // value of a boolean or number that no template gave; dates and bytes are then empty
+  Secrecy secrecy = Secrecy::kOpen;
 };
 
 struct AttributeTable {

@@ -85,8 +85,6 @@ using NotYetSupported =
           &List::C_EncryptInit, &List::C_Encrypt, &List::C_EncryptUpdate, &List::C_EncryptFinal, &List::C_DecryptInit,
           &List::C_Decrypt, &List::C_DecryptUpdate, &List::C_DecryptFinal,
           &List::C_DigestKey,  //
-          &List::C_SignInit, &List::C_Sign, &List::C_SignUpdate, &List::C_SignFinal, &List::C_SignRecoverInit,
-          &List::C_SignRecover,  //
           &List::C_GenerateKey, &List::C_GenerateKeyPair, &List::C_WrapKey, &List::C_UnwrapKey, &List::C_DeriveKey>;
 
 constexpr CK_FUNCTION_LIST makeList() {
@@ -123,6 +121,12 @@ constexpr CK_FUNCTION_LIST makeList() {
   list.C_Digest = kForward<&Module::digest>;
   list.C_DigestUpdate = kForward<&Module::digestUpdate>;
   list.C_DigestFinal = kForward<&Module::digestFinal>;
+  list.C_SignInit = kForward<&Module::signInit>;
+  list.C_Sign = kForward<&Module::sign>;
+  list.C_SignUpdate = kForward<&Module::signUpdate>;
+  list.C_SignFinal = kForward<&Module::signFinal>;
+  list.C_SignRecoverInit = kForward<&Module::signRecoverInit>;
+  list.C_SignRecover = kForward<&Module::signRecover>;
   list.C_VerifyInit = kForward<&Module::verifyInit>;
   list.C_Verify = kForward<&Module::verify>;
   list.C_VerifyUpdate = kForward<&Module::verifyUpdate>;

@@ -14,7 +14,7 @@
 #include <memory>
 
 #include "crypto/SystemRandomGenerator.h"
-#include "crypto/token/PKCS11PublicKey.h"
+#include "crypto/token/PKCS11Key.h"
 #include "crypto/token/TokenSession.h"
 
 namespace keystrand {
@@ -63,6 +63,14 @@ class PKCS11CryptoKi {
   CK_RV digestUpdate(TokenSession& session, CK_BYTE* part, CK_ULONG length);
   CK_RV digestFinal(TokenSession& session, CK_BYTE* out, CK_ULONG* outLength);
 
+  CK_RV signInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key);
+  CK_RV sign(TokenSession& session, CK_BYTE* data, CK_ULONG length, CK_BYTE* signature, CK_ULONG* signatureLength);
+  CK_RV signUpdate(TokenSession& session, CK_BYTE* part, CK_ULONG length);
+  CK_RV signFinal(TokenSession& session, CK_BYTE* signature, CK_ULONG* signatureLength);
+  CK_RV signRecoverInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key);
+  CK_RV signRecover(TokenSession& session, CK_BYTE* data, CK_ULONG length, CK_BYTE* signature,
+                    CK_ULONG* signatureLength);
+
   CK_RV verifyInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key);
   CK_RV verify(TokenSession& session, CK_BYTE* data, CK_ULONG length, CK_BYTE* signature, CK_ULONG signatureLength);
   CK_RV verifyUpdate(TokenSession& session, CK_BYTE* part, CK_ULONG length);
@@ -85,7 +93,7 @@ class PKCS11CryptoKi {
 
   PKCS11CryptoKi();
   CK_RV find(CK_OBJECT_HANDLE handle, std::shared_ptr<PKCS11Storage>& object) const;
-  CK_RV find(CK_OBJECT_HANDLE handle, std::shared_ptr<const PKCS11PublicKey>& key) const;
+  CK_RV find(CK_OBJECT_HANDLE handle, std::shared_ptr<const PKCS11Key>& key) const;
   CK_RV add(const TokenSession& owner, std::shared_ptr<PKCS11Storage> object, CK_OBJECT_HANDLE* handle);
 
   int bindings_ = 0;

@@ -19,16 +19,48 @@ CK_RV PKCS11CryptoKi::digestFinal(TokenSession& session, CK_BYTE* out, CK_ULONG*
   return session.digest.finish(out, outLength);
 }
 
-CK_RV PKCS11CryptoKi::find(CK_OBJECT_HANDLE handle, std::shared_ptr<const PKCS11PublicKey>& key) const {
+CK_RV PKCS11CryptoKi::find(CK_OBJECT_HANDLE handle, std::shared_ptr<const PKCS11Key>& key) const {
   std::shared_ptr<PKCS11Storage> object;
   if (find(handle, object) != CKR_OK) return CKR_KEY_HANDLE_INVALID;
-  key = std::dynamic_pointer_cast<const PKCS11PublicKey>(std::move(object));
+  key = std::dynamic_pointer_cast<const PKCS11Key>(std::move(object));
   return key != nullptr ? CKR_OK : CKR_KEY_HANDLE_INVALID;
+}
+
+CK_RV PKCS11CryptoKi::signInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key) {
+  if (mechanism == nullptr) return CKR_ARGUMENTS_BAD;
+  std::shared_ptr<const PKCS11Key> signer;
+  if (const CK_RV found = find(key, signer); found != CKR_OK) return found;
+  return session.signature.begin(mechanism, std::move(signer), CKA_SIGN);
+}
+
+CK_RV PKCS11CryptoKi::sign(TokenSession& session, CK_BYTE* data, CK_ULONG length, CK_BYTE* signature,
+                           CK_ULONG* signatureLength) {
+  return session.signature.whole(data, length, signature, signatureLength);
+}
+
+CK_RV PKCS11CryptoKi::signUpdate(TokenSession& session, CK_BYTE* part, CK_ULONG length) {
+  return session.signature.update(part, length);
+}
+
+CK_RV PKCS11CryptoKi::signFinal(TokenSession& session, CK_BYTE* signature, CK_ULONG* signatureLength) {
+  return session.signature.finish(signature, signatureLength);
+}
+
+CK_RV PKCS11CryptoKi::signRecoverInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key) {
+  if (mechanism == nullptr) return CKR_ARGUMENTS_BAD;
+  std::shared_ptr<const PKCS11Key> signer;
+  if (const CK_RV found = find(key, signer); found != CKR_OK) return found;
+  return session.recoverableSignature.begin(mechanism, std::move(signer), CKA_SIGN_RECOVER);
+}
+
+CK_RV PKCS11CryptoKi::signRecover(TokenSession& session, CK_BYTE* data, CK_ULONG length, CK_BYTE* signature,
+                                  CK_ULONG* signatureLength) {
+  return session.recoverableSignature.whole(data, length, signature, signatureLength);
 }
 
 CK_RV PKCS11CryptoKi::verifyInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key) {
   if (mechanism == nullptr) return CKR_ARGUMENTS_BAD;
-  std::shared_ptr<const PKCS11PublicKey> publicKey;
+  std::shared_ptr<const PKCS11Key> publicKey;
   if (const CK_RV found = find(key, publicKey); found != CKR_OK) return found;
   return session.verification.begin(*mechanism, std::move(publicKey));
 }
@@ -63,7 +95,7 @@ CK_RV PKCS11CryptoKi::verifyFinal(TokenSession& session, CK_BYTE* signature, CK_
 
 CK_RV PKCS11CryptoKi::verifyRecoverInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key) {
   if (mechanism == nullptr) return CKR_ARGUMENTS_BAD;
-  std::shared_ptr<const PKCS11PublicKey> publicKey;
+  std::shared_ptr<const PKCS11Key> publicKey;
   if (const CK_RV found = find(key, publicKey); found != CKR_OK) return found;
   return session.recovery.begin(*mechanism, publicKey);
 }

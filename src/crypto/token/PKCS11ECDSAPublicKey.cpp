@@ -11,13 +11,7 @@ constexpr AttributeRow kRows[] = {
     {CKA_EC_POINT, ValueKind::kBytes, Access::kFixed, true},
 };
 
-// Both attributes are one DER element and nothing behind it: EcpkParameters, and the point as an OCTET STRING.
-bool getParameters(std::span<const unsigned char> value, ECParameters& out) {
-  Buffer in;
-  in.assign(value.data(), static_cast<std::uint32_t>(value.size()));
-  return out.get(in) && in.remaining() == 0;
-}
-
+// One DER element as well: the point as an OCTET STRING.
 bool getPoint(std::span<const unsigned char> value, ECDSAPublicKey& out) {
   Buffer in;
   in.assign(value.data(), static_cast<std::uint32_t>(value.size()));
@@ -30,6 +24,12 @@ bool getPoint(std::span<const unsigned char> value, ECDSAPublicKey& out) {
 }
 
 }  // namespace
+
+bool getParameters(std::span<const unsigned char> value, ECParameters& out) {
+  Buffer in;
+  in.assign(value.data(), static_cast<std::uint32_t>(value.size()));
+  return out.get(in) && in.remaining() == 0;
+}
 
 const AttributeTable& PKCS11ECDSAPublicKey::table() const {
   static constinit const AttributeTable table{&PKCS11PublicKey::kTable, kRows};

@@ -6,6 +6,9 @@
 
 namespace keystrand {
 
+// The value of CKA_EC_PARAMS: one DER element, EcpkParameters, and nothing behind it.
+bool getParameters(std::span<const unsigned char> value, ECParameters& out);
+
 class PKCS11ECDSAPublicKey final : public PKCS11PublicKey {
  public:
   [[nodiscard]] std::shared_ptr<PKCS11Storage> clone() const override {

@@ -18,4 +18,12 @@ constexpr AttributeRow kRows[] = {
 
 constinit const AttributeTable PKCS11Key::kTable{&PKCS11Storage::kTable, kRows};
 
+// From here on a private or secret key can only get more secret, so these hold as long as it lives.
+void PKCS11Key::setGenerated(CK_MECHANISM_TYPE mechanism) {
+  setFlag(CKA_LOCAL, true);
+  setNumber(CKA_KEY_GEN_MECHANISM, mechanism);
+  setFlag(CKA_ALWAYS_SENSITIVE, flag(CKA_SENSITIVE));
+  setFlag(CKA_NEVER_EXTRACTABLE, !flag(CKA_EXTRACTABLE));
+}
+
 }  // namespace keystrand

@@ -8,6 +8,8 @@ namespace keystrand {
 class PKCS11Key : public PKCS11Storage {
  public:
   [[nodiscard]] CK_KEY_TYPE keyType() const { return number(CKA_KEY_TYPE); }
+  // Made by the token itself, with that mechanism.
+  void setGenerated(CK_MECHANISM_TYPE mechanism);
 
  protected:
   static const AttributeTable kTable;

@@ -98,7 +98,16 @@ CK_RV PKCS11Object::accept(const CK_ATTRIBUTE& attribute, Access access) const {
   if (row->access == Access::kComputed || row->access < access) return CKR_ATTRIBUTE_READ_ONLY;
   const bool present = attribute.pValue != nullptr ? attribute.ulValueLen <= kLongestValue : attribute.ulValueLen == 0;
   if (!present || !hasForm(row->kind, valueIn(attribute))) return CKR_ATTRIBUTE_VALUE_INVALID;
-  return row->required && attribute.ulValueLen == 0 ? CKR_ATTRIBUTE_VALUE_INVALID : CKR_OK;
+  if (row->required && attribute.ulValueLen == 0) return CKR_ATTRIBUTE_VALUE_INVALID;
+  return access == Access::kFixed || mayBecome(*row, valueIn(attribute)) ? CKR_OK : CKR_ATTRIBUTE_READ_ONLY;
+}
+
+// A key that is kept secret stays so.
+bool PKCS11Object::mayBecome(const AttributeRow& row, std::span<const unsigned char> value) const {
+  const bool wanted = value.size() == 1 && value[0] == CK_TRUE;
+  if (row.secrecy == Secrecy::kOnlySet) return wanted || !flag(row.type);
+  if (row.secrecy == Secrecy::kOnlyCleared) return !wanted || flag(row.type);
+  return true;
 }
 
 bool PKCS11Object::isComplete() const {
@@ -110,11 +119,18 @@ bool PKCS11Object::isComplete() const {
   return true;
 }
 
+bool PKCS11Object::isReadable(const AttributeRow& row) const {
+  return row.secrecy != Secrecy::kValue || (!flag(CKA_SENSITIVE) && flag(CKA_EXTRACTABLE));
+}
+
 CK_RV PKCS11Object::read(std::span<CK_ATTRIBUTE> wanted) const {
   CK_RV result = CKR_OK;
   for (CK_ATTRIBUTE& attribute : wanted) {
     const AttributeRow* row = table().find(attribute.type);
-    if (row != nullptr) {
+    if (row != nullptr && !isReadable(*row)) {
+      attribute.ulValueLen = CK_UNAVAILABLE_INFORMATION;
+      if (result == CKR_OK) result = CKR_ATTRIBUTE_SENSITIVE;
+    } else if (row != nullptr) {
       const CK_RV filled = fill(attribute, valueOf(*row));
       if (result == CKR_OK) result = filled;
     } else {
@@ -128,7 +144,7 @@ CK_RV PKCS11Object::read(std::span<CK_ATTRIBUTE> wanted) const {
 bool PKCS11Object::matches(std::span<const CK_ATTRIBUTE> wanted) const {
   return std::ranges::all_of(wanted, [this](const CK_ATTRIBUTE& attribute) {
     const AttributeRow* row = table().find(attribute.type);
-    return row != nullptr && std::ranges::equal(valueOf(*row), valueIn(attribute));
+    return row != nullptr && isReadable(*row) && std::ranges::equal(valueOf(*row), valueIn(attribute));
   });
 }
 
@@ -152,6 +168,10 @@ CK_ULONG PKCS11Object::number(CK_ATTRIBUTE_TYPE type) const {
 std::span<const unsigned char> PKCS11Object::bytes(CK_ATTRIBUTE_TYPE type) const {
   const AttributeRow* row = table().find(type);
   return row != nullptr ? valueOf(*row) : std::span<const unsigned char>();
+}
+
+void PKCS11Object::setFlag(CK_ATTRIBUTE_TYPE type, bool value) {
+  attributes_.set(type, {&kBooleans[value ? 1 : 0], 1});
 }
 
 void PKCS11Object::setNumber(CK_ATTRIBUTE_TYPE type, CK_ULONG value) {

@@ -38,11 +38,14 @@ class PKCS11Object {
   // Looks at the values together once a template has been taken, and makes of them what the token computes with.
   virtual CK_RV prepare() { return CKR_OK; }
   void setNumber(CK_ATTRIBUTE_TYPE type, CK_ULONG value);
+  void setFlag(CK_ATTRIBUTE_TYPE type, bool value);
 
  private:
   CK_RV take(std::span<const CK_ATTRIBUTE> given, Access access, AttributeList& out) const;
   [[nodiscard]] CK_RV accept(const CK_ATTRIBUTE& attribute, Access access) const;
+  [[nodiscard]] bool mayBecome(const AttributeRow& row, std::span<const unsigned char> value) const;
   [[nodiscard]] bool isComplete() const;
+  [[nodiscard]] bool isReadable(const AttributeRow& row) const;
   [[nodiscard]] std::span<const unsigned char> valueOf(const AttributeRow& row) const;
 
   AttributeList attributes_;

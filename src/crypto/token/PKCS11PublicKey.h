@@ -6,10 +6,6 @@
 namespace keystrand {
 
 class PKCS11PublicKey : public PKCS11Key {
- public:
-  [[nodiscard]] bool mayVerify() const { return flag(CKA_VERIFY); }
-  [[nodiscard]] bool mayRecover() const { return flag(CKA_VERIFY_RECOVER); }
-
  protected:
   static const AttributeTable kTable;
 };

@@ -4,8 +4,11 @@
 
 #include "crypto/token/PKCS11Certificate.h"
 #include "crypto/token/PKCS11Data.h"
+#include "crypto/token/PKCS11ECDSAPrivateKey.h"
 #include "crypto/token/PKCS11ECDSAPublicKey.h"
+#include "crypto/token/PKCS11RSAPrivateKey.h"
 #include "crypto/token/PKCS11RSAPublicKey.h"
+#include "crypto/token/PKCS11SecretKeys.h"
 
 namespace keystrand {
 
@@ -37,6 +40,14 @@ constexpr ObjectRow kObjects[] = {
     {CKO_CERTIFICATE, CKA_CERTIFICATE_TYPE, CKC_VENDOR_DEFINED, makeEmpty<PKCS11VendorDefinedCertificate>},
     {CKO_PUBLIC_KEY, CKA_KEY_TYPE, CKK_RSA, makeEmpty<PKCS11RSAPublicKey>},
     {CKO_PUBLIC_KEY, CKA_KEY_TYPE, CKK_EC, makeEmpty<PKCS11ECDSAPublicKey>},
+    {CKO_PRIVATE_KEY, CKA_KEY_TYPE, CKK_RSA, makeEmpty<PKCS11RSAPrivateKey>},
+    {CKO_PRIVATE_KEY, CKA_KEY_TYPE, CKK_EC, makeEmpty<PKCS11ECDSAPrivateKey>},
+    {CKO_SECRET_KEY, CKA_KEY_TYPE, CKK_GENERIC_SECRET, makeEmpty<PKCS11GenericSecretKey>},
+    {CKO_SECRET_KEY, CKA_KEY_TYPE, CKK_AES, makeEmpty<PKCS11AESSecretKey>},
+    {CKO_SECRET_KEY, CKA_KEY_TYPE, CKK_DES, makeEmpty<PKCS11DESSecretKey>},
+    {CKO_SECRET_KEY, CKA_KEY_TYPE, CKK_DES2, makeEmpty<PKCS11DES2SecretKey>},
+    {CKO_SECRET_KEY, CKA_KEY_TYPE, CKK_DES3, makeEmpty<PKCS11DES3SecretKey>},
+    {CKO_SECRET_KEY, CKA_KEY_TYPE, CKK_RC2, makeEmpty<PKCS11RC2SecretKey>},
 };
 
 CK_RV findNumber(std::span<const CK_ATTRIBUTE> given, CK_ATTRIBUTE_TYPE type, CK_ULONG& out) {

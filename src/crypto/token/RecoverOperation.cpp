@@ -6,12 +6,12 @@
 
 namespace keystrand {
 
-CK_RV RecoverOperation::begin(const CK_MECHANISM& mechanism, const std::shared_ptr<const PKCS11PublicKey>& key) {
+CK_RV RecoverOperation::begin(const CK_MECHANISM& mechanism, const std::shared_ptr<const PKCS11Key>& key) {
   if (key_) return CKR_OPERATION_ACTIVE;
   if (mechanism.mechanism != CKM_RSA_PKCS && mechanism.mechanism != CKM_RSA_X_509) return CKR_MECHANISM_INVALID;
   auto rsa = std::dynamic_pointer_cast<const PKCS11RSAPublicKey>(key);
   if (!rsa) return CKR_KEY_TYPE_INCONSISTENT;
-  if (!rsa->mayRecover()) return CKR_KEY_FUNCTION_NOT_PERMITTED;
+  if (!rsa->flag(CKA_VERIFY_RECOVER)) return CKR_KEY_FUNCTION_NOT_PERMITTED;
   padded_ = mechanism.mechanism == CKM_RSA_PKCS;
   key_ = std::move(rsa);
   return CKR_OK;

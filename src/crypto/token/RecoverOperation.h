@@ -16,7 +16,7 @@ namespace keystrand {
 
 class RecoverOperation {
  public:
-  CK_RV begin(const CK_MECHANISM& mechanism, const std::shared_ptr<const PKCS11PublicKey>& key);
+  CK_RV begin(const CK_MECHANISM& mechanism, const std::shared_ptr<const PKCS11Key>& key);
   // CKR_SIGNATURE_LEN_RANGE when the signature is not as long as the modulus, CKR_SIGNATURE_INVALID for whatever else
   // is wrong with key or signature.
   CK_RV recover(const CK_BYTE* signature, CK_ULONG length, CK_BYTE* out, CK_ULONG* outLength);

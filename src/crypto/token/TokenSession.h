@@ -8,6 +8,7 @@
 
 #include "crypto/token/DigestOperation.h"
 #include "crypto/token/RecoverOperation.h"
+#include "crypto/token/SignOperation.h"
 #include "crypto/token/VerifyOperation.h"
 
 namespace keystrand {
@@ -18,6 +19,8 @@ struct TokenSession {
   CK_SLOT_ID slot = 0;
   CK_FLAGS flags = 0;
   DigestOperation digest;
+  SignOperation signature;
+  SignOperation recoverableSignature;
   VerifyOperation verification;
   RecoverOperation recovery;
   std::optional<std::vector<CK_OBJECT_HANDLE>> found;  // what a search has still to give, last first
@@ -27,6 +30,8 @@ struct TokenSession {
   void close() noexcept {
     open = false;
     digest.end();
+    signature.end();
+    recoverableSignature.end();
     verification.end();
     recovery.end();
     found.reset();

@@ -8,17 +8,17 @@
 #include <span>
 
 #include "crypto/token/DigestSet.h"
-#include "crypto/token/PKCS11PublicKey.h"
+#include "crypto/token/PKCS11Key.h"
+#include "crypto/token/SignatureMechanisms.h"
 
 namespace keystrand {
 
 class ECDSAPublicKey;
 class RSAPublicKey;
-struct VerifyRow;
 
 class VerifyOperation {
  public:
-  CK_RV begin(const CK_MECHANISM& mechanism, std::shared_ptr<const PKCS11PublicKey> key);
+  CK_RV begin(const CK_MECHANISM& mechanism, std::shared_ptr<const PKCS11Key> key);
   [[nodiscard]] bool isActive() const noexcept { return row_ != nullptr; }
 
   // These want an active operation. The answer is CKR_OK, CKR_SIGNATURE_LEN_RANGE when an RSA signature is not as long
@@ -42,15 +42,18 @@ class VerifyOperation {
   };
 
   using Octets = std::span<const unsigned char>;
-  CK_RV checkDigest(Octets signature);
+  [[nodiscard]] bool takesParts() const noexcept { return digest_ != nullptr || mac_ != nullptr; }
+  void take(Octets part);
+  CK_RV checkTaken(Octets signature);
   [[nodiscard]] CK_RV check(Octets data, Octets signature) const;
   CK_RV check(const RSAPublicKey& key, Octets data, Octets signature) const;
   [[nodiscard]] static CK_RV check(const ECDSAPublicKey& key, Octets data, Octets signature);
 
-  const VerifyRow* row_ = nullptr;
-  std::shared_ptr<const PKCS11PublicKey> key_;  // lives on here though its object be destroyed
+  const SignatureMechanism* row_ = nullptr;
+  std::shared_ptr<const PKCS11Key> key_;  // lives on here though its object be destroyed
   DigestSet digests_;
   MessageDigest* digest_ = nullptr;  // one of the set, for a mechanism that digests
+  std::unique_ptr<PasswordBasedMac> mac_;
   bool inParts_ = false;
 };
 

@@ -1,0 +1,47 @@
+#include "crypto/token/PKCS11RSAPrivateKey.h"
+
+#include <algorithm>
+
+namespace keystrand {
+
+namespace {
+
+constexpr AttributeRow secret(CK_ATTRIBUTE_TYPE type, bool required = false) {
+  return {type, ValueKind::kBytes, Access::kFixed, required, 0, Secrecy::kValue};
+}
+
+// The public exponent is required: no private operation runs without the check by the public one.
+constexpr AttributeRow kRows[] = {
+    {CKA_MODULUS, ValueKind::kBytes, Access::kFixed, true},
+    {CKA_PUBLIC_EXPONENT, ValueKind::kBytes, Access::kFixed, true},
+    secret(CKA_PRIVATE_EXPONENT, true),
+    secret(CKA_PRIME_1),
+    secret(CKA_PRIME_2),
+    secret(CKA_EXPONENT_1),
+    secret(CKA_EXPONENT_2),
+    secret(CKA_COEFFICIENT),
+};
+
+}  // namespace
+
+std::span<const CK_ATTRIBUTE_TYPE> PKCS11RSAPrivateKey::integerTypes() noexcept {
+  static constexpr CK_ATTRIBUTE_TYPE kTypes[] = {CKA_MODULUS,    CKA_PUBLIC_EXPONENT, CKA_PRIVATE_EXPONENT,
+                                                 CKA_PRIME_1,    CKA_PRIME_2,         CKA_EXPONENT_1,
+                                                 CKA_EXPONENT_2, CKA_COEFFICIENT};
+  return kTypes;
+}
+
+const AttributeTable& PKCS11RSAPrivateKey::table() const {
+  static constinit const AttributeTable table{&PKCS11PrivateKey::kTable, kRows};
+  return table;
+}
+
+CK_RV PKCS11RSAPrivateKey::prepare() {
+  RSAPrivateKey::Integers integers;
+  std::ranges::transform(integerTypes(), integers.begin(),
+                         [this](CK_ATTRIBUTE_TYPE type) { return BigInteger(bytes(type)); });
+  key_ = RSAPrivateKey(std::move(integers));
+  return CKR_OK;
+}
+
+}  // namespace keystrand

@@ -339,7 +339,7 @@ class LockHolder {
   ~LockHolder() {
     int status = 0;
     EXPECT_EQ(waitpid(pid_, &status, 0), pid_);
-    for (const int descriptor : {toHolder_[0], toHolder_[1], fromHolder_[0], fromHolder_[1]}) close(descriptor);
+    for (const int descriptor : {toHolder_[0], toHolder_[1], fromHolder_[0], fromHolder_[1]}) ::close(descriptor);
   }
   void letGo() const { EXPECT_EQ(write(toHolder_[1], "x", 1), 1); }
 

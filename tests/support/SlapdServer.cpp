@@ -13,6 +13,8 @@ namespace keystrand::test {
 
 namespace {
 
+constexpr const char* kRequests = "256";  // what its log shall tell
+
 std::string base64(const ByteString& bytes) {
   std::string text(4 * ((bytes.size() + 2) / 3) + 1, '\0');
   const int n =
@@ -43,7 +45,7 @@ void run(const std::string& command) {
 SlapdServer::SlapdServer(const std::vector<Entry>& entries) {
   writeConfiguration();
   std::ofstream records(path("entries"));
-  records << "dn: c=IT\nobjectClass: country\nc: IT\n\n";
+  records << "dn: c=IT\nobjectClass: country\nc: IT\nmodifyTimestamp: 20250101000000Z\n\n";
   for (const Entry& entry : entries) records << recordOf(entry);
   records.close();
   std::filesystem::create_directory(folder_ / "db");
@@ -58,13 +60,14 @@ SlapdServer::SlapdServer(const std::vector<Entry>& entries) {
 bool SlapdServer::start() {
   port_ = freePort();
   const std::string address = "ldap://127.0.0.1:" + std::to_string(port_);
-  process_.emplace(std::vector<std::string>{findProgram("slapd"), "-h", address, "-f", path("conf"), "-d", "0"});
+  process_.emplace(std::vector<std::string>{findProgram("slapd"), "-h", address, "-f", path("conf"), "-d", kRequests});
   return eventually([&] { return accepts(port_) || !process_->running(); }) && process_->running();
 }
 
 void SlapdServer::writeConfiguration() const {
   std::ofstream(path("conf"))
-      << "include /etc/ldap/schema/core.schema\nmodulepath /usr/lib/ldap\nmoduleload back_mdb\n"
+      << "logfile " << path("log")
+      << "\ninclude /etc/ldap/schema/core.schema\nmodulepath /usr/lib/ldap\nmoduleload back_mdb\n"
       << "attributetype ( 1.3.6.1.4.1.99999.1.1 NAME 'plainRevocationList' SYNTAX 1.3.6.1.4.1.1466.115.121.1.40 )\n"
       << "objectclass ( 1.3.6.1.4.1.99999.2.1 NAME 'holder' SUP top AUXILIARY MAY plainRevocationList )\n"
       << "pidfile " << path("pid") << "\ndatabase mdb\nsuffix c=IT\nrootdn cn=admin,c=IT\nrootpw secret\n"
@@ -73,6 +76,17 @@ void SlapdServer::writeConfiguration() const {
 
 std::string SlapdServer::url(const std::string& dnAndQuery) const {
   return "ldap://127.0.0.1:" + std::to_string(port_) + "/" + dnAndQuery;
+}
+
+std::vector<std::string> SlapdServer::requests() const {
+  std::vector<std::string> all;
+  std::ifstream log(path("log"));
+  for (std::string line; std::getline(log, line);) {
+    const bool request = line.find(" BIND dn=") != std::string::npos || line.find(" SRCH ") != std::string::npos ||
+                         line.ends_with(" UNBIND");
+    if (request) all.push_back(line.substr(line.find("op=")));
+  }
+  return all;
 }
 
 void SlapdServer::replaceCRL(const std::string& rdn, const ByteString& crl) const {

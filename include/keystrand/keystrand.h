@@ -213,6 +213,11 @@ KEYSTRAND_API unsigned char cache_saveCRLCache(void* ctx);
 KEYSTRAND_API unsigned char cache_isCRLCacheLoaded();
 KEYSTRAND_API unsigned char cache_isCRLCacheModified();
 KEYSTRAND_API void cache_clearCRLCacheModified();
+// Brings the whole table up to date. An empty one is filled from the distribution points of the certificates in the CA
+// list; of a full one the rows are fetched that are due, hold nothing, or have something newer at their server, in
+// download mode 3 as in mode 2; in mode 1 a full table, and in mode 4 any, stays as it is. A CRL that cannot be fetched
+// is no failure. Searches of all contexts wait until it has finished. 0 when filling met a distribution point without
+// general names, or had no row left (code 5120): the rows so far stay.
 KEYSTRAND_API unsigned char cache_updateCRLCache(void* ctx);
 // Is the certificate of this serial number on the CRL of this distribution point (RFC 5280 section 4.2.1.13)? `serial`
 // is upper-case hexadecimal text as serialNumberText(16) gives it. Of several URIs the CRL with the latest thisUpdate

@@ -75,9 +75,15 @@ class DerCheck {
       case 0x11:
       case 0x1C:  // loses octets when it is written, which its users know
         return false;
-      default:
-        return true;
+      default:  // a time is read under any tag
+        return !beginsWithNumber(content) || time(content, 12) || time(content, 14);
     }
+  }
+
+  static bool beginsWithNumber(std::span<const unsigned char> content) {
+    const auto first =
+        std::ranges::find_if_not(content, [](unsigned char c) { return c == ' ' || (c >= 9 && c <= 13); });
+    return first != content.end() && (*first == '+' || *first == '-' || (*first >= '0' && *first <= '9'));
   }
 
   static bool identifier(std::span<const unsigned char> content) {

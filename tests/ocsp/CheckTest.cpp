@@ -38,7 +38,7 @@ class OCSPCheck : public testing::Test {
 };
 
 TEST_F(OCSPCheck, FailuresOfTheExchange) {
-  ocsp_setTimeout(1);
+  ocsp_setTCPTimeout(1);  // another name of ocsp_setTimeout
   const std::string gone = "http://127.0.0.1:" + std::to_string(freePort()) + "/";
   const ByteString good = goodResponse();
   const ByteString half(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(good.size() / 2));
@@ -285,6 +285,7 @@ TEST_F(OCSPCheck, EnclosedCertificates) {
     Authority issuer, signer;
     std::vector<ByteString> certs;
     Answer answer;
+    bool endIsLogged = true;
   };
   for (const Row& row : {
            Row{"none, the issuer signed", kCA, kCA, {}, kGood},
@@ -298,8 +299,9 @@ TEST_F(OCSPCheck, EnclosedCertificates) {
                kCA,
                kCA,
                {makeAuthority({.serial = "02"}).certificate},
-               kNoAnswer},
-           Row{"an issuer without extensions, enclosed", bare, bare, {bare.certificate}, kNoAnswer},
+               kNoAnswer,
+               false},
+           Row{"an issuer without extensions, enclosed", bare, bare, {bare.certificate}, kNoAnswer, false},
            Row{"an issuer without extensions", bare, bare, {}, kGood},
        }) {
     SCOPED_TRACE(row.name);
@@ -310,7 +312,48 @@ TEST_F(OCSPCheck, EnclosedCertificates) {
     const ByteString basic =
         row.certs.empty() ? plain : element(0x30, firstElement(plain).content + element(0xA0, element(0x30, certs)));
     EXPECT_EQ(client_.checkStored(makeResponse(basic), row.issuer), row.answer);
+    const auto ends = testing::Contains("End verification of OCSP response");
+    EXPECT_THAT(running_.messages(), testing::Conditional(row.endIsLogged, ends, testing::Not(ends)));
   }
+}
+
+// Callers choose by the level how much they are told.
+TEST_F(OCSPCheck, EachMessageHasItsLevel) {
+  const ScriptedServer server({{served(makeResponse(
+      makeBasicResponse(kCA, kCA,
+                        {.singles = {{.nextUpdate = "20250201000000Z"},
+                                     {.serial = "1002", .status = CertStatus::revoked, .reason = 6}}})))}});
+  const std::string asked = "OCSP uri " + server.url();
+  const std::vector<std::string> dates = {"OCSP response date: Jan 01 00:00:00 2025 GMT",
+                                          "OCSP alignment date: Feb 01 00:00:00 2025 GMT"};
+  struct Row {
+    const char* serial;
+    unsigned char level;
+    std::vector<std::string> messages;
+  };
+  for (const Row& row : {
+           Row{"1001", 2, {}},
+           Row{"1001", 4, {}},
+           Row{"1001", 5, {asked}},
+           Row{"1001", 6, {asked, dates[0], dates[1], "OCSP service: data expired [Feb 01 00:00:00 2025 GMT]"}},
+           Row{"1002", 6, {asked, dates[0], "OCSP alignment date: Jan 01 00:00:00 2038 GMT", "Suspension date:"}},
+           Row{"1003", 2, {}},
+           Row{"1003", 3, {kFailed}},
+           Row{"1003", 6, {asked, kFailed}},
+       }) {
+    SCOPED_TRACE(std::string(row.serial) + " at " + std::to_string(row.level));
+    cache_enableLog(row.level);
+    OCSPClient().check(server.url(), kCA, row.serial);
+    EXPECT_THAT(running_.messages(), testing::ElementsAreArray(row.messages));
+  }
+}
+
+// Nothing can be digested yet, so there is no question to send and no signature to verify.
+TEST(OCSPContext, MadeBeforeTheLibraryStartsHasNoAnswer) {
+  const ScriptedServer server({{served(goodResponse())}});
+  const OCSPClient client;
+  EXPECT_EQ(client.check(server.url(), kCA, "1001"), kNoAnswer);
+  EXPECT_EQ(client.checkStored(goodResponse(), kCA), kNoAnswer);
 }
 
 // Real responses with real issuers: where the hashes fit the issuer, its response is verified.

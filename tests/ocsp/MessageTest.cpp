@@ -6,6 +6,7 @@
 #include "support/Coding.h"
 #include "support/Der.h"
 #include "support/OCSPBuilders.h"
+#include "support/OwnKeys.h"
 #include "support/TestDevice.h"
 
 namespace keystrand::test {
@@ -312,6 +313,40 @@ TEST_F(OCSPVerification, KeepsTheDigestUntilItsDataChanges) {
   EXPECT_TRUE(response.verify(device.get(), *key));
   response.setTbsResponseData(nullptr);
   EXPECT_FALSE(response.verify(device.get(), *key));
+}
+
+// Both messages, with the algorithm as OpenSSL writes it; what another had signed is replaced.
+TEST_F(OCSPVerification, SignsWhatOpenSSLVerifies) {
+  const Authority other = authorityWith(privateKey("P-256", 7));
+  struct Case {
+    const char* key;
+    SigningSpec signing;
+  };
+  for (const Case& row : {Case{"RSA-2048", {}}, Case{"RSA-2048", {.digest = "SHA384", .pss = true}},
+                          Case{"P-384", {.digest = "SHA384"}}}) {
+    SCOPED_TRACE(row.key + row.signing.digest);
+    const Authority ca = authorityWith(privateKey(row.key, 3));
+    BasicOCSPResponse model;
+    ASSERT_TRUE(decode(model, makeBasicResponse(ca, ca, {.signing = row.signing})));
+    const auto algorithm = owned(model.signatureAlgorithm());
+    ASSERT_TRUE(device.get().importKey(*ownKey(ca.key)));
+
+    BasicOCSPResponse response;
+    ASSERT_TRUE(device.read(response, makeBasicResponse(ca, other, {.certs = {{ca.certificate}}})));
+    ASSERT_TRUE(response.sign(device.get(), *algorithm));
+    EXPECT_TRUE(response.verify(device.get(), *keyOf(ca)));
+    const auto parts = children(encode(response));
+    EXPECT_EQ(parts.at(1), encode(*algorithm));
+    EXPECT_TRUE(verifiesInOpenSSL(ca.key, row.signing, parts.at(0), response.signatureView()->view()));
+
+    OCSPRequest request;
+    ASSERT_TRUE(decode(request, makeRequest(ca, "1001")));
+    ASSERT_TRUE(request.sign(device.get(), *algorithm));
+    const ByteString tbs = children(encode(request)).at(0);
+    const OCSPSignature& made = *request.optionalSignatureView();
+    EXPECT_EQ(encode(*made.signatureAlgorithmView()), encode(*algorithm));
+    EXPECT_TRUE(verifiesInOpenSSL(ca.key, row.signing, tbs, made.signatureView()->view()));
+  }
 }
 
 // The device holds no private key: nothing is signed, and what was there stays.

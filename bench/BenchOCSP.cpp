@@ -127,8 +127,7 @@ void verifyOurs(benchmark::State& state, const char* kind) {
   state.SetItemsProcessed(state.iterations());
 }
 
-// --- OpenSSL
-// ---------------------------------------------------------------------------------------------------------
+// --- OpenSSL ---------------------------------------------------------------------------------------------------------
 
 CertificateHandle decodedCA(const Scene& scene) {
   const unsigned char* at = scene.ca.certificate.data();
@@ -182,8 +181,7 @@ void verifyOpenSSL(benchmark::State& state, const char* kind) {
   state.SetItemsProcessed(state.iterations());
 }
 
-// --- a whole exchange
-// --------------------------------------------------------------------------------------------------
+// --- a whole exchange ------------------------------------------------------------------------------------------------
 
 std::string answerOf(const Scene& scene) {
   return test::ScriptedServer::ok({scene.response.begin(), scene.response.end()});

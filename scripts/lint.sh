@@ -5,8 +5,8 @@ cd "$(dirname "$0")/.."
 scripts/install-dependencies.sh build lint
 files=("$@")
 if [[ ${#files[@]} -eq 0 ]]; then
-  mapfile -t files < <(git ls-files 'src/*.cpp' 'src/*.h' 'include/*.h' 'examples/*.cpp' 'tests/*.cpp' 'tests/*.h' \
-    'bench/*.cpp' 'fuzz/*.cpp')
+  mapfile -t files < <(git ls-files 'src/*.cpp' 'src/*.h' 'include/*.h' 'examples/*.cpp' 'examples/*.h' 'tests/*.cpp' \
+    'tests/*.h' 'bench/*.cpp' 'fuzz/*.cpp')
 fi
 clang-format --dry-run -Werror "${files[@]}"
 cmake -S . -B build-lint -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >/dev/null

@@ -1,7 +1,6 @@
 // OCSPResponse and ResponseBytes (RFC 6960 section 4.2.1): what a responder sends, as it is handed to a client and
 // taken back. Accessors give clones that the caller deletes, texts and octets are new arrays that the caller delete[]s;
-// the
-// ...View forms lend the part until the object changes; setters store copies, nullptr means absent.
+// the ...View forms lend the part until the object changes; setters store copies, nullptr means absent.
 #pragma once
 
 #include <cstdint>

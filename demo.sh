@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Shows the main job on real input.
-#   ./demo.sh                    CAs, certificates and CRLs that others made, served by a small local web server
+#   ./demo.sh                    CAs, certificates and CRLs that others made, served by a small local web server; then a
+#                                CA of the demo's own with its OCSP responder
 #   ./demo.sh CERT.pem CA.pem    is CERT, issued by CA, revoked? Its distribution points, the network for real
 # Installs what is missing, leaves no service behind.
 set -euo pipefail
@@ -10,8 +11,9 @@ scripts/install-dependencies.sh build demo
 echo "== Building (some minutes the first time)"
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 cmake -S . -B build-demo -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build build-demo --target ask_revocation -- --quiet
+cmake --build build-demo --target ask_revocation ask_responder -- --quiet
 ask=$PWD/build-demo/examples/ask_revocation
+ask_responder=$PWD/build-demo/examples/ask_responder
 
 work=$(mktemp -d)
 server=
@@ -20,7 +22,7 @@ cleanup() {
   rm -rf "$work"
 }
 trap cleanup EXIT
-mkdir "$work/data" "$work/www"
+mkdir "$work/data" "$work/www" "$work/ocsp" "$work/kept"
 
 show_log() {
   echo
@@ -30,7 +32,7 @@ show_log() {
 }
 
 if [[ $# -gt 0 ]]; then
-  [[ $# -eq 2 && -r $1 && -r $2 ]] || { sed -n '2,5s/^# \{0,1\}//p' "$0" >&2; exit 2; }
+  [[ $# -eq 2 && -r $1 && -r $2 ]] || { sed -n '2,6s/^# \{0,1\}//p' "$0" >&2; exit 2; }
   echo "== Asking about $1"
   answered=0
   "$ask" --data "$work/data" --log "$work/log" --ca "$2" --certificate "$1" || answered=$?
@@ -48,18 +50,25 @@ serve() {
   printf '%s/%s' "$url" "$(basename "$1")"
 }
 
+# start_server COMMAND...: starts a server on a free port of this machine, which its first lines tell.
 start_server() {
   local port=
   : >"$work/server"
-  python3 -u -m http.server --bind 127.0.0.1 --directory "$work/www" 0 >>"$work/server" 2>&1 &
+  "$@" >>"$work/server" 2>&1 &
   server=$!
   for _ in $(seq 100); do
-    port=$(sed -n 's/.* port \([0-9]*\) .*/\1/p' "$work/server")
+    port=$(sed -n 's/.*port \([0-9]*\).*/\1/p' "$work/server")
     [[ -z $port ]] || break
     sleep 0.1
   done
-  [[ -n $port ]] || { echo "the local web server did not start" >&2; exit 1; }
+  [[ -n $port ]] || { echo "a local server did not start" >&2; exit 1; }
   url=http://127.0.0.1:$port
+}
+
+stop_server() {
+  kill "$server"
+  wait "$server" 2>/dev/null || true
+  server=
 }
 
 # The public key infrastructure test suite of NIST: certificates and CRLs that exercise every corner of RFC 5280.
@@ -76,6 +85,46 @@ LongSerialNumberCA ValidLongSerialNumberTest17EE
 NegativeSerialNumberCA InvalidNegativeSerialNumberTest15EE
 UTF8StringEncodedNamesCA ValidUTF8StringEncodedNamesTest9EE
 ROWS
+}
+
+# certify NAME EXTENSIONS: a key and a certificate of the demo's own CA.
+certify() {
+  openssl req -newkey rsa:2048 -nodes -keyout "$1.key" -out "$1.csr" -subj "/C=EU/O=Keystrand demo/CN=$1"
+  openssl ca -config ca.cnf -batch -notext -extensions "$2" -in "$1.csr" -out "$1.pem"
+}
+
+# A CA, a responder that it has certified, and two certificates that name the responder at $url; one is revoked.
+make_ca() {
+  cat >ca.cnf <<CONFIG
+[ca]
+default_ca = demo
+[demo]
+certificate = ca.pem
+private_key = ca.key
+database = index.txt
+new_certs_dir = .
+rand_serial = yes
+default_md = sha256
+default_days = 30
+policy = any
+[any]
+countryName = optional
+organizationName = optional
+commonName = supplied
+[person]
+keyUsage = critical,nonRepudiation
+authorityInfoAccess = OCSP;URI:$url/ocsp
+[responder]
+keyUsage = critical,digitalSignature
+extendedKeyUsage = OCSPSigning
+CONFIG
+  : >index.txt
+  openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 30 -keyout ca.key -out ca.pem \
+    -subj "/C=EU/O=Keystrand demo/CN=Demo CA"
+  certify responder responder
+  certify Ada person
+  certify Bruno person
+  openssl ca -config ca.cnf -revoke Bruno.pem -crl_reason keyCompromise
 }
 
 # First serial number that OpenSSL finds on a CRL.
@@ -101,7 +150,7 @@ crl/real/issuers/d-trust-root-ca-1-2017-4d24807b.pem crl/real/d-trust_root_ca_1_
 ROWS
 }
 
-start_server
+start_server python3 -u -m http.server --bind 127.0.0.1 --directory "$work/www" 0
 collect_nist
 if [[ -n ${KEYSTRAND_TESTDATA:-} ]]; then
   collect_european "$KEYSTRAND_TESTDATA"
@@ -113,8 +162,22 @@ echo "== Asking, with an empty cache: each CRL comes from the web server and is 
 "$ask" --data "$work/data" --log "$work/log" --save "${cas[@]}" "${questions[@]}"
 show_log
 
-kill "$server" && server=
+stop_server
 echo
 echo "== Restarting from the saved files, the web server gone: the cache answers, nothing is downloaded"
 "$ask" --data "$work/data" --log "$work/log" --mode 4 --load "${questions[@]}"
+show_log
+
+echo
+echo "== Asking the OCSP responder that each certificate names"
+start_server scripts/ocsp-responder.py "$work/ocsp"
+(cd "$work/ocsp" && make_ca) >"$work/openssl" 2>&1 || { cat "$work/openssl" >&2; exit 1; }
+people=("$work/ocsp/Ada.pem" "$work/ocsp/Bruno.pem")
+"$ask_responder" --issuer "$work/ocsp/ca.pem" --log "$work/log" --keep "$work/kept" "${people[@]}"
+show_log
+
+stop_server
+echo
+echo "== The responder gone: the kept responses answer, nobody is asked"
+"$ask_responder" --issuer "$work/ocsp/ca.pem" --log "$work/log" --kept "$work/kept" "${people[@]}"
 show_log

@@ -9,9 +9,6 @@
 //
 // Written with the public headers alone, as a client of the library would.
 #include <keystrand/der/Name.h>
-#include <keystrand/der/X500Time.h>
-#include <keystrand/keystrand.h>
-#include <keystrand/pkix/Certificate.h>
 #include <keystrand/pkix/CertificateList.h>
 #include <keystrand/pkix/DistributionPoint.h>
 
@@ -21,18 +18,15 @@
 #include <string>
 #include <vector>
 
+#include "Tools.h"
+
 namespace {
 
 using namespace keystrand;
+using namespace examples;
 
-template <auto Release>
-struct Releaser {
-  void operator()(auto* object) const { Release(object); }
-};
 using Context = std::unique_ptr<void, Releaser<&cache_releaseContext>>;
-using CertificatePtr = std::unique_ptr<Certificate, Releaser<&cache_releaseCertificate>>;
 using CRLPtr = std::unique_ptr<CertificateList, Releaser<&cache_releaseCertificateList>>;
-using TimePtr = std::unique_ptr<X500Time, Releaser<&cache_releaseX500Time>>;
 
 struct Question {
   std::string certificate;
@@ -50,35 +44,6 @@ struct Options {
   std::vector<std::string> cas;
   std::vector<Question> questions;
 };
-
-constexpr const char* kReasons[] = {"no reason given",
-                                    "key compromised",
-                                    "CA key compromised",
-                                    "affiliation changed",
-                                    "superseded",
-                                    "cessation of operation",
-                                    "on hold (suspended)",
-                                    "unknown reason",
-                                    "removed from the CRL",
-                                    "privilege withdrawn",
-                                    "attribute authority compromised"};
-
-std::string reasonText(unsigned char reason) {
-  return reason < std::size(kReasons) ? kReasons[reason] : "reason " + std::to_string(reason);
-}
-
-std::string dateText(const X500Time* time) {
-  if (time == nullptr) return "not told";
-  const std::unique_ptr<char[]> text(time->formatGMT("%Y-%m-%d %H:%M:%S GMT"));
-  return text.get();
-}
-
-bool readCertificate(const std::string& path, Certificate& certificate) {
-  Buffer der;
-  if (der.loadFile(path.c_str()) && certificate.get(der)) return true;
-  Buffer pem;
-  return pem.loadPEM(path.c_str()) && certificate.get(pem);
-}
 
 // The places where the issuer says that the certificate's CRL is (RFC 5280 section 4.2.1.13).
 DistributionPointList distributionPoints(const Certificate& certificate) {

@@ -175,6 +175,9 @@ class KEYSTRAND_API Name {
   [[nodiscard]] owner<char*> firstValue(const char* identifier) const;
   [[nodiscard]] owner<char*> firstValueUTF8(const char* identifier) const;
   [[nodiscard]] owner<char*> toXML(const char* const* identifiers, const char* const* tags, int count) const;
+  // The same as elements below the current one of a document, which should have one. Values come as UTF-8. False when
+  // the document takes no more.
+  bool writeXML(const char* const* identifiers, const char* const* tags, int count, XMLFile& document) const;
   [[nodiscard]] owner<char*> toAttributes(const char* const* identifiers, const char* const* keys, int count) const;
   [[nodiscard]] owner<AttributeTypeAndValue*> findAttribute(const char* identifier) const;
 

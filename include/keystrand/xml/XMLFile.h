@@ -1,0 +1,137 @@
+// An XML document with a cursor: one object holds one document and one current element, and all navigation and editing
+// works on that cursor. Names are local names, without prefix, unless the document uses a prefix that it does not
+// declare: such an element is named with it ("p:a"). Texts go in and come out in UTF-8.
+//
+// Documents come from strangers. No external entity, no external part of a DTD and no network address is ever opened,
+// whatever the process has told libxml2; elements nest 257 deep at most; the text of an element ends at 10 MB.
+//
+// What returns bool gives false when there is nothing such, with the cursor where it was. Every operation on the
+// current element gives false or nullptr when there is none, as in an empty document.
+//
+// Thread: one at a time.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "keystrand/der/Buffer.h"
+#include "keystrand/support/Api.h"
+
+namespace keystrand {
+
+class Logger;
+class Transport;
+
+class KEYSTRAND_API XMLFile {
+ public:
+  static constexpr std::size_t kMaxText = 10'000'000;  // bytes of one text, entities expanded
+
+  // An empty document. The maker is kept and never used.
+  explicit XMLFile(void* maker = nullptr);
+  ~XMLFile();
+  XMLFile(const XMLFile&) = delete;
+  XMLFile& operator=(const XMLFile&) = delete;
+  [[nodiscard]] void* maker() const noexcept;
+
+  // --- loading: a new document in place of the former one, the cursor on its root. On failure the document is empty.
+  // Every call begins a new document; without `finish` the text may stop anywhere. Well-formed documents only, except
+  // that prefixes need no declaration.
+  bool parse(const char* text, int length, bool finish);
+  // A file, by its UTF-8 path, or the bytes held; the document ends at the first NUL.
+  bool load(const char* path);
+  bool load(const Buffer& buffer);
+  // Four bytes, the length of the text in network order, and the text. Up to 256 MB are taken. The logger may be
+  // nullptr.
+  bool receive(Transport& transport, const Logger* logger);
+  bool send(Transport& transport);
+  // Of the last parse or load: libxml2's number, 0 for none; its message with a line end, nullptr for none; the line.
+  [[nodiscard]] int lastErrorCode() const noexcept;
+  [[nodiscard]] const char* lastErrorMessage() const noexcept;
+  [[nodiscard]] int lastErrorLine() const noexcept;
+
+  // --- navigation
+  bool toRoot();
+  // The current element itself, else depth-first its descendants, its following siblings and their descendants. A
+  // second search for the same name stays where it is: findAfter moves on.
+  bool find(const char* name);
+  bool find(const char* name, const char* attribute, const char* value);
+  bool findBelow(const char* name);  // from the first child on, depth-first
+  bool findAfter(const char* name);  // from the next sibling on, depth-first; never climbs
+  bool child(const char* name);
+  bool sibling(const char* name);  // following ones only
+  bool firstChildElement();
+  bool nextElement();
+  bool up();  // false at the root
+  [[nodiscard]] bool isCurrent(const char* name) const;
+  [[nodiscard]] bool namespaceIs(const char* uri) const;
+
+  // --- bookmarks: a stack of cursors. A removed element takes its bookmarks with it.
+  void pushBookmark();
+  bool popBookmark();
+  bool gotoBookmark(const char* name);  // the latest on an element of this name; only that entry goes
+  bool unwindTo(const char* name);      // the same, and the entries above it go too
+  [[nodiscard]] bool isBookmarked(const char* name) const;  // whether the current element is, under this name
+  void clearBookmarks() noexcept;
+
+  // --- reading. Texts are libxml2's: give them back with releaseText or xmlFree. nullptr for an element without text,
+  // and for one whose text would pass kMaxText.
+  [[nodiscard]] owner<char*> text() const;
+  [[nodiscard]] owner<char*> textOf(const char* name) const;  // of the first such element below, depth-first
+  [[nodiscard]] owner<char*> attribute(const char* name) const;
+  [[nodiscard]] owner<char*> attributeOf(const char* element, const char* attribute) const;
+  static void releaseText(owner<char*> text);
+  // The same without a text to release: empty for an element that has none, nothing where there is no such element.
+  [[nodiscard]] std::optional<std::string> value() const;
+  [[nodiscard]] std::optional<std::string> valueOf(const char* name) const;
+
+  // --- writing. Without a current element those that create one make the document's root and go to it; any other
+  // document content goes. Names, and the texts of addLeaf, are written as they stand: the caller escapes & and <.
+  bool addElement(const char* name);    // a child; the cursor goes into it
+  bool insertFirst(const char* name);   // before the first element child, in the namespace of the current element
+  bool insertBefore(const char* name);  // a sibling, in the same namespace; the cursor goes to it. Not at the root.
+  bool insertAfter(const char* name);
+  bool addLeaf(const char* name, const char* text);  // a child; the cursor stays
+  bool addLeaf(const char* name) { return addLeaf(name, nullptr); }
+  bool addTextChild(const char* name, const char* text);  // the same for any text
+  bool addLeafNumber(const char* name, long value);
+  bool addLeafHex(const char* name, std::uint32_t value);  // eight digits, as all Hex forms
+  bool addText(const char* text);
+  bool addNumber(int value);
+  bool addHex(std::uint32_t value);
+  bool replaceText(const char* text);  // in place of the first child, whatever that is
+  // Values that are not UTF-8 are taken for Latin-1. addAttribute does not look whether there is one of that name.
+  bool addAttribute(const char* name, const char* value);
+  bool setAttribute(const char* name, const char* value);
+  bool addHexAttribute(const char* name, std::uint32_t value);
+  bool setNamespace(const char* prefix, const char* uri);  // declared here; false for a prefix declared here already
+  bool addComment(const char* text);                       // in an empty document before the root to come
+  bool removeLastChild();                                  // the last element child
+  bool removeChild(const char* name);                      // a direct child
+  bool removeElement(const char* name);                    // as find; the cursor goes to the parent
+  bool copyCurrent();                                      // deep, in place of the former copy
+  bool pasteCopy();  // as a child, in the namespace of the current element; the cursor goes to it, the copy is gone
+  bool appendDocument(const XMLFile& other);  // copies of the other's root and what follows it
+  bool appendSubtree(const XMLFile& other);   // copies of the other's current element and its following siblings
+
+  // --- dumps. dump is made once and kept, even when the document changes after it, until another is loaded: valid
+  // until then. `own` chooses the library's own writer, which leaves prefixes and namespace declarations out of start
+  // tags: its output is for people, not for parsers. nullptr when the document cannot be written.
+  [[nodiscard]] const char* dump(bool own);
+  [[nodiscard]] const char* dump() { return dump(false); }
+  [[nodiscard]] owner<char*> dumpRaw() const;  // without indentation; to release
+  [[nodiscard]] owner<char*> dumpOwn() const;
+  [[nodiscard]] const char* dumpNode(bool plain);  // the current element, valid until the next call
+
+  // Whether the text is an xs:dateTime (XML Schema part 2, section 3.2.7).
+  [[nodiscard]] static bool isDateTime(const char* text);
+
+ private:
+  struct Tree;
+
+  std::unique_ptr<Tree> tree_;
+};
+
+}  // namespace keystrand

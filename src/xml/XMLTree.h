@@ -1,0 +1,95 @@
+// The libxml2 side of XMLFile. Only the sources of this folder see libxml2's headers.
+#pragma once
+
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "keystrand/xml/XMLFile.h"
+#include "support/Memory.h"
+
+namespace keystrand {
+
+using XMLDocument = std::unique_ptr<xmlDoc, Releaser<&xmlFreeDoc>>;
+using XMLNode = std::unique_ptr<xmlNode, Releaser<&xmlFreeNode>>;
+using XMLParser = std::unique_ptr<xmlParserCtxt, Releaser<&xmlFreeParserCtxt>>;
+using XMLBuffer = std::unique_ptr<xmlBuffer, Releaser<&xmlBufferFree>>;
+
+inline const xmlChar* toXML(const char* text) {
+  return reinterpret_cast<const xmlChar*>(text);
+}
+inline std::string_view fromXML(const xmlChar* text) {
+  return text != nullptr ? std::string_view(reinterpret_cast<const char*>(text)) : std::string_view();
+}
+
+inline bool isElement(const xmlNode* node) {
+  return node != nullptr && node->type == XML_ELEMENT_NODE;
+}
+inline bool isElement(const xmlNode* node, std::string_view name) {
+  return isElement(node) && fromXML(node->name) == name;
+}
+// The first element from this node on, among it and its following siblings.
+inline xmlNode* elementFrom(xmlNode* node) {
+  while (node != nullptr && !isElement(node)) node = node->next;
+  return node;
+}
+
+// The first element that fits, depth-first: the start, its descendants, its following siblings and theirs. Only
+// elements are entered: what hangs below a reference belongs to the DTD. A loop, since siblings come in any number.
+template <class Fits>
+xmlNode* searchIf(xmlNode* start, Fits fits) {
+  const xmlNode* top = start != nullptr ? start->parent : nullptr;
+  for (xmlNode* node = start; node != nullptr;) {
+    if (isElement(node) && fits(node)) return node;
+    if (isElement(node) && node->children != nullptr) {
+      node = node->children;
+      continue;
+    }
+    while (node->next == nullptr && node->parent != top) node = node->parent;
+    node = node->next;
+  }
+  return nullptr;
+}
+inline xmlNode* search(xmlNode* start, std::string_view name) {
+  return searchIf(start, [&](const xmlNode* node) { return fromXML(node->name) == name; });
+}
+
+// The text of an element or attribute from its children, entities expanded; nothing when there is none or it passes
+// XMLFile::kMaxText.
+std::optional<std::string> textBelow(const xmlDoc* document, const xmlNode* children);
+
+// The library's own writer; nothing when an attribute is not UTF-8.
+std::optional<std::string> writeDocument(const xmlDoc* document);
+
+struct XMLFile::Tree {
+  void* maker = nullptr;
+  XMLDocument document;
+  XMLNode clipboard;  // of no document, so that it outlives this one
+  XMLParser parser;   // for the errors of the last parse only: its document is taken out
+  XMLBuffer nodeBuffer;
+  xmlNode* current = nullptr;
+  std::vector<xmlNode*> bookmarks;
+  std::optional<std::string> dumpText;
+
+  Tree();
+  // An empty document, and nothing left that pointed into the former one.
+  void clear();
+  // Takes the document out of the parser, if there is one and it is wanted.
+  bool adopt(bool wanted);
+  bool moveTo(xmlNode* found);
+  [[nodiscard]] xmlNode* element() const { return isElement(current) ? current : nullptr; }
+  [[nodiscard]] xmlNode* childrenOfCurrent() const { return element() != nullptr ? current->children : nullptr; }
+  // Makes the node the only element of the document and the current one.
+  bool makeRoot(XMLNode node);
+  // Adds the node below the current element; nullptr when that fails.
+  xmlNode* addBelow(XMLNode node);
+  // Unlinks and frees a node; the cursor and bookmarks do not stay inside it.
+  void remove(xmlNode* node);
+};
+
+}  // namespace keystrand

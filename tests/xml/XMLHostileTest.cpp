@@ -1,0 +1,194 @@
+// Documents of strangers: what they may name is never opened, what they multiply ends, and what is no document leaves
+// an empty one.
+#include <gtest/gtest.h>
+#include <libxml/parser.h>
+
+#include <chrono>
+#include <fstream>
+#include <string>
+
+#include "keystrand/xml/XMLFile.h"
+#include "support/ScriptedServer.h"
+#include "support/TempFolder.h"
+#include "support/TestData.h"
+
+namespace keystrand::test {
+namespace {
+
+std::string repeated(const std::string& part, int times) {
+  std::string text;
+  for (int i = 0; i < times; ++i) text += part;
+  return text;
+}
+
+bool parse(XMLFile& file, std::string_view text, bool finish = true) {
+  return file.parse(text.data(), static_cast<int>(text.size()), finish);
+}
+
+bool load(XMLFile& file, const std::string& text) {
+  Buffer buffer;
+  buffer.assign(reinterpret_cast<const unsigned char*>(text.data()), static_cast<std::uint32_t>(text.size()));
+  return file.load(buffer);
+}
+
+std::string taken(owner<char*> text) {
+  const std::string copy = text != nullptr ? text : "(null)";
+  XMLFile::releaseText(text);
+  return copy;
+}
+
+TEST(XMLHostile, TakesWhatIsWellFormedAndNothingElse) {
+  struct Row {
+    const char* name;
+    std::string text;
+    bool taken;
+  };
+  const Row rows[] = {
+      {"a document", "<r/>", true},
+      {"a prefix without declaration", "<r><p:a/></r>", true},
+      {"such a prefix on an attribute", "<r p:a='1'/>", true},
+      {"the same prefix and worse", "<p:a q='1' q='2'/>", false},
+      {"a byte order mark", "\xEF\xBB\xBF<r/>", true},
+      {"nothing", "", false},
+      {"blank", "   \n", false},
+      {"cut short", "<r><a>", false},
+      {"something behind the root", "<r/>x", false},
+      {"a NUL behind the root", std::string("<r/>\0", 5), false},
+      {"HTML", "<!DOCTYPE html><html><head><meta charset=\"utf-8\"></head><body><p>Sorry<br>bye</body></html>", false},
+      {"no UTF-8", "<r>\xC3(</r>", false},
+      {"DER", std::string("\x30\x82\x01\x00\x02\x01\x01", 7), false},
+      {"an unknown entity", "<r>&x;</r>", false},
+      {"257 deep", repeated("<a>", 257) + repeated("</a>", 257), true},
+      {"258 deep", repeated("<a>", 258) + repeated("</a>", 258), false},
+      {"a million deep", repeated("<a>", 1000000), false},
+      {"a name without end", "<" + std::string(200000, 'a') + "/>", false},
+      {"an entity of itself", "<!DOCTYPE r [<!ENTITY a '&b;'><!ENTITY b '&a;'>]><r>&a;</r>", false},
+  };
+  for (const Row& row : rows) {
+    XMLFile file;
+    ASSERT_TRUE(parse(file, "<former/>") && file.find("former"));
+    file.pushBookmark();
+    EXPECT_EQ(parse(file, row.text), row.taken) << row.name;
+    EXPECT_EQ(file.toRoot(), row.taken) << row.name;
+    EXPECT_FALSE(file.find("former") || file.popBookmark()) << row.name;
+    EXPECT_EQ(file.lastErrorCode() != 0, !row.taken || row.text.find("p:") != std::string::npos) << row.name;
+    if (row.text.find('\0') == std::string::npos) {
+      EXPECT_EQ(load(file, row.text), row.taken) << row.name;
+    }
+  }
+}
+
+TEST(XMLHostile, EveryPrefixOfADocumentIsAnswered) {
+  const std::string text =
+      "<?xml version='1.0'?><!DOCTYPE r [<!ENTITY e 'x'>]><r a='&e;'><![CDATA[x]]>&e;<!-- c --></r>";
+  for (std::size_t n = 0; n < text.size(); ++n) {
+    XMLFile file;
+    EXPECT_FALSE(parse(file, text.substr(0, n))) << n;
+    EXPECT_FALSE(file.toRoot() || file.find("r") || file.firstChildElement()) << n;
+    static_cast<void>(parse(file, text.substr(0, n), false));  // what has come so far may have no root
+    static_cast<void>(file.find("r"));
+    static_cast<void>(file.dump());
+  }
+  XMLFile file;
+  EXPECT_FALSE(file.parse(nullptr, 4, true));
+  EXPECT_FALSE(file.parse("<r/>", -1, true));
+  EXPECT_EQ(file.lastErrorLine(), 0);
+  EXPECT_FALSE(parse(file, "<r>\n<a></b></r>"));
+  EXPECT_EQ(file.lastErrorLine(), 2);
+  EXPECT_NE(file.lastErrorMessage(), nullptr);
+}
+
+// A client may have told libxml2, for its own documents, to do all of this.
+TEST(XMLHostile, OpensNothingThatADocumentNames) {
+  xmlInitParser();
+  xmlSubstituteEntitiesDefault(1);
+  xmlLoadExtDtdDefaultValue = 1;
+  xmlDoValidityCheckingDefaultValue = 1;
+  const TempFolder folder;
+  std::ofstream(folder / "secret") << "SECRET";
+  std::ofstream(folder / "dtd") << "<!ENTITY d 'SECRET'><!ATTLIST r leak CDATA 'SECRET'>";
+  const std::string files = "file://" + folder.path().string();
+  ScriptedServer server({{ScriptedServer::ok("SECRET")}});
+  const std::string documents[] = {
+      "<!DOCTYPE r [<!ENTITY e SYSTEM '" + files + "/secret'>]><r><a>&e;</a></r>",
+      "<!DOCTYPE r SYSTEM '" + files + "/dtd'><r><a>&d;</a></r>",
+      "<!DOCTYPE r [<!ENTITY % p SYSTEM '" + files + "/dtd'>%p;]><r><a>&d;</a></r>",
+      "<!DOCTYPE r [<!ENTITY e SYSTEM '" + server.url("/secret") + "'>]><r><a>&e;</a></r>",
+      "<!DOCTYPE r PUBLIC '-//x' '" + server.url("/dtd") + "'><r><a/></r>",
+      "<r xmlns:xi='http://www.w3.org/2001/XInclude'><a><xi:include parse='text' href='" + files + "/secret'/></a></r>",
+  };
+  for (const std::string& document : documents) {
+    XMLFile file;
+    for (int way = 0; way < 2; ++way) {
+      static_cast<void>(way == 0 ? parse(file, document) : load(file, document));
+      EXPECT_EQ(taken(file.textOf("a")).find("SECRET"), std::string::npos) << document;
+      EXPECT_EQ(taken(file.attribute("leak")), "(null)") << document;
+      const char* dump = file.dump();
+      EXPECT_TRUE(dump == nullptr || std::string(dump).find("SECRET") == std::string::npos) << document;
+    }
+  }
+  EXPECT_TRUE(server.requests().empty());
+}
+
+TEST(XMLHostile, EntitiesDoNotMultiply) {
+  std::string laughs = "<!DOCTYPE r [<!ENTITY l0 'ha'>";
+  std::string silence = "<!DOCTYPE r [<!ENTITY l0 ''>";
+  for (int i = 1; i < 12; ++i) {
+    const std::string step =
+        "<!ENTITY l" + std::to_string(i) + " '" + repeated("&l" + std::to_string(i - 1) + ";", 10) + "'>";
+    laughs += step;
+    silence += step;
+  }
+  const std::string flat =
+      "<!DOCTYPE r [<!ENTITY a '" + std::string(100000, 'a') + "'>]><r>" + repeated("&a;", 3000) + "</r>";
+  const auto begin = std::chrono::steady_clock::now();
+  for (const std::string& document : {laughs + "]><r>&l11;</r>", silence + "]><r>&l11;</r>", flat}) {
+    XMLFile file;
+    static_cast<void>(parse(file, document));
+    EXPECT_EQ(file.text(), nullptr);
+    EXPECT_LE(file.value().value_or("").size(), XMLFile::kMaxText);
+    static_cast<void>(file.find("r", "a", "b"));
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
+}
+
+TEST(XMLHostile, SiblingsComeInAnyNumber) {
+  constexpr int kMany = 200000;
+  XMLFile file;
+  ASSERT_TRUE(parse(file, "<r>" + repeated("<a/>", kMany) + "<b/></r>"));
+  EXPECT_TRUE(file.find("b"));
+  EXPECT_TRUE(file.toRoot() && file.findBelow("b"));
+  EXPECT_FALSE(file.toRoot() && file.findBelow("c"));
+  int count = 0;
+  for (bool more = file.firstChildElement(); more; more = file.nextElement()) ++count;
+  EXPECT_EQ(count, kMany + 1);
+  EXPECT_NE(file.dump(), nullptr);
+  EXPECT_NE(taken(file.dumpOwn()), "(null)");
+}
+
+// A client can nest deeper than the parser lets a stranger.
+TEST(XMLHostile, DepthOfAClientsOwnMaking) {
+  XMLFile file;
+  for (int i = 0; i < 100000; ++i) file.addElement("a");
+  file.addElement("b");
+  EXPECT_TRUE(file.toRoot() && file.find("b"));
+  EXPECT_NE(taken(file.dumpOwn()), "(null)");
+}
+
+TEST(XMLHostile, PublishedAttacks) {
+  const auto folder = testData("malformed/xml");
+  if (!folder) GTEST_SKIP() << kNoTestData;
+  int files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(*folder)) {
+    XMLFile file;
+    if (file.load(entry.path().c_str())) {
+      for (bool more = file.toRoot(); more; more = file.firstChildElement())
+        EXPECT_LE(file.value().value_or("").size(), 1000U) << entry.path() << " has grown";
+    }
+    ++files;
+  }
+  EXPECT_GE(files, 7);
+}
+
+}  // namespace
+}  // namespace keystrand::test

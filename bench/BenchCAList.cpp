@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "BenchContext.h"
+#include "cache/CATable.h"
 #include "der/BorrowedBuffer.h"
 
 namespace keystrand::bench {

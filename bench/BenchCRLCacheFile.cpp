@@ -33,7 +33,7 @@ CRLSnapshot entryWith(const ByteString& der) {
   if (!crl->get(in)) return nullptr;
   auto entry = std::make_shared<CRLCacheEntry>();
   entry->issuer = "CN=CA";
-  entry->thisUpdate = crl->thisUpdate();
+  entry->thisUpdate = *crl->thisUpdateView();
   entry->crl = std::move(crl);
   return entry;
 }

@@ -25,23 +25,19 @@
 #include "keystrand/pkix/CertificateList.h"
 #include "keystrand/pkix/DistributionPoint.h"
 #include "keystrand/support/Semaphore.h"
-#include "ldap/PartialAttributeList.h"
 #include "log/Logger.h"
 #include "log/Report.h"
-#include "net/URL.h"
 
 namespace keystrand {
+
+class PartialAttributeList;
+struct FoundCRL;
+struct ParsedURL;
 
 // A CRL as it came from the network.
 struct DownloadedCRL {
   std::unique_ptr<CertificateList> crl;
   X500Time timestamp;  // the server's modification time
-};
-
-// What an LDAP server has told so far of a CRL.
-struct FoundCRL {
-  std::unique_ptr<CertificateList> crl;
-  std::optional<X500Time> time;
 };
 
 class CACache {
@@ -149,7 +145,7 @@ class CACache {
   std::optional<DownloadedCRL> downloadCRLLDAP(const std::string& uri, const ParsedURL& parsed);
   std::optional<X500Time> requestTimestampLDAP(const ParsedURL& parsed);
   void takeCRL(const PartialAttributeList& list, const std::string& name, FoundCRL& found);
-  std::unique_ptr<CertificateList> decodeCRL(const Bytes& value);
+  std::unique_ptr<CertificateList> decodeCRL(std::span<const unsigned char> value);
 
   // Update (CACacheCRLUpdate.cpp). The caller holds crlMutex.
   void refreshCRLCache();

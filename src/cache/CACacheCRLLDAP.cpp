@@ -9,10 +9,19 @@
 #include "keystrand/support/SystemClock.h"
 #include "ldap/LDAPExchange.h"
 #include "ldap/LDAPQuery.h"
+#include "ldap/PartialAttributeList.h"
 #include "log/MessageCodes.h"
+#include "net/URL.h"
 #include "support/Text.h"
 
 namespace keystrand {
+
+// What a server has told so far.
+struct FoundCRL {
+  std::unique_ptr<CertificateList> crl;
+  std::optional<X500Time> time;
+};
+
 namespace {
 
 constexpr std::string_view kTimeAttribute = "modifyTimestamp";
@@ -47,7 +56,7 @@ std::optional<DirectoryEntry> entryOf(const ParsedURL& url) {
 
 }  // namespace
 
-std::unique_ptr<CertificateList> CACache::decodeCRL(const Bytes& value) {
+std::unique_ptr<CertificateList> CACache::decodeCRL(std::span<const unsigned char> value) {
   crlBuffer_.reset();
   crlBuffer_.assign(value.data(), static_cast<std::uint32_t>(value.size()));
   auto crl = std::make_unique<CertificateList>();
@@ -55,8 +64,8 @@ std::unique_ptr<CertificateList> CACache::decodeCRL(const Bytes& value) {
   return crl->get(crlBuffer_) ? std::move(crl) : nullptr;
 }
 
-// The last value decides: one that is no CRL takes away the CRL found before it. What stands behind CRL and time in an entry
-// is not looked at.
+// The last value decides: one that is no CRL takes away the CRL found before it. What stands behind CRL and time in an
+// entry is not looked at.
 void CACache::takeCRL(const PartialAttributeList& list, const std::string& name, FoundCRL& found) {
   for (const PartialAttribute& attribute : list.attributes()) {
     const std::string_view type = withoutBinary(attribute.type());

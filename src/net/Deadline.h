@@ -18,11 +18,18 @@ inline std::chrono::seconds secondsOf(std::int64_t timeout) {
   return std::chrono::seconds(std::clamp(static_cast<std::int32_t>(timeout), 0, kLongest));
 }
 
+// What is given to connecting and to waiting once more: without any time nobody could be reached.
+inline std::chrono::seconds patienceOf(std::int64_t timeout) {
+  constexpr std::chrono::seconds kLeast{1};
+  return std::max(secondsOf(timeout), kLeast);
+}
+
 class Deadline {
  public:
   static Deadline never() { return Deadline(Clock::time_point::max()); }
   static Deadline in(std::chrono::seconds time) { return Deadline(Clock::now() + time); }
   static Deadline of(std::int64_t timeout) { return timeout == kNoTimeout ? never() : in(secondsOf(timeout)); }
+  static Deadline patient(std::int64_t timeout) { return timeout == kNoTimeout ? never() : in(patienceOf(timeout)); }
   static Deadline earlier(Deadline a, Deadline b) { return a.at_ < b.at_ ? a : b; }
 
   // What is left, as poll takes it: -1 for no end. Rounded up, so that a poll never ends before the moment has come.

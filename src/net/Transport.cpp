@@ -52,7 +52,7 @@ void Transport::close() noexcept {
 // All addresses share one timeout. One that does not answer ends the attempt, one that refuses hands on to the next.
 int Transport::connectDirect(const std::string& host, std::uint16_t port) {
   const auto addresses = addressesOf(host);
-  const Deadline until = deadline();
+  const Deadline until = Deadline::earlier(limit_, Deadline::patient(timeout_));
   int error = kSocketError;
   for (const in_addr address : addresses) {
     error = connectTo(address, port, until);
@@ -97,7 +97,7 @@ int Transport::setSendBufferSize(int bytes) noexcept {
 
 Transport::Limit::Limit(Transport& transport, int timeouts) : transport_(transport), former_(transport.limit_) {
   if (transport.timeout_ == kNoTimeout) return;
-  transport.limit_ = Deadline::earlier(former_, Deadline::in(secondsOf(transport.timeout_) * timeouts));
+  transport.limit_ = Deadline::earlier(former_, Deadline::in(patienceOf(transport.timeout_) * timeouts));
 }
 
 }  // namespace keystrand

@@ -44,7 +44,8 @@ class Transport {
   [[nodiscard]] bool isConnected() const noexcept { return stream_.isOpen(); }
   void close() noexcept;
 
-  // Seconds, for connecting and for each wait of a read or write: kNoTimeout waits without limit, 0 not at all.
+  // Seconds, for connecting and for each wait of a read or write: kNoTimeout waits without limit, 0 not at all. To
+  // connect has at least a second, so has the second wait of read().
   void setTimeout(std::int64_t seconds) noexcept { timeout_ = seconds; }
   [[nodiscard]] std::int64_t timeout() const noexcept { return timeout_; }
 
@@ -59,8 +60,9 @@ class Transport {
   // As many bytes as come, `length` at most on entry, their number on return. A timeout or the peer's end is no error.
   int readSome(std::span<unsigned char> bytes, std::size_t& length);
 
-  // While one lives, the reads and writes of its Transport together last at most that many times the timeout: a peer
-  // that sends byte by byte cannot hold the reader for longer. A Transport without timeout has no limit.
+  // While one lives, the reads and writes of its Transport together last at most that many times the timeout, or that
+  // many seconds if it is 0: a peer that sends byte by byte cannot hold the reader for longer. A Transport without
+  // timeout has no limit.
   class Limit {
    public:
     explicit Limit(Transport& transport, int timeouts = 10);
@@ -94,10 +96,9 @@ class Transport {
   // when time is over or nobody listens. Seconds; 0 and -1 wait without limit.
   [[nodiscard]] static Transport* selectListeners(std::int64_t seconds);
 
-  // --- datagrams
-  // ------------------------------------------------------------------------------------------------------ The socket
-  // is bound on first use, to `localPort` or to any port if that is 0; -1 when its number is 65536 or more. A SOCKS
-  // server relays datagrams as long as the stream, which then leads to it, stays open.
+  // --- datagrams -----------------------------------------------------------------------------------------------------
+  // The socket is bound on first use, to `localPort` or to any port if that is 0; -1 when its number is 65536 or more.
+  // A SOCKS server relays datagrams as long as the stream, which then leads to it, stays open.
   int sendTo(const std::string& host, std::uint16_t port, std::span<const unsigned char> bytes,
              std::uint16_t localPort = 0);
   // One datagram, sent by way of the SOCKS server if that is the way to `host`. `length` is the room on entry and what

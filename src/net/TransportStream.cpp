@@ -10,7 +10,6 @@ namespace keystrand {
 namespace {
 
 constexpr std::size_t kPieceBytes = 1024;
-constexpr std::chrono::seconds kShortestSecondWait{1};
 
 }  // namespace
 
@@ -83,8 +82,7 @@ int Transport::receivePiece(std::span<unsigned char> room, std::size_t& received
 int Transport::receivePatiently(std::span<unsigned char> room, std::size_t& received) {
   const int error = receivePiece(room, received);
   if (error != kSocketTimeout) return error;
-  const Deadline again = Deadline::in(std::max(secondsOf(timeout_), kShortestSecondWait));
-  return stream_.receive(room, received, Deadline::earlier(limit_, again));
+  return stream_.receive(room, received, Deadline::earlier(limit_, Deadline::patient(timeout_)));
 }
 
 }  // namespace keystrand

@@ -4,9 +4,12 @@
 
 #include <chrono>
 
+#include "net/CurlSettings.h"
+#include "net/FreshNetState.h"
 #include "support/Builders.h"
 #include "support/Client.h"
 #include "support/Der.h"
+#include "support/ProxyServers.h"
 #include "support/ScriptedServer.h"
 #include "support/SlapdServer.h"
 
@@ -146,6 +149,31 @@ TEST_F(LDAPRetrieval, LargeCRLsArriveInOneMessage) {
   EXPECT_EQ(client_.search({server.url("cn=large,c=IT?certificateRevocationList;binary")}, "0A"), 0);
 }
 
+TEST_F(LDAPRetrieval, ThroughASOCKSServerUnlessTheNetworkIsDirect) {
+  if (!SlapdServer::installed()) GTEST_SKIP() << SlapdServer::kNotInstalled;
+  if (!MicroSocksServer::installed()) GTEST_SKIP() << MicroSocksServer::kNotInstalled;
+  const SlapdServer server({{.rdn = "cn=A", .crl = crlListing("0A")}});
+  const MicroSocksServer proxy("user", "secret");
+  int asked = 0;
+  const auto answer = [&](const std::string& host) {  // each from a row of its own
+    return client_.search({"ldap://" + host + ":" + std::to_string(server.port()) + "/cn=A,c=IT?" +
+                           "certificateRevocationList?base?" + std::to_string(++asked)},
+                          "0A");
+  };
+  for (const char* host : {"127.0.0.1", "localhost"}) {
+    everythingThrough(proxy.port(), Credentials{"user", "secret"});
+    EXPECT_EQ(answer(host), 1) << host;
+    everythingThrough(proxy.port());
+    EXPECT_EQ(answer(host), -5137) << "the server wants credentials";
+    everythingThrough(freePort());
+    EXPECT_EQ(answer(host), -5137) << "no server there";
+    char direct[] = "127.0.0.0 / 255.0.0.0";
+    char* entries[] = {direct, nullptr};
+    cache_setNoSOCKS(entries);
+    EXPECT_EQ(answer(host), 1) << host;
+  }
+}
+
 // --- scripted directories
 
 std::string text(const ByteString& bytes) {
@@ -239,9 +267,12 @@ Connection fetch(const ByteString& answer) {
 TEST_F(LDAPRetrieval, RequestsAreBindSearchAndUnbindWithMessageIDOne) {
   const ByteString answer = entry({{"certificateRevocationList;binary", {crlListing("0A")}}, {kTime, {kNewYear}}});
   const ByteString equality = element(0xA3, octets("cn") + octets("A"));
-  Directory plain({fetch(answer + kDone)});
-  EXPECT_EQ(client_.search({plain.url("cn=A")}, "0A"), 1);
-  EXPECT_TRUE(plain.heardAll());
+  for (const int timeout : {20, 0, -1}) {
+    cache_setTimeout(timeout);
+    Directory plain({fetch(answer + kDone)});
+    EXPECT_EQ(client_.search({plain.url("cn=A")}, "0A"), 1) << timeout;
+    EXPECT_TRUE(plain.heardAll()) << timeout;
+  }
   Directory query({{{kBind, kBound},
                     {search("cn=A,c=IT", {"certificateRevocationList;binary", kTime}, "02", equality), answer + kDone},
                     {kUnbind, {}}}});
@@ -283,7 +314,9 @@ TEST_F(LDAPRetrieval, TimeRequestAsksTheBaseObjectForItsTime) {
        {Row{"the same time", entry({{kTime, {kNewYear}}}) + kDone, false},
         Row{"a later one", entry({{kTime, {bytesOf("20260101000001Z")}}}) + kDone, true},
         Row{"the last value counts", entry({{kTime, {bytesOf("20270101000000Z"), kNewYear}}}) + kDone, false},
-        Row{"none", kDone, false}, Row{"no value", entry({{kTime, {}}}) + kDone, false},
+        Row{"with a fraction", entry({{kTime, {bytesOf("20260101000000.0Z")}}}) + kDone, false},
+        Row{"no time", entry({{kTime, {bytesOf("tomorrow")}}}) + kDone, false}, Row{"none", kDone, false},
+        Row{"no value", entry({{kTime, {}}}) + kDone, false},
         Row{"another spelling", entry({{"modifytimestamp", {bytesOf("20270101000000Z")}}}) + kDone, false},
         Row{"a reference", message(element(0x73, octets("ldap://other/"))) + kDone, false}}) {
     std::vector<Connection> connections = {fetched, timed(row.answer)};

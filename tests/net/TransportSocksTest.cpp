@@ -216,7 +216,6 @@ TEST_F(TransportSocks, SilentAndDrippingServersCostOneTimeout) {
 }
 
 // --- the settings
-// -------------------------------------------------------------------------------------------------------
 
 TEST_F(TransportSocks, SettingsAreTakenWholeOrNotAtAll) {
   const std::string longest(127, 'h');

@@ -141,6 +141,7 @@ TEST(Transport, SilentAndDrippingPeersCostNoMoreThanTold) {
       {"what came is no failure", 1, Then::silence, readSome, 0, 1},
       {"a second wait", 1, Then::silence, read, kSocketTimeout, 2},
       {"a second wait of a second", 0, Then::silence, read, kSocketTimeout, 1},
+      {"also under a limit", 0, Then::silence, limited(10, read), kSocketTimeout, 1},
       {"no second wait beyond the limit", 4, Then::silence, limited(1, read), kSocketTimeout, 4},
       {"drip", 1, Then::drip, limited(2, readExact), kSocketTimeout, 2},
       {"drip for the patient", 1, Then::drip, limited(2, read), kSocketTimeout, 2},
@@ -230,7 +231,6 @@ TEST(Transport, WorksAmongThousandsOfDescriptors) {
 }
 
 // --- progress
-// -----------------------------------------------------------------------------------------------------------
 
 struct Progress {
   std::vector<std::string> reports;
@@ -270,7 +270,6 @@ TEST(Transport, ProgressIsToldAndCanStopAllReading) {
 }
 
 // --- listening and datagrams
-// ------------------------------------------------------------------------------------------
 
 TEST(TransportListener, HandsEachClientOn) {
   const std::uint16_t port = test::freePort();

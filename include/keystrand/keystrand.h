@@ -62,6 +62,10 @@ KEYSTRAND_API keystrand::Semaphore* cache_getCryptoDeviceSemaphore();
 // the server with credentials only, and in SOCKS 4. cache_setNoSOCKS: an address is reached without it by both, a host
 // name by HTTP requests, a network "address / mask", both dotted numbers, by the others; a network's entry is cut in
 // place, leaving the address.
+//
+// The url of cache_setHTTPProxy is that of a proxy auto-configuration script, http or https, or the path of one, which
+// may begin with file://. The script is read here, and asked before each request; where it cannot be had or does not
+// run, requests go directly. libcurl, which fetches CRLs, lists and OCSP answers, gets its proxy's host with port 80.
 KEYSTRAND_API void cache_setDownloadCRL(unsigned char mode);
 KEYSTRAND_API void cache_setTimeStampCheck(unsigned char on);
 KEYSTRAND_API void cache_setTimeout(int seconds);

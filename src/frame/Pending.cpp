@@ -1,12 +1,9 @@
-// The exported functions whose work is still to come: trust service lists and proxy discovery. Each returns its failure
-// value. This list shrinks to nothing.
-#include "frame/Boundary.h"
+// The exported functions whose work is still to come: trust service lists. Each returns its failure value. This list
+// shrinks to nothing.
 #include "keystrand/keystrand.h"
-#include "net/CurlSettings.h"
 
 using namespace keystrand;
 
-// Trust service lists.
 unsigned char cache_initCACertListTSL(void*, char*) {
   return 0;
 }
@@ -57,8 +54,3 @@ _ti* cache_getLoadedTSLInfos(void*) {
 }
 void cache_releaseXMLFile(XMLFile*) {}
 void cache_release_tslInfo(_ti*) {}
-
-// Proxy discovery: only the credentials are heard of yet.
-void cache_setHTTPProxy(char*, char* user, char* password) {
-  guardedVoid([&] { setCurlProxyCredentials(credentialsOf(user, password)); });
-}

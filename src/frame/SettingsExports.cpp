@@ -10,6 +10,7 @@
 #include "frame/Boundary.h"
 #include "keystrand/keystrand.h"
 #include "net/CurlSettings.h"
+#include "net/ProxyDiscovery.h"
 #include "net/ProxyState.h"
 #include "net/SocksState.h"
 #include "support/Settings.h"
@@ -114,6 +115,14 @@ void cache_setCURLCaCert(char const* path) {
   guardedVoid([&] {
     const std::lock_guard lock(library().crlMutex);
     setCurlCaFile(orEmpty(path));
+  });
+}
+
+void cache_setHTTPProxy(char* url, char* user, char* password) {
+  guardedVoid([&] {
+    const auto credentials = credentialsOf(user, password);
+    httpDiscoverProxy(url != nullptr ? std::optional<std::string>(url) : std::nullopt, credentials);
+    setCurlProxyCredentials(credentials);
   });
 }
 

@@ -8,6 +8,7 @@
 #include "net/CurlLog.h"
 #include "net/HTTPS.h"
 #include "net/NetState.h"
+#include "net/ProxyDiscovery.h"
 #include "net/RootStore.h"
 #include "net/SigpipeGuard.h"
 #include "net/URL.h"
@@ -18,8 +19,6 @@ namespace {
 
 constexpr const char* kProtocols = "http,https";
 constexpr const char* kUserAgent = "Mozilla/5.0 (compatible)";
-constexpr std::uint64_t kBodyLimit = 512U << 20U;
-constexpr std::uint64_t kFirstReserve = 64U << 10U;
 
 // libcurl counts in milliseconds and refuses seconds beyond this.
 constexpr long kLongestTimeoutSeconds = INT_MAX / 1000;
@@ -55,26 +54,35 @@ CURLcode loadRoots(CURL* /*handle*/, void* sslContext, void* /*data*/) noexcept 
   return CURLE_OK;
 }
 
-// Room for n more bytes, doubling so that a long body is not copied with every piece. False beyond the limit.
-bool makeRoom(Buffer& body, std::size_t n) {
-  const std::uint64_t needed = std::uint64_t{body.size()} + n;
-  if (needed > kBodyLimit) return false;
-  if (needed > body.limit())
-    body.reserve(static_cast<std::uint32_t>(
-        std::min(kBodyLimit, std::max({needed, 2 * std::uint64_t{body.limit()}, kFirstReserve}))));
-  return true;
+// Where a proxy script is in force it is asked for the proxy of this URL, which stays set for later requests too. Of
+// its answer the port is not taken: libcurl is given 80, as clients know it.
+CurlSettings settingsFor(const std::string& url, bool direct) {
+  constexpr int kScriptedPort = 80;
+  NetSettings net = NetState::instance().snapshot();
+  const auto parsed = direct || !net.http.dynamicProxy ? std::nullopt : httpParseURL(url, false);
+  if (!parsed) return net.curl;
+  resolveProxy(url, parsed->host, net.http);
+  const auto take = [&http = net.http](CurlSettings& curl) {
+    curl.proxyActive = http.proxyActive;
+    if (!http.proxyActive) return;
+    curl.proxyHost = http.proxyHost;
+    curl.proxyPort = kScriptedPort;
+  };
+  take(net.curl);
+  NetState::instance().change([&](NetSettings& shared) {
+    if (shared.http.dynamicProxy && shared.http.script == net.http.script) take(shared.curl);
+  });
+  return net.curl;
 }
 
 }  // namespace
 
-// Where a proxy script is in force (ProxyState::dynamicProxy), its answer for this URL goes into settings_ here, unless
-// the request is direct.
 CurlRequest::CurlRequest(const std::string& url, bool direct)
     : url_(transferURL(url)),
-      settings_(NetState::instance().snapshot().curl),
       timeoutSeconds_(takeCurlTimeout()),
       direct_(direct),
-      accepted_(httpParseURL(url, false).has_value()) {
+      accepted_(httpParseURL(url, false).has_value()),
+      settings_(settingsFor(url, direct)) {
   if (!accepted_) return;
   initialiseCurl();
   handle_.reset(curl_easy_init());
@@ -143,9 +151,10 @@ void CurlRequest::applyLog() {
   set(CURLOPT_DEBUGDATA, &settings_.logPath);
 }
 
-void CurlRequest::captureBody(Buffer& body) {
+void CurlRequest::captureBody(Buffer& body, std::uint64_t limit) {
   body.reset();
   body_ = &body;
+  bodyLimit_ = limit;
 }
 
 void CurlRequest::uploadFrom(std::span<const unsigned char> data) {
@@ -189,9 +198,10 @@ std::size_t CurlRequest::onHeader(char* line, std::size_t size, std::size_t coun
 // A short count ends the transfer with a failure.
 std::size_t CurlRequest::onBody(char* data, std::size_t size, std::size_t count, void* self) noexcept try {
   const std::size_t n = size * count;
-  Buffer* body = static_cast<CurlRequest*>(self)->body_;
+  const auto& request = *static_cast<CurlRequest*>(self);
+  Buffer* body = request.body_;
   if (body == nullptr) return n;
-  if (!makeRoom(*body, n)) return 0;
+  if (!makeRoom(*body, n, request.bodyLimit_)) return 0;
   body->append(reinterpret_cast<const unsigned char*>(data), static_cast<std::uint32_t>(n));
   return n;
 } catch (...) {

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "keystrand/der/Buffer.h"
+#include "net/BodyRoom.h"
 #include "net/CurlHeaders.h"
 #include "net/CurlSettings.h"
 
@@ -33,8 +34,9 @@ class CurlRequest {
   // False for a URL that httpParseURL refuses; nothing may then be set or sent.
   [[nodiscard]] bool accepted() const { return accepted_; }
 
-  // Where the body goes; dropped without one. `body` is emptied, and has to outlive perform().
-  void captureBody(Buffer& body);
+  // Where the body goes; dropped without one. `body` is emptied, and has to outlive perform(). A longer one than the
+  // limit makes perform() fail.
+  void captureBody(Buffer& body, std::uint64_t limit = kBodyLimit);
   // The body to send by PUT; has to outlive perform().
   void uploadFrom(std::span<const unsigned char> data);
   // "Accept:*/*", and the content type unless it is empty.
@@ -63,12 +65,13 @@ class CurlRequest {
   static std::size_t onUpload(char* dest, std::size_t size, std::size_t count, void* self) noexcept;
 
   const std::string url_;
-  const CurlSettings settings_;
   const int timeoutSeconds_;
   const bool direct_;
   const bool accepted_;
+  const CurlSettings settings_;
   bool refused_ = false;
   Buffer* body_ = nullptr;
+  std::uint64_t bodyLimit_ = kBodyLimit;
   std::span<const unsigned char> upload_;  // what is still to be sent
   CurlHeaders headers_;
   CurlList headerLines_;

@@ -13,15 +13,9 @@
 
 #include "keystrand/der/Buffer.h"
 #include "net/CurlSettings.h"
+#include "net/HTTPResult.h"
 
 namespace keystrand {
-
-// Result words of the sending functions; any other value is the HTTP status.
-constexpr int kURLRefused = 10;
-constexpr int kTransferFailed = 11;
-
-// Stands for the modification time of a server that tells none.
-constexpr std::string_view kNoModificationTime = "thu, 01 jan 1970 00:00:01 gmt";
 
 // GET, redirects followed; true only for status 200. A URL that cannot be parsed leaves `body` alone; every other
 // failure leaves in it what had arrived.
@@ -39,7 +33,7 @@ bool httpsGetObjectAndTime(const std::string& url, Buffer& body, std::string& ti
 // is emptied.
 std::optional<std::string> httpsGetTime(const std::string& url, Buffer& buffer);
 
-// The sending functions return a result word. An empty content type leaves the header to libcurl.
+// The sending functions return a result word (HTTPResult.h). An empty content type leaves the header to libcurl.
 int httpsPost(const std::string& url, std::string_view contentType, std::span<const unsigned char> data, Buffer* reply);
 int httpsPost(const std::string& url, std::span<const unsigned char> data);
 int httpsPut(const std::string& url, std::string_view contentType, std::span<const unsigned char> data);

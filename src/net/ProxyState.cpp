@@ -66,11 +66,12 @@ bool httpAddNoProxy(std::string_view entry) {
 }
 
 bool httpUsesProxy(std::string_view host) {
-  return NetState::instance().change([&](const NetSettings& net) {
-    const auto& list = net.http.noProxyList;
-    return net.http.dynamicProxy ||
-           std::none_of(list.begin(), list.end(), [&](const std::string& entry) { return goesDirect(host, entry); });
-  });
+  return NetState::instance().change([&](const NetSettings& net) { return httpUsesProxy(net.http, host); });
+}
+
+bool httpUsesProxy(const ProxyState& state, std::string_view host) {
+  return state.dynamicProxy || std::none_of(state.noProxyList.begin(), state.noProxyList.end(),
+                                            [&](const std::string& entry) { return goesDirect(host, entry); });
 }
 
 void httpSetTimeout(int seconds) {

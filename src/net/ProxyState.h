@@ -4,6 +4,7 @@
 // Thread: any. A request works on a copy of the state taken at its start.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,14 +14,17 @@
 
 namespace keystrand {
 
+class DiscoveryScript;
+
 struct ProxyState {
   std::string proxyHost;
   int proxyPort = 0;
   std::string proxyAuthLine;   // "Proxy-Authorization: Basic ...", without line end
   std::string serverAuthLine;  // "Authorization: Basic ...", without line end
   bool proxyActive = false;
-  bool serverAuthActive = false;  // serverAuthLine goes with every request
-  bool dynamicProxy = false;      // the proxy is asked for again with each URL
+  bool serverAuthActive = false;                  // serverAuthLine goes with every request
+  bool dynamicProxy = false;                      // the proxy is asked for again with each URL
+  std::shared_ptr<const DiscoveryScript> script;  // whom to ask then; kept when dynamicProxy is cleared
   std::vector<std::string> noProxyList;
   int timeoutSeconds = -1;        // -1 leaves each connection its own default
   unsigned char httpVersion = 1;  // 1 sends HTTP/1.0, 2 sends HTTP/1.1
@@ -39,6 +43,7 @@ bool httpSetAuthorization(const std::optional<Credentials>& credentials);
 bool httpAddNoProxy(std::string_view entry);
 // Whether requests to this host go through the proxy, if one is set: false for a host on the list.
 bool httpUsesProxy(std::string_view host);
+bool httpUsesProxy(const ProxyState& state, std::string_view host);
 
 void httpSetTimeout(int seconds);
 void httpSetVersion(unsigned char version);

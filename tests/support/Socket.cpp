@@ -20,13 +20,6 @@ sockaddr_in loopback(std::uint16_t port) {
   return address;
 }
 
-Descriptor connectTo(std::uint16_t port) {
-  Descriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  const sockaddr_in address = loopback(port);
-  if (connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return Descriptor();
-  return socket;
-}
-
 }  // namespace
 
 Descriptor::~Descriptor() {
@@ -51,6 +44,13 @@ std::uint16_t portOf(const Descriptor& listener) {
 
 std::uint16_t freePort() {
   return portOf(listenOnLoopback());
+}
+
+Descriptor connectTo(std::uint16_t port) {
+  Descriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const sockaddr_in address = loopback(port);
+  if (connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return Descriptor();
+  return socket;
 }
 
 bool accepts(std::uint16_t port) {

@@ -30,6 +30,8 @@ Descriptor listenOnLoopback();
 std::uint16_t portOf(const Descriptor& listener);
 // A port on which nobody listens, for servers that want to open it themselves and for tests of refused connections.
 std::uint16_t freePort();
+// A connection to 127.0.0.1; holds no descriptor when nobody accepts.
+Descriptor connectTo(std::uint16_t port);
 // Whether somebody accepts there.
 bool accepts(std::uint16_t port);
 // Sends a text to 127.0.0.1 and returns all that comes back until the peer closes; empty when it cannot be reached.

@@ -183,6 +183,21 @@ KEYSTRAND_API keystrand::TSLMetadata* cache_getCertMetadatiTSL(void* ctx, char* 
 KEYSTRAND_API keystrand::_md* cache_getCertMetadata(void* ctx, char* base64);
 
 // --- Trust service lists (ETSI TS 119 612)
+//
+// The way from the European list of lists to the CAs of a country: cache_loadEUTSL, cache_getCountries,
+// cache_getCountryTSL, the client's own verification of the list with the certificates that came with it,
+// cache_addCACertListCountryTSL, cache_saveCACertList. The library verifies no signature of a list.
+//
+// Taken of a list are the certificates of services that issue certificates or time-stamps (of any service when
+// allServices is not 0) unless the state has withdrawn them or names a use other than electronic seals and signatures.
+// They replace all rows whose first certificate a list of the same country brought. A provider without services ends
+// the reading of its list. 0 with code 5195 (5192 when the list is initialised) when the list lacks its number or
+// territory, a service what every service has, or the table is full; what was added before stays.
+//
+// A list that came from cache_getCountryTSL leaves a record, with its number and location, at the next add in that
+// context; a list from a file leaves none. Records outlive cache_clean and every initialisation.
+//
+// init replaces the CA list. import empties the CRL table too, and saves the list.
 KEYSTRAND_API unsigned char cache_initCACertListTSL(void* ctx, char* path);
 KEYSTRAND_API unsigned char cache_importCACertsListTSL(void* ctx, char* path);
 KEYSTRAND_API unsigned char cache_addCACertListTSL(void* ctx, char* path);
@@ -190,15 +205,27 @@ KEYSTRAND_API unsigned char cache_addCACertListTSL(void* ctx, keystrand::XMLFile
 KEYSTRAND_API unsigned char cache_addCACertListCountryTSL(void* ctx, keystrand::XMLFile* list);
 KEYSTRAND_API unsigned char cache_addCACertListCountryTSL(void* ctx, keystrand::XMLFile* list,
                                                           unsigned char allServices);
+// The European list is fetched once and kept for all contexts until cache_setEUTSLLocation. 0 when it cannot be fetched
+// or is no XML document; in the latter case it counts as loaded, and holds nothing.
 KEYSTRAND_API unsigned char cache_loadEUTSL(void* ctx);
 KEYSTRAND_API unsigned char cache_loadEUTSL(void* ctx, char* path);
 KEYSTRAND_API unsigned char cache_loadedEUTSL(void* ctx);
 KEYSTRAND_API unsigned char cache_loadedTSL(void* ctx, char* const country);
+// An element countryList with a country for each of the European list's pointers, but for EU and EE and for lists in
+// PDF; nullptr unless the European list is loaded (cache_releaseXMLFile).
 KEYSTRAND_API keystrand::XMLFile* cache_getCountries(void* ctx);
+// The list of a country, fetched, and the certificates that may have signed it (cache_releaseCertList). nullptr when
+// the country has no pointer, its list cannot be fetched or nothing says who signs it. A list that was fetched and is
+// no XML document comes as an empty one. While a list is fetched other questions about the European list wait.
 KEYSTRAND_API keystrand::XMLFile* cache_getCountryTSL(void* ctx, char* const country,
                                                       keystrand::CertList** signingCerts);
+// The certificates for a list that the client holds, by the territory that follows its cursor. Careful: when the
+// country is among the pointers and nothing says who signs its list, the result is nullptr and `list` is DELETED; when
+// the country is not among them, or the European list is not loaded, the result is nullptr too and the list stays.
 KEYSTRAND_API keystrand::CertList* cache_getCountryTSLSigningCerts(void* ctx, keystrand::XMLFile* list);
+// 1 when the list that is published now has a higher number than the one loaded, or none of that country is loaded.
 KEYSTRAND_API unsigned char cache_checkCountryCACertsUpdates(void* ctx, char* country);
+// One record, or all as a chain in the order of loading (cache_release_tslInfo); nullptr for none.
 KEYSTRAND_API keystrand::_ti* cache_getLoadedTSLInfo(void* ctx, char* const country);
 KEYSTRAND_API keystrand::_ti* cache_getLoadedTSLInfos(void* ctx);
 

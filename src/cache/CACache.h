@@ -2,8 +2,9 @@
 //
 // Members do the work of the exported functions, taking the locks of Library.h; those marked "caller holds" do not.
 // The implementation is split by duty: CACacheList.cpp (changes of the CA list), CACacheFile.cpp (its file),
-// CACacheLookup.cpp (its queries), CACacheIssuer.cpp (who issued an object), CACacheCRLFile.cpp, CACacheCRLFetch.cpp,
-// CACacheCRLLDAP.cpp, CACacheCRLUpdate.cpp, CACacheCRLCheck.cpp, CACacheCRLSearch.cpp, CACacheLocalCRLs.cpp.
+// CACacheLookup.cpp (its queries), CACacheIssuer.cpp (who issued an object), CACacheTSL.cpp, CACacheEUTSL.cpp (trusted
+// lists), CACacheCRLFile.cpp, CACacheCRLFetch.cpp, CACacheCRLLDAP.cpp, CACacheCRLUpdate.cpp, CACacheCRLCheck.cpp,
+// CACacheCRLSearch.cpp, CACacheLocalCRLs.cpp.
 #pragma once
 
 #include <cstdint>
@@ -17,6 +18,7 @@
 #include "cache/CACertEntry.h"
 #include "cache/CRLList.h"
 #include "cache/CRLTable.h"
+#include "cache/TSLInfo.h"
 #include "keystrand/cache/Records.h"
 #include "keystrand/der/SecureBuffer.h"
 #include "keystrand/pkix/AttributeCertificate.h"
@@ -31,6 +33,9 @@
 namespace keystrand {
 
 class PartialAttributeList;
+class TSLPointers;
+class TSLReader;
+class XMLFile;
 struct FoundCRL;
 struct ParsedURL;
 
@@ -99,6 +104,28 @@ class CACache {
                                 const AuthorityKeyIdentifier* aki);
   static bool matchAuthorityKey(const AuthorityKeyIdentifier& aki, const Certificate& candidate);
 
+  // --- trusted lists (CACacheTSL.cpp). errCode is set by all but addTSLFile where the file cannot be loaded.
+  bool addTSL(XMLFile& list, bool allServices);  // cache_addCACertListCountryTSL, cache_addCACertListTSL
+  bool addTSLFile(const char* path);             // cache_addCACertListTSL
+  bool initTSLFile(const char* path);            // cache_initCACertListTSL
+  bool importTSLFile(const char* path);          // cache_importCACertsListTSL
+  // Adds the certificates of the services of a list that are taken (TSLReader.h), in place of all rows of its country.
+  // On failure the country is left half replaced. The caller holds caMutex.
+  bool parseTSL(XMLFile& list, bool allServices);
+
+  // --- the European list and the lists it points to (CACacheEUTSL.cpp)
+  bool loadEUTSL();
+  bool loadEUTSL(const char* path);
+  [[nodiscard]] bool isEUTSLLoaded() const;
+  [[nodiscard]] owner<XMLFile*> countries();
+  owner<XMLFile*> countryTSL(const char* country, CertList** signingCerts);
+  // Deletes the list where it is found among the pointers and the certificates cannot be told.
+  owner<CertList*> countryTSLSigningCerts(owner<XMLFile*> list);
+  bool hasCountryUpdates(const char* country);
+  [[nodiscard]] bool isTSLLoaded(const char* country) const;
+  [[nodiscard]] std::vector<TSLInfo> loadedTSLs() const;
+  [[nodiscard]] std::optional<TSLInfo> loadedTSL(const char* country) const;
+
   // --- the CRL table and its file (CACacheCRLFile.cpp)
   bool saveCRLCache(const std::string& path);
   bool loadCRLCache(const std::string& path);
@@ -127,6 +154,13 @@ class CACache {
   // Logs a catalogue row with its arguments, when this context has a logger.
   template <class... Arguments>
   void logMessage(unsigned char level, unsigned long code, Arguments... arguments);
+
+  // Trusted lists (CACacheTSL.cpp). The caller holds caMutex.
+  void recordTSL(const std::string& territory, std::int32_t sequenceNumber);
+  bool addTSLCertificate(const std::string& base64, const TSLMetadata& metadata);
+  bool addTSLService(TSLReader& reader, bool allServices);
+  // The pointer that was found (CACacheEUTSL.cpp). The caller holds euTSLMutex.
+  std::unique_ptr<CertList> signingCertificates(TSLPointers& pointers);
 
   // Retrieval (CACacheCRLFetch.cpp). The caller holds the row.
   std::optional<DownloadedCRL> downloadCRL(const std::string& url, bool namedHTTPS, bool direct);

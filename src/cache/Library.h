@@ -21,6 +21,7 @@
 #include "keystrand/crypto/CryptoKi.h"
 #include "keystrand/support/Mutex.h"
 #include "keystrand/support/Semaphore.h"
+#include "keystrand/xml/XMLFile.h"
 
 namespace keystrand {
 
@@ -38,7 +39,8 @@ struct Library {
   Mutex crlFileMutex;  // held around the write of the CRL cache file
 
   Mutex euTSLMutex;
-  std::string euTSLLocation;  // guarded by euTSLMutex
+  std::string euTSLLocation;       // guarded by euTSLMutex
+  std::unique_ptr<XMLFile> euTSL;  // guarded by euTSLMutex, its cursor too; null until it is fetched
 
   Mutex crlProxyMutex;      // a leaf
   std::string crlProxyUri;  // guarded by crlProxyMutex; at most 256 bytes

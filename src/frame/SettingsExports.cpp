@@ -92,6 +92,7 @@ void cache_disableLog() {
 void cache_setEUTSLLocation(char* location) {
   guardedVoid([&] {
     const std::lock_guard lock(library().euTSLMutex);
+    library().euTSL.reset();
     library().euTSLLocation = cut(location);
   });
 }

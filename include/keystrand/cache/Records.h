@@ -2,6 +2,8 @@
 // exactly the record handed in, so a client that wants all memory back walks the chain and frees the texts itself.
 #pragma once
 
+#include <cstdint>
+
 namespace keystrand {
 
 // What a trust service list says of a CA: the current state, then older ones behind next. An absent text is nullptr.
@@ -13,6 +15,13 @@ struct _md {
   _md* next;
 };
 
-struct _ti;
+// One trusted list that was loaded: its territory, where it was fetched from, nullptr when unknown, and the number of
+// its issue.
+struct _ti {
+  char* countryCode;
+  char* location;
+  std::int32_t sequenceNumber;
+  _ti* next;
+};
 
 }  // namespace keystrand

@@ -92,9 +92,9 @@ void CryptoDevice::State::listObjects() {
       found.push_back({handle, {}, {}});
     }
     ki.findObjectsFinal(session);
-    const bool named = objectClass != CKO_DATA;  // data objects have no CKA_ID
+    const CK_ATTRIBUTE_TYPE id = objectClass == CKO_DATA ? CKA_OBJECT_ID : CKA_ID;
     for (CachedObject& object : found) {
-      if (named) object.id = attributeOf(object.handle, CKA_ID).value_or(Bytes());
+      object.id = attributeOf(object.handle, id).value_or(Bytes());
       object.label = attributeOf(object.handle, CKA_LABEL).value_or(Bytes());
     }
   }
@@ -108,7 +108,9 @@ CK_OBJECT_HANDLE CryptoDevice::State::findById(CK_OBJECT_CLASS objectClass, std:
   return CK_INVALID_HANDLE;
 }
 
-CK_OBJECT_HANDLE CryptoDevice::State::findByLabel(CK_OBJECT_CLASS objectClass, std::string_view label) {
+CK_OBJECT_HANDLE CryptoDevice::State::findByLabel(CK_OBJECT_CLASS objectClass, const char* text) {
+  const std::string_view label(text != nullptr ? text : "");
+  if (label.empty()) return CK_INVALID_HANDLE;
   for (const CachedObject& object : objectsOf(objectClass)) {
     if (std::ranges::equal(object.label, label, {}, {}, [](char c) { return static_cast<unsigned char>(c); })) {
       return object.handle;

@@ -17,6 +17,8 @@
 
 namespace keystrand {
 
+class AttributeTemplate;
+
 struct CryptoDevice::State {
   // An absent binding is one without a function list: every call to it fails.
   explicit State(CryptoKi* cryptoKi);
@@ -61,6 +63,12 @@ struct CryptoDevice::State {
   std::unique_ptr<Signature> sign(const std::optional<CK_MECHANISM>& mechanism, std::span<const unsigned char> data,
                                   CK_OBJECT_HANDLE signer);
   std::unique_ptr<Signature> signDigest(const DigestInfo& info, CK_OBJECT_HANDLE signer);
+  // In one call with two passes; what out held is replaced.
+  bool crypt(bool encrypts, const CK_MECHANISM& mechanism, std::span<const unsigned char> data, CK_OBJECT_HANDLE by,
+             Buffer& out);
+  bool cryptSecret(bool encrypts, std::span<const unsigned char> vector, std::span<const unsigned char> data,
+                   Buffer& out);
+  bool cryptPBE(bool encrypts, std::string_view password, std::span<const unsigned char> data, Buffer& out);
   bool beginSignature(const CK_MECHANISM& mechanism, CK_OBJECT_HANDLE signer);
   // Whether the data is digested by a call of its own before it is signed.
   [[nodiscard]] bool digestsFirst() const noexcept;
@@ -79,11 +87,23 @@ struct CryptoDevice::State {
   };
   static constexpr CK_OBJECT_CLASS kClasses[] = {CKO_PRIVATE_KEY, CKO_PUBLIC_KEY, CKO_SECRET_KEY, CKO_CERTIFICATE,
                                                  CKO_DATA};
+  owner<KeyInfo*> generatePair(CK_MECHANISM_TYPE type, const AttributeTemplate& half, const AttributeTemplate& whole);
+  bool generateSecret(CK_KEY_TYPE type, std::uint32_t length, std::span<const unsigned char> id, const char* label);
+  bool wrap(CK_OBJECT_HANDLE secret, const CK_MECHANISM& mechanism, CK_OBJECT_HANDLE by, Buffer& out);
+  bool unwrap(std::span<const unsigned char> wrapped, CK_KEY_TYPE type, const CK_MECHANISM& mechanism,
+              CK_OBJECT_HANDLE by, const char* label);
+  // CBC with padding by a secret key of the token; kNoMechanism for another object.
+  CK_MECHANISM_TYPE paddedMechanism(CK_OBJECT_HANDLE secret);
+  bool store(const AttributeTemplate& attributes);
+  bool valueOf(CK_OBJECT_HANDLE object, Buffer& out);
+  bool changeValue(CK_OBJECT_HANDLE object, std::span<const unsigned char> value);
+  bool remove(CK_OBJECT_HANDLE object);
+  [[nodiscard]] CK_OBJECT_HANDLE at(CK_OBJECT_CLASS objectClass, std::uint32_t index);
   void listObjects();
   [[nodiscard]] std::vector<CachedObject>& objectsOf(CK_OBJECT_CLASS objectClass);
   // CK_INVALID_HANDLE when there is none of that name.
   [[nodiscard]] CK_OBJECT_HANDLE findById(CK_OBJECT_CLASS objectClass, std::span<const unsigned char> id);
-  [[nodiscard]] CK_OBJECT_HANDLE findByLabel(CK_OBJECT_CLASS objectClass, std::string_view label);
+  [[nodiscard]] CK_OBJECT_HANDLE findByLabel(CK_OBJECT_CLASS objectClass, const char* label);
   bool select(CK_OBJECT_HANDLE object);
 
   CryptoKi& ki;
@@ -98,6 +118,14 @@ struct CryptoDevice::State {
   std::optional<CK_MECHANISM> cipher;
   CK_MECHANISM_TYPE keyGeneration = kNoMechanism;
   CK_RSA_PKCS_PSS_PARAMS pss{};
+  struct PBESelection {
+    CK_MECHANISM_TYPE generation = kNoMechanism;
+    CK_MECHANISM_TYPE cipher = kNoMechanism;
+    CK_ULONG effectiveBits = 0;  // of RC2
+    Bytes salt;
+    CK_ULONG iterations = 0;
+  };
+  PBESelection pbe;
   CK_OBJECT_HANDLE keyInUse = CK_INVALID_HANDLE;
   std::array<std::vector<CachedObject>, std::size(kClasses)> objects;
 };

@@ -82,8 +82,8 @@ bool ECDSAPrivateKey::getPrivate(Buffer& buffer) {
   Element tagged;
   std::int32_t version = 0;
   std::span<const unsigned char> octets;
-  if (!body.open(buffer, kSequence) || !buffer.getInteger(version) || version != kVersion ||
-      !value.open(buffer, kOctetString) || !buffer.view(value.left(buffer), octets)) {
+  if (!body.open(buffer, kSequence) || body.left(buffer) > buffer.remaining() || !buffer.getInteger(version) ||
+      version != kVersion || !value.open(buffer, kOctetString) || !buffer.view(value.left(buffer), octets)) {
     return false;
   }
   setValue(BigInteger(octets));

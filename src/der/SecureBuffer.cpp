@@ -95,4 +95,42 @@ owner<Signature*> SecureBuffer::signRange(std::uint32_t from, bool inPieces) {
   return device_->signFinal();
 }
 
+bool SecureBuffer::replaced(bool done, const Buffer& by) {
+  if (!done) return false;
+  const auto made = by.range(0, by.size());
+  assign(made.data(), static_cast<std::uint32_t>(made.size()));
+  return true;
+}
+
+bool SecureBuffer::encrypt() {
+  Buffer out;
+  const auto held = range(0, size());
+  return device_ != nullptr && replaced(device_->encrypt(held.data(), held.size(), out), out);
+}
+bool SecureBuffer::decrypt() {
+  Buffer out;
+  const auto held = range(0, size());
+  return device_ != nullptr && replaced(device_->decrypt(held.data(), held.size(), out), out);
+}
+bool SecureBuffer::encryptSecret(const unsigned char* vector, std::uint32_t length) {
+  Buffer out;
+  const auto held = range(0, size());
+  return device_ != nullptr && replaced(device_->encryptSecret(held.data(), held.size(), vector, length, out), out);
+}
+bool SecureBuffer::decryptSecret(const unsigned char* vector, std::uint32_t length) {
+  Buffer out;
+  const auto held = range(0, size());
+  return device_ != nullptr && replaced(device_->decryptSecret(held.data(), held.size(), vector, length, out), out);
+}
+bool SecureBuffer::encryptPBE(const char* password) {
+  Buffer out;
+  const auto held = range(0, size());
+  return device_ != nullptr && replaced(device_->encryptPBE(held.data(), held.size(), password, out), out);
+}
+bool SecureBuffer::decryptPBE(const char* password) {
+  Buffer out;
+  const auto held = range(0, size());
+  return device_ != nullptr && replaced(device_->decryptPBE(held.data(), held.size(), password, out), out);
+}
+
 }  // namespace keystrand

@@ -34,8 +34,18 @@ class KEYSTRAND_API SecureBuffer : public Buffer {
   // With the signature algorithm and the key that the device has selected.
   [[nodiscard]] owner<Signature*> signAll();
   [[nodiscard]] owner<Signature*> signFrom(std::uint32_t from);
+  // The contents become what the device makes of them, to be read from the start; as they were when it fails. By the
+  // RSA key in use; by the secret key in use with a vector as long as its block; by a password as setPBE selected.
+  bool encrypt();
+  bool decrypt();
+  bool encryptSecret(const unsigned char* vector, std::uint32_t length);
+  bool decryptSecret(const unsigned char* vector, std::uint32_t length);
+  bool encryptPBE(const char* password);
+  bool decryptPBE(const char* password);
 
  private:
+  // Takes over what the operation wrote.
+  bool replaced(bool done, const Buffer& by);
   owner<Signature*> signRange(std::uint32_t from, bool inPieces);
 
   CryptoDevice* device_;

@@ -79,13 +79,8 @@ using NeverSupported =
     Group<&List::C_DigestEncryptUpdate, &List::C_DecryptDigestUpdate, &List::C_SignEncryptUpdate,
           &List::C_DecryptVerifyUpdate, &List::C_GetFunctionStatus, &List::C_CancelFunction, &List::C_WaitForSlotEvent>;
 
-// What it does not do so far: all that takes private or secret keys, or keeps a token in a file.
-using NotYetSupported =
-    Group<&List::C_InitToken, &List::C_InitPIN, &List::C_SetPIN,  //
-          &List::C_EncryptInit, &List::C_Encrypt, &List::C_EncryptUpdate, &List::C_EncryptFinal, &List::C_DecryptInit,
-          &List::C_Decrypt, &List::C_DecryptUpdate, &List::C_DecryptFinal,
-          &List::C_DigestKey,  //
-          &List::C_GenerateKey, &List::C_GenerateKeyPair, &List::C_WrapKey, &List::C_UnwrapKey, &List::C_DeriveKey>;
+// What belongs to tokens that are kept in files.
+using NotYetSupported = Group<&List::C_InitToken, &List::C_InitPIN, &List::C_SetPIN>;
 
 constexpr CK_FUNCTION_LIST makeList() {
   using Module = PKCS11CryptoKi;
@@ -133,6 +128,20 @@ constexpr CK_FUNCTION_LIST makeList() {
   list.C_VerifyFinal = kForward<&Module::verifyFinal>;
   list.C_VerifyRecoverInit = kForward<&Module::verifyRecoverInit>;
   list.C_VerifyRecover = kForward<&Module::verifyRecover>;
+  list.C_EncryptInit = kForward<&Module::encryptInit>;
+  list.C_Encrypt = kForward<&Module::encrypt>;
+  list.C_EncryptUpdate = kForward<&Module::encryptUpdate>;
+  list.C_EncryptFinal = kForward<&Module::encryptFinal>;
+  list.C_DecryptInit = kForward<&Module::decryptInit>;
+  list.C_Decrypt = kForward<&Module::decrypt>;
+  list.C_DecryptUpdate = kForward<&Module::decryptUpdate>;
+  list.C_DecryptFinal = kForward<&Module::decryptFinal>;
+  list.C_DigestKey = kForward<&Module::digestKey>;
+  list.C_GenerateKey = kForward<&Module::generateKey>;
+  list.C_GenerateKeyPair = kForward<&Module::generateKeyPair>;
+  list.C_WrapKey = kForward<&Module::wrapKey>;
+  list.C_UnwrapKey = kForward<&Module::unwrapKey>;
+  list.C_DeriveKey = kForward<&Module::deriveKey>;
   list.C_SeedRandom = kForward<&Module::seedRandom>;
   list.C_GenerateRandom = kForward<&Module::generateRandom>;
   NeverSupported::refuseIn(list);

@@ -58,9 +58,19 @@ class PKCS11CryptoKi {
   CK_RV findObjects(TokenSession& session, CK_OBJECT_HANDLE* objects, CK_ULONG maximum, CK_ULONG* count);
   CK_RV findObjectsFinal(TokenSession& session);
 
+  CK_RV encryptInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key);
+  CK_RV encrypt(TokenSession& session, CK_BYTE* data, CK_ULONG length, CK_BYTE* out, CK_ULONG* outLength);
+  CK_RV encryptUpdate(TokenSession& session, CK_BYTE* part, CK_ULONG length, CK_BYTE* out, CK_ULONG* outLength);
+  CK_RV encryptFinal(TokenSession& session, CK_BYTE* out, CK_ULONG* outLength);
+  CK_RV decryptInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key);
+  CK_RV decrypt(TokenSession& session, CK_BYTE* data, CK_ULONG length, CK_BYTE* out, CK_ULONG* outLength);
+  CK_RV decryptUpdate(TokenSession& session, CK_BYTE* part, CK_ULONG length, CK_BYTE* out, CK_ULONG* outLength);
+  CK_RV decryptFinal(TokenSession& session, CK_BYTE* out, CK_ULONG* outLength);
+
   CK_RV digestInit(TokenSession& session, CK_MECHANISM* mechanism);
   CK_RV digest(TokenSession& session, CK_BYTE* data, CK_ULONG length, CK_BYTE* out, CK_ULONG* outLength);
   CK_RV digestUpdate(TokenSession& session, CK_BYTE* part, CK_ULONG length);
+  CK_RV digestKey(TokenSession& session, CK_OBJECT_HANDLE key);
   CK_RV digestFinal(TokenSession& session, CK_BYTE* out, CK_ULONG* outLength);
 
   CK_RV signInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key);
@@ -79,6 +89,18 @@ class PKCS11CryptoKi {
   CK_RV verifyRecover(TokenSession& session, CK_BYTE* signature, CK_ULONG signatureLength, CK_BYTE* data,
                       CK_ULONG* length);
 
+  CK_RV generateKey(TokenSession& session, CK_MECHANISM* mechanism, CK_ATTRIBUTE* attributes, CK_ULONG count,
+                    CK_OBJECT_HANDLE* key);
+  CK_RV generateKeyPair(TokenSession& session, CK_MECHANISM* mechanism, CK_ATTRIBUTE* publicAttributes,
+                        CK_ULONG publicCount, CK_ATTRIBUTE* privateAttributes, CK_ULONG privateCount,
+                        CK_OBJECT_HANDLE* publicKey, CK_OBJECT_HANDLE* privateKey);
+  CK_RV wrapKey(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE wrappingKey, CK_OBJECT_HANDLE key,
+                CK_BYTE* wrapped, CK_ULONG* wrappedLength);
+  CK_RV unwrapKey(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE unwrappingKey, CK_BYTE* wrapped,
+                  CK_ULONG wrappedLength, CK_ATTRIBUTE* attributes, CK_ULONG count, CK_OBJECT_HANDLE* key);
+  CK_RV deriveKey(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE baseKey, CK_ATTRIBUTE* attributes,
+                  CK_ULONG count, CK_OBJECT_HANDLE* key);
+
   CK_RV seedRandom(TokenSession& session, CK_BYTE* seed, CK_ULONG length);
   CK_RV generateRandom(TokenSession& session, CK_BYTE* out, CK_ULONG length);
 
@@ -94,6 +116,8 @@ class PKCS11CryptoKi {
   PKCS11CryptoKi();
   CK_RV find(CK_OBJECT_HANDLE handle, std::shared_ptr<PKCS11Storage>& object) const;
   CK_RV find(CK_OBJECT_HANDLE handle, std::shared_ptr<const PKCS11Key>& key) const;
+  CK_RV beginCipher(CipherOperation& operation, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key,
+                    CK_ATTRIBUTE_TYPE usage) const;
   CK_RV add(const TokenSession& owner, std::shared_ptr<PKCS11Storage> object, CK_OBJECT_HANDLE* handle);
 
   int bindings_ = 0;

@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <cstring>
 
+#include "crypto/CipherMac.h"
 #include "crypto/DigestTable.h"
 #include "crypto/Digests.h"
 #include "crypto/HMAC.h"
+#include "crypto/RC2.h"
+#include "crypto/token/RC2Parameters.h"
 #include "der/BorrowedBuffer.h"
 
 namespace keystrand {
@@ -31,8 +34,22 @@ constexpr SignatureMechanism kRows[] = {
     {CKM_ECDSA, CKK_EC, kAsGiven, Scheme::kECDSA},
     {CKM_MD5_HMAC, CKK_GENERIC_SECRET, CKM_MD5, Scheme::kMAC},
     {CKM_SHA_1_HMAC, CKK_GENERIC_SECRET, CKM_SHA_1, Scheme::kMAC},
+    {CKM_RC2_MAC, CKK_RC2, kAsGiven, Scheme::kMAC},
     {CKM_RIPEMD160_HMAC, CKK_GENERIC_SECRET, CKM_RIPEMD160, Scheme::kMAC},
 };
+
+// The parameter is the effective length of the key in bits.
+CK_RV makeRC2Mac(const CK_MECHANISM& mechanism, Octets key, std::unique_ptr<PasswordBasedMac>& out) {
+  CK_ULONG bits = 0;
+  if (mechanism.pParameter == nullptr || mechanism.ulParameterLen != sizeof bits) return CKR_MECHANISM_PARAM_INVALID;
+  std::memcpy(&bits, mechanism.pParameter, sizeof bits);
+  if (bits < 1 || bits > kMostEffectiveBits) return CKR_MECHANISM_PARAM_INVALID;
+  auto cipher = std::make_unique<RC2>();
+  cipher->setEffectiveBits(static_cast<unsigned>(bits));
+  if (!cipher->setEncryptionKey(key)) return CKR_KEY_SIZE_RANGE;
+  out = std::make_unique<CipherMac>(std::move(cipher));
+  return CKR_OK;
+}
 
 }  // namespace
 
@@ -77,7 +94,9 @@ std::optional<Bytes> digestIn(Octets data) {
   return Bytes(info.valueView().begin(), info.valueView().end());
 }
 
-CK_RV makeMac(const SignatureMechanism& row, const CK_MECHANISM&, Octets key, std::unique_ptr<PasswordBasedMac>& out) {
+CK_RV makeMac(const SignatureMechanism& row, const CK_MECHANISM& mechanism, Octets key,
+              std::unique_ptr<PasswordBasedMac>& out) {
+  if (row.digest == kAsGiven) return makeRC2Mac(mechanism, key, out);
   out = std::make_unique<HMAC>(makeDigest(row.digest));
   out->setKey(key);
   return CKR_OK;

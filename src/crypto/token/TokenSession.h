@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "crypto/token/CipherOperation.h"
 #include "crypto/token/DigestOperation.h"
 #include "crypto/token/RecoverOperation.h"
 #include "crypto/token/SignOperation.h"
@@ -19,6 +20,8 @@ struct TokenSession {
   CK_SLOT_ID slot = 0;
   CK_FLAGS flags = 0;
   DigestOperation digest;
+  CipherOperation encryption;
+  CipherOperation decryption;
   SignOperation signature;
   SignOperation recoverableSignature;
   VerifyOperation verification;
@@ -30,6 +33,8 @@ struct TokenSession {
   void close() noexcept {
     open = false;
     digest.end();
+    encryption.end();
+    decryption.end();
     signature.end();
     recoverableSignature.end();
     verification.end();

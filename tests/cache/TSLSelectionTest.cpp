@@ -218,7 +218,7 @@ TEST_F(TSLSelection, EndsAndFailures) {
        true,
        {"A", "B", "C"}},
       {"a number with text behind",
-       [](const std::string& text) { return replaced(text, "42", "42nd"); },
+       [](const std::string& text) { return replaced(text, ">42<", ">42nd<"); },
        true,
        {"A", "B", "C"}},
   };

@@ -5,18 +5,15 @@
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <atomic>
-#include <memory>
 
 namespace keystrand::test {
 
 namespace {
 
-// Gives one after the other, the last again and again.
+// One after the other, the last again and again.
 template <class Part>
-std::function<Part()> inOrder(std::vector<Part> parts) {
-  auto next = std::make_shared<std::atomic<std::size_t>>(0);
-  return [parts = std::move(parts), next] { return parts[std::min(next->fetch_add(1), parts.size() - 1)]; };
+const Part& nth(const std::vector<Part>& parts, std::size_t number) {
+  return parts[std::min(number, parts.size() - 1)];
 }
 
 // Bytes of body that the head announces.
@@ -42,24 +39,29 @@ bool sendAll(const Descriptor& peer, std::string_view bytes) {
 
 }  // namespace
 
-ScriptedServer::ScriptedServer(Handler handler)
-    : serve_([this, handler = std::move(handler)](const Descriptor& peer) { answer(peer, handler); }),
+ScriptedServer::ScriptedServer(Serve serve)
+    : serve_(std::move(serve)),
       listener_(listenOnLoopback()),
       port_(portOf(listener_)),
       stopped_(eventfd(0, EFD_CLOEXEC)),
       acceptor_([this] { acceptAll(); }) {}
 
+ScriptedServer::ScriptedServer(Handler handler)
+    : ScriptedServer(Serve([handler = std::move(handler)](ScriptedServer& server, const Connection& connection) {
+        server.answer(connection, handler);
+      })) {}
+
 ScriptedServer::ScriptedServer(std::vector<Answer> answers)
-    : ScriptedServer(Handler([next = inOrder(std::move(answers))](const std::string&) { return next(); })) {}
+    : ScriptedServer(Serve([answers = std::move(answers)](ScriptedServer& server, const Connection& connection) {
+        server.answer(connection, [&](const std::string&) { return nth(answers, connection.number); });
+      })) {}
 
 ScriptedServer::ScriptedServer(Dialogue dialogue) : ScriptedServer(std::vector<Dialogue>{std::move(dialogue)}) {}
 
 ScriptedServer::ScriptedServer(std::vector<Dialogue> dialogues)
-    : serve_([this, next = inOrder(std::move(dialogues))](const Descriptor& peer) { converse(peer, next()); }),
-      listener_(listenOnLoopback()),
-      port_(portOf(listener_)),
-      stopped_(eventfd(0, EFD_CLOEXEC)),
-      acceptor_([this] { acceptAll(); }) {}
+    : ScriptedServer(Serve([dialogues = std::move(dialogues)](ScriptedServer& server, const Connection& connection) {
+        server.converse(connection, nth(dialogues, connection.number));
+      })) {}
 
 ScriptedServer::~ScriptedServer() {
   eventfd_write(stopped_.get(), 1);
@@ -73,7 +75,9 @@ std::string ScriptedServer::url(const std::string& path) const {
 
 std::vector<std::string> ScriptedServer::requests() {
   const std::lock_guard lock(mutex_);
-  return requests_;
+  std::vector<std::string> all;
+  for (const auto& [number, request] : requests_) all.push_back(request);
+  return all;
 }
 
 std::string ScriptedServer::ok(const std::string& body, const std::string& headers) {
@@ -82,30 +86,32 @@ std::string ScriptedServer::ok(const std::string& body, const std::string& heade
 }
 
 void ScriptedServer::acceptAll() {
-  while (ready(listener_, POLLIN))
-    connections_.emplace_back([this, peer = Descriptor(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC))] {
-      if (peer.get() >= 0) serve_(peer);
-    });
+  for (std::size_t number = 0; ready(listener_, POLLIN); ++number)
+    connections_.emplace_back(
+        [this, connection = Connection{Descriptor(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC)), number}] {
+          if (connection.peer.get() >= 0) serve_(*this, connection);
+        });
 }
 
-void ScriptedServer::answer(const Descriptor& peer, const Handler& handler) {
+void ScriptedServer::answer(const Connection& connection, const Handler& handler) {
   constexpr std::size_t kAnyNumber = 4096;
-  const std::string request = read(peer, [](const std::string& seen) { return complete(seen) ? 0 : kAnyNumber; });
-  keep(request);
+  const std::string request =
+      read(connection.peer, [](const std::string& seen) { return complete(seen) ? 0 : kAnyNumber; });
+  keep(connection, request);
   const Answer answer = handler(request);
-  if (sendAll(peer, answer.bytes)) finish(peer, answer);
+  if (sendAll(connection.peer, answer.bytes)) finish(connection.peer, answer);
 }
 
-void ScriptedServer::converse(const Descriptor& peer, const Dialogue& dialogue) {
+void ScriptedServer::converse(const Connection& connection, const Dialogue& dialogue) {
   std::string heard;
   Answer last{"", dialogue.then};
   for (const auto& [awaits, bytes] : dialogue.steps) {
-    heard += read(peer, [awaits = awaits](const std::string& seen) { return awaits - seen.size(); });
+    heard += read(connection.peer, [awaits = awaits](const std::string& seen) { return awaits - seen.size(); });
     last.bytes = bytes;
-    if (!sendAll(peer, bytes)) break;
+    if (!sendAll(connection.peer, bytes)) break;
   }
-  keep(heard);
-  finish(peer, last);
+  keep(connection, heard);
+  finish(connection.peer, last);
 }
 
 void ScriptedServer::finish(const Descriptor& peer, const Answer& last) {
@@ -117,9 +123,9 @@ void ScriptedServer::finish(const Descriptor& peer, const Answer& last) {
   }
 }
 
-void ScriptedServer::keep(const std::string& request) {
+void ScriptedServer::keep(const Connection& connection, const std::string& request) {
   const std::lock_guard lock(mutex_);
-  requests_.push_back(request);
+  requests_[connection.number] = request;
 }
 
 std::string ScriptedServer::read(const Descriptor& peer,

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <list>
+#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -61,23 +62,31 @@ class ScriptedServer {
   static std::string ok(const std::string& body, const std::string& headers = "");
 
  private:
+  struct Connection {
+    Descriptor peer;
+    std::size_t number;  // in order of arrival, from 0
+  };
+  using Serve = std::function<void(ScriptedServer&, const Connection&)>;
+
+  explicit ScriptedServer(Serve serve);
+
   void acceptAll();
-  void answer(const Descriptor& peer, const Handler& handler);
-  void converse(const Descriptor& peer, const Dialogue& dialogue);
+  void answer(const Connection& connection, const Handler& handler);
+  void converse(const Connection& connection, const Dialogue& dialogue);
   void finish(const Descriptor& peer, const Answer& last);
-  void keep(const std::string& request);
+  void keep(const Connection& connection, const std::string& request);
   // Reads until `missing` tells that nothing is missing any more, or until the peer has no more.
   std::string read(const Descriptor& peer, const std::function<std::size_t(const std::string&)>& missing);
   void drip(const Descriptor& peer, char byte);
   // Whether the descriptor became ready before the end of the server, or within the time if one is given.
   bool ready(const Descriptor& socket, short events, int milliseconds = -1);
 
-  std::function<void(const Descriptor& peer)> serve_;
+  Serve serve_;
   Descriptor listener_;
   std::uint16_t port_;
   Descriptor stopped_;  // an eventfd, readable once the server ends
   std::mutex mutex_;
-  std::vector<std::string> requests_;  // guarded by mutex_
+  std::map<std::size_t, std::string> requests_;  // by number of the connection; guarded by mutex_
   std::list<std::thread> connections_;
   std::thread acceptor_;
 };

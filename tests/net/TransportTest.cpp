@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -116,15 +117,19 @@ TEST(Transport, SilentAndDrippingPeersCostNoMoreThanTold) {
     int error;
     double seconds;
   };
-  static unsigned char block[64 << 20];
-  const auto readExact = [](Transport& t) { return t.readExact(std::span(block).first(2000)); };
+  static const std::vector<unsigned char> block(64 << 20);
+  const auto readExact = [](Transport& t) {
+    std::array<unsigned char, 2000> bytes{};
+    return t.readExact(bytes);
+  };
   const auto read = [](Transport& t) {
     Buffer buffer(4000);
     return t.read(buffer, 2000);
   };
   const auto readSome = [](Transport& t) {
-    std::size_t length = 2000;
-    return t.readSome(block, length);
+    std::array<unsigned char, 2000> bytes{};
+    std::size_t length = bytes.size();
+    return t.readSome(bytes, length);
   };
   const auto limited = [](int timeouts, const auto& work) {
     return [=](Transport& t) {

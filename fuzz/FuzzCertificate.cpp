@@ -1,21 +1,13 @@
 // Certificates: what is read is written with the size announced and reads back the same, with and without the digest of
 // the body; every text of it can be made.
+#include "OpenDevice.h"
 #include "RoundTrip.h"
-#include "keystrand/crypto/CryptoDevice.h"
-#include "keystrand/crypto/CryptoKi.h"
 #include "keystrand/pkix/Certificate.h"
 
 namespace {
 
 using namespace keystrand;
-
-CryptoDevice& device() {
-  static CryptoKi cryptoKi;
-  static CryptoDevice opened(&cryptoKi);
-  static const bool open = opened.open(0, nullptr, 0);
-  fuzz::require(open, "the device opens");
-  return opened;
-}
+using fuzz::device;
 
 void makeTexts(const Certificate& certificate) {
   const std::unique_ptr<char[]> report(certificate.toPrintable());

@@ -3,21 +3,13 @@
 // included.
 #include <array>
 
+#include "OpenDevice.h"
 #include "RoundTrip.h"
-#include "keystrand/crypto/CryptoDevice.h"
-#include "keystrand/crypto/CryptoKi.h"
 
 namespace {
 
 using namespace keystrand;
-
-CryptoDevice& device() {
-  static CryptoKi cryptoKi;
-  static CryptoDevice opened(&cryptoKi);
-  static const bool open = opened.open(0, nullptr, 0);
-  fuzz::require(open, "the device opens");
-  return opened;
-}
+using fuzz::device;
 
 // r and s of one octet each are in range of any order.
 Signature signatureFor(const KeyInfo& key) {

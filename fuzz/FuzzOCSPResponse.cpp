@@ -1,22 +1,14 @@
 // A response as it comes from a responder, down to the check of its signature: the device's digests do not decide what
 // is read, and every enclosed key can be tried.
+#include "OpenDevice.h"
 #include "RoundTrip.h"
-#include "keystrand/crypto/CryptoDevice.h"
-#include "keystrand/crypto/CryptoKi.h"
 #include "keystrand/ocsp/BasicOCSPResponse.h"
 #include "keystrand/ocsp/OCSPResponse.h"
 
 namespace {
 
 using namespace keystrand;
-
-CryptoDevice& device() {
-  static CryptoKi cryptoKi;
-  static CryptoDevice opened(&cryptoKi);
-  static const bool open = opened.open(0, nullptr, 0);
-  fuzz::require(open, "the device opens");
-  return opened;
-}
+using fuzz::device;
 
 void verify(std::span<const unsigned char> encoding) {
   SecureBuffer buffer(&device());

@@ -1,5 +1,5 @@
 // What the builders are made of: OpenSSL handles, names, numbers, times, extensions and signing contexts from their
-// specifications. A mistake of the test itself ends its process with a message.
+// descriptions. A mistake of the test itself ends its process with a message.
 #pragma once
 
 #include <openssl/bn.h>

@@ -1,4 +1,4 @@
-// CAs, certificates and CRLs made with OpenSSL in memory. A specification is valid as it stands; a test changes the one
+// CAs, certificates and CRLs made with OpenSSL in memory. A description is valid as it stands; a test changes the one
 // field that its case is about. The products are DER.
 //
 //   const Authority ca = makeAuthority();

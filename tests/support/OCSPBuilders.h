@@ -1,4 +1,4 @@
-// OCSP responses and requests made with OpenSSL in memory, in the manner of Builders.h: a specification is valid as it
+// OCSP responses and requests made with OpenSSL in memory, in the manner of Builders.h: a description is valid as it
 // stands, a test changes the one field that its case is about. The products are DER.
 //
 //   const ByteString basic = makeBasicResponse(ca, ca, {.singles = {{.serial = "0A11", .reason = 1}}});

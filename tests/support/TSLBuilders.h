@@ -1,4 +1,4 @@
-// Trusted lists and European lists as texts. A specification is valid as it stands; a test changes the one field that
+// Trusted lists and European lists as texts. A description is valid as it stands; a test changes the one field that
 // its case is about, or edits the text.
 #pragma once
 

@@ -105,10 +105,11 @@ void ScriptedServer::answer(const Connection& connection, const Handler& handler
 void ScriptedServer::converse(const Connection& connection, const Dialogue& dialogue) {
   std::string heard;
   Answer last{"", dialogue.then};
-  for (const auto& [awaits, bytes] : dialogue.steps) {
-    heard += read(connection.peer, [awaits = awaits](const std::string& seen) { return awaits - seen.size(); });
-    last.bytes = bytes;
-    if (!sendAll(connection.peer, bytes)) break;
+  for (const Step& step : dialogue.steps) {
+    heard += read(connection.peer, [&](const std::string& seen) { return step.awaits - seen.size(); });
+    last.bytes = step.bytes;
+    if (&step == &dialogue.steps.back()) keep(connection, heard);  // first: who has the last answer may ask for it
+    if (!sendAll(connection.peer, step.bytes)) break;
   }
   keep(connection, heard);
   finish(connection.peer, last);

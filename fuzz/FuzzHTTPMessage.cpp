@@ -4,7 +4,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
+#include <cstring>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -43,7 +46,7 @@ class Peer {
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    require(connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0, "connected");
+    require(connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0, std::strerror(errno));
     require(send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size()), "sent");
     shutdown(socket_, SHUT_WR);
   }
@@ -63,11 +66,12 @@ class Peer {
 template <class Body>
 void receive(std::span<const std::uint8_t> bytes, Body body) {
   static auto& listener = *new Listener;
-  const Peer peer(listener.port, bytes);
+  std::optional<Peer> peer(std::in_place, listener.port, bytes);
   require(listener.transport.accept() == 0, "accepted");
   Transport transport(std::move(listener.transport));
   transport.setTimeout(1);
   body(transport);
+  peer.reset();  // before the orderly end of this side, which would keep the port for a minute
 }
 
 // The rows by a plain reading of lines: pieces of 80 bytes, up to the thirtieth.

@@ -1,5 +1,6 @@
 // Trusted lists: what is added is a certificate of source 1 of the list's territory, whatever the list holds, and a
-// second reading of the list ends as the first did. A European list answers for each of its countries.
+// second reading of the list ends as the first did: it takes the place of the first where the territory is a country's
+// two letters, otherwise it adds to it. A European list answers for each of its countries.
 #include <algorithm>
 #include <cstdint>
 #include <memory>
@@ -44,6 +45,12 @@ std::size_t countEntries() {
   return count;
 }
 
+bool namesACountry(XMLFile& list) {
+  list.toRoot();
+  const auto territory = list.find("SchemeTerritory") ? list.value() : std::nullopt;
+  return territory.value_or("").size() == 2;
+}
+
 void readTwice(XMLFile& list, bool allServices) {
   const std::lock_guard lock(library().caMutex);
   library().caTable.clear();
@@ -51,7 +58,7 @@ void readTwice(XMLFile& list, bool allServices) {
   const std::size_t entries = countEntries();
   require(library().caTable.count() <= CATable::kRows, "the table has its limit");
   require(context().parseTSL(list, allServices) == isRead, "a second reading ends as the first");
-  require(countEntries() == entries, "with the same entries");
+  require(countEntries() == entries || !namesACountry(list), "with the same entries");
 }
 
 void readPointers(XMLFile& list) {

@@ -54,12 +54,9 @@ bool CryptoDevice::State::crypt(bool encrypts, const CK_MECHANISM& mechanism, st
     return encrypts ? ki.encrypt(session, pointer(data), data.size(), target, length)
                     : ki.decrypt(session, pointer(data), data.size(), target, length);
   };
-  CK_ULONG length = 0;
-  if (!succeeded(begun) || !succeeded(run(nullptr, &length))) return false;
-  SecretBytes result(std::max<std::size_t>(length, 1));
-  if (!succeeded(run(result.data(), &length))) return false;
-  out.append(result.data(), static_cast<std::uint32_t>(std::min<std::size_t>(length, result.size())));
-  return true;
+  const auto result = succeeded(begun) ? resultOf(run) : std::nullopt;
+  if (result) out.append(result->data(), static_cast<std::uint32_t>(result->size()));
+  return result.has_value();
 }
 
 bool CryptoDevice::encrypt(const unsigned char* data, std::size_t length, Handle key, Buffer& out) {
@@ -170,9 +167,10 @@ bool CryptoDevice::setPBESalt(const unsigned char* salt, std::size_t length, std
 }
 
 // The key lives for this operation alone.
-bool CryptoDevice::State::cryptPBE(bool encrypts, std::string_view password, std::span<const unsigned char> data,
+bool CryptoDevice::State::cryptPBE(bool encrypts, const char* password, std::span<const unsigned char> data,
                                    Buffer& out) {
-  auto text = bmpPassword({reinterpret_cast<const unsigned char*>(password.data()), password.size()});
+  if (password == nullptr) return succeeded(CKR_ARGUMENTS_BAD);
+  auto text = bmpPassword({reinterpret_cast<const unsigned char*>(password), std::strlen(password)});
   if (pbe.generation == kNoMechanism) return succeeded(CKR_MECHANISM_INVALID);
   if (!text) return succeeded(CKR_MECHANISM_PARAM_INVALID);
   RC2Parameters vector{pbe.effectiveBits, {}};
@@ -189,10 +187,10 @@ bool CryptoDevice::State::cryptPBE(bool encrypts, std::string_view password, std
 }
 
 bool CryptoDevice::encryptPBE(const unsigned char* data, std::size_t length, const char* password, Buffer& out) {
-  return password != nullptr && state_->cryptPBE(true, password, {data, length}, out);
+  return state_->cryptPBE(true, password, {data, length}, out);
 }
 bool CryptoDevice::decryptPBE(const unsigned char* data, std::size_t length, const char* password, Buffer& out) {
-  return password != nullptr && state_->cryptPBE(false, password, {data, length}, out);
+  return state_->cryptPBE(false, password, {data, length}, out);
 }
 
 }  // namespace keystrand

@@ -141,12 +141,11 @@ bool CryptoDevice::generateSecret(unsigned long type, std::uint32_t length, cons
 bool CryptoDevice::State::wrap(CK_OBJECT_HANDLE secret, const CK_MECHANISM& mechanism, CK_OBJECT_HANDLE by,
                                Buffer& out) {
   out.reset();
-  CK_ULONG length = 0;
-  if (!succeeded(ki.wrapKey(session, &mechanism, by, secret, nullptr, &length))) return false;
-  Bytes wrapped(std::max<std::size_t>(length, 1));
-  if (!succeeded(ki.wrapKey(session, &mechanism, by, secret, wrapped.data(), &length))) return false;
-  out.append(wrapped.data(), static_cast<std::uint32_t>(std::min<std::size_t>(length, wrapped.size())));
-  return true;
+  const auto wrapped = resultOf([&](unsigned char* target, CK_ULONG* length) {
+    return ki.wrapKey(session, &mechanism, by, secret, target, length);
+  });
+  if (wrapped) out.append(wrapped->data(), static_cast<std::uint32_t>(wrapped->size()));
+  return wrapped.has_value();
 }
 
 bool CryptoDevice::State::unwrap(std::span<const unsigned char> wrapped, CK_KEY_TYPE type,

@@ -1,6 +1,4 @@
 // Signatures and MACs. A signature by a key of the token comes out as verification takes it.
-#include <algorithm>
-
 #include "crypto/DeviceState.h"
 #include "crypto/ECDSASigValue.h"
 #include "crypto/TemporaryKey.h"
@@ -16,7 +14,7 @@ Bytes codingOf(const DigestInfo& info) {
   return {octets.begin(), octets.end()};
 }
 
-std::unique_ptr<Signature> signatureObject(Bytes octets, bool ec) {
+std::unique_ptr<Signature> signatureObject(std::span<const unsigned char> octets, bool ec) {
   if (!ec) return std::make_unique<Signature>(octets);
   Buffer out;
   ECDSASigValue(octets).put(out);
@@ -43,15 +41,11 @@ std::unique_ptr<Signature> CryptoDevice::State::sign(const std::optional<CK_MECH
     succeeded(CKR_MECHANISM_INVALID);
     return nullptr;
   }
-  CK_ULONG length = 0;
-  if (!beginSignature(*mechanism, signer) ||
-      !succeeded(ki.sign(session, pointer(data), data.size(), nullptr, &length))) {
-    return nullptr;
-  }
-  Bytes octets(length);
-  if (!succeeded(ki.sign(session, pointer(data), data.size(), octets.data(), &length))) return nullptr;
-  octets.resize(std::min<std::size_t>(length, octets.size()));
-  return signatureObject(std::move(octets), mechanism->mechanism == CKM_ECDSA);
+  if (!beginSignature(*mechanism, signer)) return nullptr;
+  const auto octets = resultOf([&](unsigned char* target, CK_ULONG* length) {
+    return ki.sign(session, pointer(data), data.size(), target, length);
+  });
+  return octets ? signatureObject(*octets, mechanism->mechanism == CKM_ECDSA) : nullptr;
 }
 
 // ECDSA signs the digest alone, RSA its coding with NULL parameters.
@@ -109,12 +103,9 @@ owner<Signature*> CryptoDevice::signFinal() {
     const std::unique_ptr<DigestInfo> info(digestFinal());
     return info != nullptr ? sign(*info, state.keyInUse) : nullptr;
   }
-  CK_ULONG length = 0;
-  if (!state.succeeded(state.ki.signFinal(state.session, nullptr, &length))) return nullptr;
-  Bytes octets(length);
-  if (!state.succeeded(state.ki.signFinal(state.session, octets.data(), &length))) return nullptr;
-  octets.resize(std::min<std::size_t>(length, octets.size()));
-  return signatureObject(std::move(octets), false).release();
+  const auto octets = state.resultOf(
+      [&state](unsigned char* target, CK_ULONG* length) { return state.ki.signFinal(state.session, target, length); });
+  return octets ? signatureObject(*octets, false).release() : nullptr;
 }
 
 owner<Signature*> CryptoDevice::signWithSecret(const unsigned char* data, std::size_t length,

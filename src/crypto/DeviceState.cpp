@@ -115,7 +115,7 @@ bool CryptoDevice::State::beginDigest() {
 
 owner<DigestInfo*> CryptoDevice::State::digestInfo(CK_RV result, const DigestOutput& out) {
   if (!succeeded(result) || running == nullptr) return nullptr;
-  return new DigestInfo(running->identifier(), {out.bytes, out.length});
+  return new DigestInfo(running->identifier(), {out.bytes, std::min(out.length, DigestOutput::kLongest)});
 }
 
 }  // namespace keystrand

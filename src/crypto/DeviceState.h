@@ -3,10 +3,10 @@
 
 #include <p11-kit/pkcs11.h>
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <span>
-#include <string_view>
 #include <vector>
 
 #include "crypto/DeviceTables.h"
@@ -14,6 +14,7 @@
 #include "keystrand/crypto/CryptoDevice.h"
 #include "keystrand/crypto/CryptoKi.h"
 #include "support/Memory.h"
+#include "support/SecretBytes.h"
 
 namespace keystrand {
 
@@ -40,6 +41,17 @@ struct CryptoDevice::State {
   bool selectSignature(const SignatureRow* row);
   bool selectPSS();
   bool selectCipher(const OID& oid);
+
+  // What a function gives that is called twice, for the length and for the octets; nothing when it fails.
+  template <class Run>
+  std::optional<SecretBytes> resultOf(Run run) {
+    CK_ULONG length = 0;
+    if (!succeeded(run(nullptr, &length))) return std::nullopt;
+    SecretBytes octets(std::max<std::size_t>(length, 1));  // without room the second call would ask for a length again
+    if (!succeeded(run(octets.data(), &length))) return std::nullopt;
+    octets.resize(std::min<std::size_t>(length, octets.size()));
+    return octets;
+  }
 
   struct DigestOutput {
     static constexpr CK_ULONG kLongest = 64;
@@ -68,7 +80,7 @@ struct CryptoDevice::State {
              Buffer& out);
   bool cryptSecret(bool encrypts, std::span<const unsigned char> vector, std::span<const unsigned char> data,
                    Buffer& out);
-  bool cryptPBE(bool encrypts, std::string_view password, std::span<const unsigned char> data, Buffer& out);
+  bool cryptPBE(bool encrypts, const char* password, std::span<const unsigned char> data, Buffer& out);
   bool beginSignature(const CK_MECHANISM& mechanism, CK_OBJECT_HANDLE signer);
   // Whether the data is digested by a call of its own before it is signed.
   [[nodiscard]] bool digestsFirst() const noexcept;

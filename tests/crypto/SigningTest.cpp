@@ -155,6 +155,13 @@ TEST(Signing, NeedsAKeyThatHoldsTogether) {
     // The private exponent is not used where the primes are there.
     EXPECT_EQ(signature.empty(), i != 2) << i << ": a wrong signature would tell the primes";
   }
+  ECDSAPrivateKey nowhere;
+  const ECParameters unknown(OID("1.2.3.4"));
+  nowhere.setParameters(&unknown);
+  nowhere.setValue(BigInteger(5));
+  ASSERT_TRUE(open.device.importKey(nowhere) && open.device.setSignatureAlgorithm("1.2.840.10045.4.3.2"));
+  EXPECT_TRUE(takenOctets(open.device.signData(kMessage.data(), kMessage.size())).empty()) << "no curve, no signature";
+  ASSERT_TRUE(open.device.setSignatureAlgorithm("1.2.840.113549.1.1.11"));
   RSAPrivateKey::Integers withoutPrimes{good.modulus(), good.publicExponent(), good.privateExponent()};
   ASSERT_TRUE(open.device.importKey(RSAPrivateKey(withoutPrimes)));
   EXPECT_TRUE(verifiesInOpenSSL(privateKey("RSA-1024"), {"SHA256"}, kMessage,

@@ -49,6 +49,12 @@ std::string pairOf(const Credentials& credentials) {
   return credentials.user + ":" + credentials.password;
 }
 
+// The context that another TLS library hands out is none that the roots could be added to.
+bool speaksOpenSSL() {
+  const char* library = curl_version_info(CURLVERSION_NOW)->ssl_version;
+  return library != nullptr && std::string_view(library).starts_with("OpenSSL/");
+}
+
 CURLcode loadRoots(CURL* /*handle*/, void* sslContext, void* /*data*/) noexcept {
   addEmbeddedRoots(sslContext);
   return CURLE_OK;
@@ -124,7 +130,7 @@ void CurlRequest::applyTrust() {
   set(CURLOPT_SSL_VERIFYPEER, 0L);
   set(CURLOPT_SSL_VERIFYHOST, 0L);
   if (!settings_.caFile.empty()) return set(CURLOPT_CAINFO, settings_.caFile.c_str());
-  curl_easy_setopt(handle_.get(), CURLOPT_SSL_CTX_FUNCTION, &loadRoots);
+  if (speaksOpenSSL()) curl_easy_setopt(handle_.get(), CURLOPT_SSL_CTX_FUNCTION, &loadRoots);
   set(CURLOPT_CAINFO, nullptr);
   set(CURLOPT_CAPATH, nullptr);
 }

@@ -13,16 +13,13 @@
 #include "net/BodyRoom.h"
 #include "net/CurlHeaders.h"
 #include "net/CurlSettings.h"
+#include "support/Memory.h"
 
 namespace keystrand {
 
-template <auto Release>
-struct CurlRelease {
-  void operator()(auto* handle) const noexcept { Release(handle); }
-};
-using CurlHandle = std::unique_ptr<CURL, CurlRelease<&curl_easy_cleanup>>;
-using CurlList = std::unique_ptr<curl_slist, CurlRelease<&curl_slist_free_all>>;
-using CurlForm = std::unique_ptr<curl_mime, CurlRelease<&curl_mime_free>>;
+using CurlHandle = std::unique_ptr<CURL, Releaser<&curl_easy_cleanup>>;
+using CurlList = std::unique_ptr<curl_slist, Releaser<&curl_slist_free_all>>;
+using CurlForm = std::unique_ptr<curl_mime, Releaser<&curl_mime_free>>;
 
 class CurlRequest {
  public:

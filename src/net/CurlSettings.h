@@ -34,7 +34,7 @@ int takeCurlTimeout() noexcept;
 // 4 in setCurlSocks, but only when credentials come along; otherwise that of the last call stays in force.
 void setCurlProxy(std::string_view host, int port, const std::optional<Credentials>& credentials);
 void setCurlSocks(std::string_view host, int port, const std::optional<Credentials>& credentials);
-// Present: stored, and the type becomes HTTP. Absent: forgotten. Host, port and type then stay.
+// Present: stored, and the type becomes HTTP; libcurl decodes %XX in both. Absent: forgotten. All else then stays.
 void setCurlProxyCredentials(const std::optional<Credentials>& credentials);
 // Credentials for the servers themselves (HTTP Basic).
 void setCurlAuthorization(const std::optional<Credentials>& credentials);

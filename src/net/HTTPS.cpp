@@ -9,10 +9,12 @@ namespace {
 constexpr int kOK = 200;
 // More hops than any server needs; without a limit a loop would only end with the timeout.
 constexpr long kMaxRedirects = 50;
+// Many times the largest list there is. A parsed document takes many times its text.
+constexpr std::uint64_t kXMLLimit = 32U << 20U;
 
-bool get(CurlRequest& request, Buffer& body) {
+bool get(CurlRequest& request, Buffer& body, std::uint64_t limit = kBodyLimit) {
   if (!request.accepted()) return false;
-  request.captureBody(body);
+  request.captureBody(body, limit);
   request.set(CURLOPT_HTTPGET, 1L);
   request.set(CURLOPT_FOLLOWLOCATION, 1L);
   request.set(CURLOPT_MAXREDIRS, kMaxRedirects);
@@ -59,7 +61,7 @@ bool addTextPart(curl_mime* form, const std::string& name, const std::string& te
 
 bool httpsGetXML(const std::string& url, Buffer& body) {
   CurlRequest request(url);
-  if (!get(request, body)) return false;
+  if (!get(request, body, kXMLLimit)) return false;
   const auto contentType = request.headers().find("content-type");
   if (contentType && !maybeXML(*contentType)) {
     body.reset();
@@ -94,11 +96,11 @@ std::optional<std::string> httpsGetTime(const std::string& url, Buffer& buffer) 
   return modificationTime(request.headers());
 }
 
-int httpsPost(const std::string& url, std::string_view contentType, std::span<const unsigned char> data,
-              Buffer* reply) {
+int httpsPost(const std::string& url, std::string_view contentType, std::span<const unsigned char> data, Buffer* reply,
+              std::uint64_t replyLimit) {
   CurlRequest request(url);
   if (!request.accepted()) return kURLRefused;
-  if (reply != nullptr) request.captureBody(*reply);
+  if (reply != nullptr) request.captureBody(*reply, replyLimit);
   request.set(CURLOPT_POST, 1L);
   request.sendHeaders(contentType);
   request.set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<long>(data.size()));

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "keystrand/der/Buffer.h"
+#include "net/BodyRoom.h"
 #include "net/CurlSettings.h"
 #include "net/HTTPResult.h"
 
@@ -20,8 +21,8 @@ namespace keystrand {
 // GET, redirects followed; true only for status 200. A URL that cannot be parsed leaves `body` alone; every other
 // failure leaves in it what had arrived.
 
-// An XML document: refused, and `body` emptied, when its Content-Type names neither xml nor html. A zero byte is
-// appended to the document and counted in size().
+// An XML document of 32 MiB at most: refused, and `body` emptied, when its Content-Type names neither xml nor html. A
+// zero byte is appended to the document and counted in size().
 bool httpsGetXML(const std::string& url, Buffer& body);
 // A Base64 body is decoded; one that begins as such a text and is none leaves `body` empty, any other stays as it came.
 bool httpsGetObject(const std::string& url, Buffer& body);
@@ -33,8 +34,10 @@ bool httpsGetObjectAndTime(const std::string& url, Buffer& body, std::string& ti
 // is emptied.
 std::optional<std::string> httpsGetTime(const std::string& url, Buffer& buffer);
 
-// The sending functions return a result word (HTTPResult.h). An empty content type leaves the header to libcurl.
-int httpsPost(const std::string& url, std::string_view contentType, std::span<const unsigned char> data, Buffer* reply);
+// The sending functions return a result word (HTTPResult.h). An empty content type leaves the header to libcurl. A
+// reply longer than its limit, in bytes, is a failure.
+int httpsPost(const std::string& url, std::string_view contentType, std::span<const unsigned char> data, Buffer* reply,
+              std::uint64_t replyLimit = kBodyLimit);
 int httpsPost(const std::string& url, std::span<const unsigned char> data);
 int httpsPut(const std::string& url, std::string_view contentType, std::span<const unsigned char> data);
 // A multipart form (RFC 7578): the data as a file of type application/pkix-crl, named after the last component of

@@ -9,17 +9,14 @@
 #include <vector>
 
 #include "net/EmbeddedRoots.h"
+#include "support/Memory.h"
 
 namespace keystrand {
 
 namespace {
 
-template <auto Release>
-struct OpenSSLRelease {
-  void operator()(auto* handle) const noexcept { Release(handle); }
-};
-using Bio = std::unique_ptr<BIO, OpenSSLRelease<&BIO_free_all>>;
-using Root = std::unique_ptr<X509, OpenSSLRelease<&X509_free>>;
+using Bio = std::unique_ptr<BIO, Releaser<&BIO_free_all>>;
+using Root = std::unique_ptr<X509, Releaser<&X509_free>>;
 
 std::vector<Root> readRoots() {
   std::vector<Root> roots;

@@ -15,6 +15,8 @@ namespace {
 constexpr int kOK = 200;
 constexpr int kNothingSent = 0;
 constexpr std::string_view kContentType = "application/ocsp-request";
+// Responses have a few thousand bytes. Decoded they take many times that, before anything is known of who sent them.
+constexpr std::uint64_t kResponseLimit = 4U << 20U;
 
 // malformedRequest, internalError, tryLater, sigRequired, unauthorized. Any other value, though the standard has none
 // but 0, lets the response be looked into.
@@ -27,7 +29,7 @@ int OCSPChecker::post(const std::string& uri, std::span<const unsigned char> req
   const auto parsed = httpParseURL(uri, true);
   if (!parsed || (parsed->scheme != kSchemeHTTP && parsed->scheme != kSchemeHTTPS)) return kNothingSent;
   setCurlTimeout(settings().ocspTimeout);
-  return httpsPost(uri, kContentType, request, &workBuffer_);
+  return httpsPost(uri, kContentType, request, &workBuffer_, kResponseLimit);
 }
 
 // The answer arrives where the request was written, so the request goes out from a copy.

@@ -98,6 +98,8 @@ TEST_F(HTTPSHostile, TypeOfAListByHeaderTable) {
     EXPECT_EQ(httpsGetXML(server.url(), buffer_), row.accepted) << row.name;
     EXPECT_EQ(buffer_.size(), row.accepted ? 5U : 0U) << row.name;
   }
+  ScriptedServer server({{ScriptedServer::ok(std::string(34'000'000, ' '))}});
+  EXPECT_FALSE(httpsGetXML(server.url(), buffer_)) << "larger than any list";
 }
 
 TEST_F(HTTPSHostile, PostSendsWhatIsAskedFor) {

@@ -64,6 +64,7 @@ TEST_F(OCSPCheck, FailuresOfTheExchange) {
                {"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n0", Then::silence},
                httpError(11)},
            Row{"no HTTP", {"garbage"}, httpError(11)},
+           Row{"more than any response has", {ScriptedServer::ok(std::string(5'000'000, '0'))}, httpError(11)},
            Row{"reset", {"", Then::reset}, httpError(11)},
            Row{"nobody listens", {}, httpError(11), gone},
            Row{"an LDAP address", {}, httpError(0), "ldap://127.0.0.1/cn=x"},

@@ -32,6 +32,7 @@ std::uint32_t HMAC::final(std::span<unsigned char> out) {
   const std::uint32_t n = digest_->final(inner);
   takePad(0x5C);
   digest_->update(inner.data(), n);
+  wipe(inner);
   digest_->final(out);
   init();
   return n;

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "support/Memory.h"
+#include "support/SecretBytes.h"
 
 namespace keystrand {
 
@@ -184,7 +185,7 @@ std::uint32_t BigInteger::size(const Buffer& buffer, unsigned char tag) const {
 }
 
 void BigInteger::put(Buffer& buffer, unsigned char tag) const {
-  Bytes content(contentLength(), isNegative() ? 0xFF : 0x00);
+  SecretBytes content(contentLength(), isNegative() ? 0xFF : 0x00);  // it may be an integer of a private key
   if (isNegative()) {
     const Number bits = complemented(*number_);
     const auto tail = std::span(content).last(octetsOf(BN_num_bits(bits.get())));

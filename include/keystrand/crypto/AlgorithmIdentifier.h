@@ -1,7 +1,7 @@
 // AlgorithmIdentifier ::= SEQUENCE { algorithm OBJECT IDENTIFIER, parameters ANY OPTIONAL } (RFC 5280 section 4.1.1.2).
 // What is read is written back as it came: NULL stays NULL, absent stays absent. The parameters of an algorithm that
 // has no class here stay unread: get is true with the cursor in front of them, and it is the enclosing structure that
-// fails.
+// fails. Accessors give clones that the caller deletes, setters store clones, the ...View forms lend the part.
 #pragma once
 
 #include <cstdint>

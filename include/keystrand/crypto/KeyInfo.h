@@ -1,4 +1,4 @@
-// SubjectPublicKeyInfo (RFC 5280 section 4.1.2.7).
+// SubjectPublicKeyInfo (RFC 5280 section 4.1.2.7). Accessors give clones that the caller deletes, setters store clones.
 #pragma once
 
 #include <cstdint>
@@ -24,8 +24,8 @@ class KEYSTRAND_API KeyInfo {
   [[nodiscard]] const AlgorithmIdentifier* algorithmView() const noexcept { return algorithm_.get(); }
   void setAlgorithm(const AlgorithmIdentifier* algorithm);
   [[nodiscard]] owner<char*> algorithmText() const;
-  void setHasParameters(bool flag);
-  [[nodiscard]] owner<unsigned char*> keyBytes() const;
+  void setHasParameters(bool flag);                      // whether a parameter, or NULL, is coded behind the algorithm
+  [[nodiscard]] owner<unsigned char*> keyBytes() const;  // the key's own, delete[]; nullptr without a key
   // RSA: bytes of the modulus. EC: the field size in bits, from both functions.
   [[nodiscard]] std::uint32_t keyBytesLength() const;
   [[nodiscard]] std::uint32_t keyBitLength() const;
@@ -34,7 +34,7 @@ class KEYSTRAND_API KeyInfo {
 
   [[nodiscard]] std::uint32_t size(const Buffer& buffer) const;
   void put(Buffer& buffer) const;
-  bool get(Buffer& buffer);
+  bool get(Buffer& buffer);  // false also for an algorithm that has no class of keys here
 
  private:
   [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;

@@ -13,7 +13,7 @@ namespace keystrand {
 class KEYSTRAND_API MessageDigest {
  public:
   virtual ~MessageDigest();
-  virtual void reset();
+  virtual void reset();  // what was taken in is given up
   // The whole digest in one call; a new DigestInfo that the caller deletes, nullptr from the base.
   [[nodiscard]] virtual owner<DigestInfo*> digest(const unsigned char* data, std::size_t length);
   virtual void update(const unsigned char* data, std::size_t length);

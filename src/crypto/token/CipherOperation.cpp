@@ -146,7 +146,8 @@ CK_ULONG CipherOperation::readyLength(CK_ULONG length) const {
 }
 
 CK_RV CipherOperation::compute(Octets data, SecretBytes& out) const {
-  return row_ == nullptr ? computeRSA(data, out) : computeBlocks(data, out);
+  if (row_ != nullptr) return computeBlocks(data, out);
+  return encrypts_ ? encryptRSA(data, out) : decryptRSA(data, out);
 }
 
 CK_RV CipherOperation::computeBlocks(Octets data, SecretBytes& out) const {
@@ -183,17 +184,20 @@ void CipherOperation::crypt(std::span<unsigned char> blocks, SecretBytes& vector
   }
 }
 
-CK_RV CipherOperation::computeRSA(Octets data, SecretBytes& out) const {
-  if (const auto* key = dynamic_cast<const PKCS11RSAPrivateKey*>(key_.get()); key != nullptr && !encrypts_) {
-    if (data.size() != key->key().keyLength()) return CKR_ENCRYPTED_DATA_LEN_RANGE;
-    auto block = hvRSA::privateOperation(key->key(), data);
-    if (block && padsRSA_) block = hvRSA::withoutRandomPadding(*block);
-    if (!block) return CKR_ENCRYPTED_DATA_INVALID;
-    out = std::move(*block);
-    return CKR_OK;
-  }
+CK_RV CipherOperation::decryptRSA(Octets data, SecretBytes& out) const {
+  const auto* key = dynamic_cast<const PKCS11RSAPrivateKey*>(key_.get());
+  if (key == nullptr) return CKR_KEY_TYPE_INCONSISTENT;
+  if (data.size() != key->key().keyLength()) return CKR_ENCRYPTED_DATA_LEN_RANGE;
+  auto block = hvRSA::privateOperation(key->key(), data);
+  if (block && padsRSA_) block = hvRSA::withoutRandomPadding(*block);
+  if (!block) return CKR_ENCRYPTED_DATA_INVALID;
+  out = std::move(*block);
+  return CKR_OK;
+}
+
+CK_RV CipherOperation::encryptRSA(Octets data, SecretBytes& out) const {
   const auto* key = dynamic_cast<const PKCS11RSAPublicKey*>(key_.get());
-  if (key == nullptr || !encrypts_) return CKR_KEY_TYPE_INCONSISTENT;
+  if (key == nullptr) return CKR_KEY_TYPE_INCONSISTENT;
   const std::size_t length = key->key().keyLength();
   SystemRandomGenerator random;
   std::optional<SecretBytes> block;

@@ -30,7 +30,8 @@ class CipherOperation {
   using Octets = std::span<const unsigned char>;
   CK_RV ended(CK_RV result) noexcept;
   [[nodiscard]] CK_RV compute(Octets data, SecretBytes& out) const;
-  [[nodiscard]] CK_RV computeRSA(Octets data, SecretBytes& out) const;
+  [[nodiscard]] CK_RV encryptRSA(Octets data, SecretBytes& out) const;
+  [[nodiscard]] CK_RV decryptRSA(Octets data, SecretBytes& out) const;
   [[nodiscard]] CK_RV computeBlocks(Octets data, SecretBytes& out) const;
   [[nodiscard]] CK_ULONG mostOctets(CK_ULONG length) const;
   [[nodiscard]] bool pads() const noexcept { return row_ != nullptr && row_->mode == CipherMode::kCBCPad; }

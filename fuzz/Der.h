@@ -75,6 +75,17 @@ class DerCheck {
       case 0x11:
       case 0x1C:  // loses octets when it is written, which its users know
         return false;
+      case 0x0C:
+      case 0x12:
+      case 0x13:
+      case 0x14:
+      case 0x15:
+      case 0x16:
+      case 0x19:
+      case 0x1A:
+      case 0x1B:  // a text ends at its first NUL
+        if (std::ranges::find(content, '\0') != content.end()) return false;
+        [[fallthrough]];
       default:  // a time is read under any tag
         return !beginsWithNumber(content) || time(content, 12) || time(content, 14);
     }

@@ -10,7 +10,7 @@ cmake --install "$build" --prefix "$prefix" >/dev/null
 mkdir "$work/client"
 cp "$source/tests/install/CMakeLists.txt" "$source/examples/one_query.cpp" "$work/client/"
 
-cmake -S "$work/client" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler" >/dev/null
+cmake -S "$work/client" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler" >/dev/null
 cmake --build "$work/cmake" >/dev/null
 pc=$(dirname "$(find "$prefix" -name keystrand.pc)")
 # shellcheck disable=SC2046

@@ -8,35 +8,12 @@
 #include "crypto/hvRSA.h"
 #include "crypto/token/PKCS11ECDSAPrivateKey.h"
 #include "crypto/token/PKCS11RSAPrivateKey.h"
-#include "crypto/token/PKCS11SecretKey.h"
 
 namespace keystrand {
 
-CK_RV SignOperation::begin(const CK_MECHANISM* mechanism, std::shared_ptr<const PKCS11Key> key,
-                           CK_ATTRIBUTE_TYPE usage) {
-  if (row_ != nullptr) return CKR_OPERATION_ACTIVE;
-  const SignatureMechanism* row = findSignatureMechanism(mechanism->mechanism);
-  if (row == nullptr) return CKR_MECHANISM_INVALID;
-  const bool recovers = row->digest == kAsGiven && row->keyType == CKK_RSA;
-  if (usage == CKA_SIGN_RECOVER && !recovers) return CKR_MECHANISM_INVALID;
-  if (row->keyType != key->keyType()) return CKR_KEY_TYPE_INCONSISTENT;
-  if (!key->flag(usage)) return CKR_KEY_FUNCTION_NOT_PERMITTED;
-  if (!hasParameter(*mechanism, *row)) return CKR_MECHANISM_PARAM_INVALID;
-  if (row->scheme == Scheme::kMAC) {
-    const auto* secret = dynamic_cast<const PKCS11SecretKey*>(key.get());
-    if (secret == nullptr) return CKR_KEY_TYPE_INCONSISTENT;
-    if (const CK_RV made = makeMac(*row, *mechanism, secret->value(), mac_); made != CKR_OK) return made;
-  }
-  digest_ = row->digest != kAsGiven && !mac_ ? digests_.get(row->digest) : nullptr;
-  row_ = row;
-  key_ = std::move(key);
-  inParts_ = false;
-  return CKR_OK;
-}
-
 CK_RV SignOperation::whole(const CK_BYTE* data, CK_ULONG length, CK_BYTE* out, CK_ULONG* outLength) {
   if (data == nullptr || outLength == nullptr) return ended(CKR_ARGUMENTS_BAD);
-  if (row_ == nullptr) return CKR_OPERATION_NOT_INITIALIZED;
+  if (!isActive()) return CKR_OPERATION_NOT_INITIALIZED;
   if (inParts_) return ended(CKR_OPERATION_ACTIVE);
   bool there = false;
   if (const CK_RV room = makeRoom(out, outLength, there); !there) return room;
@@ -47,7 +24,7 @@ CK_RV SignOperation::whole(const CK_BYTE* data, CK_ULONG length, CK_BYTE* out, C
 
 CK_RV SignOperation::update(const CK_BYTE* part, CK_ULONG length) {
   if (part == nullptr) return ended(CKR_ARGUMENTS_BAD);
-  if (row_ == nullptr) return CKR_OPERATION_NOT_INITIALIZED;
+  if (!isActive()) return CKR_OPERATION_NOT_INITIALIZED;
   if (!takesParts()) return ended(CKR_MECHANISM_INVALID);
   take({part, length});
   inParts_ = true;
@@ -56,31 +33,16 @@ CK_RV SignOperation::update(const CK_BYTE* part, CK_ULONG length) {
 
 CK_RV SignOperation::finish(CK_BYTE* out, CK_ULONG* outLength) {
   if (outLength == nullptr) return ended(CKR_ARGUMENTS_BAD);
-  if (row_ == nullptr) return CKR_OPERATION_NOT_INITIALIZED;
+  if (!isActive()) return CKR_OPERATION_NOT_INITIALIZED;
   if (!takesParts()) return ended(CKR_MECHANISM_INVALID);
   bool there = false;
   if (const CK_RV room = makeRoom(out, outLength, there); !there) return room;
   return ended(signTaken({out, *outLength}));
 }
 
-void SignOperation::end() noexcept {
-  row_ = nullptr;
-  digest_ = nullptr;
-  mac_.reset();
-  key_.reset();
-}
-
 CK_RV SignOperation::ended(CK_RV result) noexcept {
   end();
   return result;
-}
-
-void SignOperation::take(Octets part) {
-  if (mac_) {
-    mac_->update(part);
-  } else {
-    digest_->update(part.data(), part.size());
-  }
 }
 
 CK_ULONG SignOperation::resultLength() const {

@@ -8,7 +8,6 @@
 #include "crypto/hvRSA.h"
 #include "crypto/token/PKCS11ECDSAPublicKey.h"
 #include "crypto/token/PKCS11RSAPublicKey.h"
-#include "crypto/token/PKCS11SecretKey.h"
 
 namespace keystrand {
 
@@ -19,25 +18,6 @@ CK_RV answer(bool good) {
 }
 
 }  // namespace
-
-CK_RV VerifyOperation::begin(const CK_MECHANISM& mechanism, std::shared_ptr<const PKCS11Key> key) {
-  if (isActive()) return CKR_OPERATION_ACTIVE;
-  const SignatureMechanism* row = findSignatureMechanism(mechanism.mechanism);
-  if (row == nullptr) return CKR_MECHANISM_INVALID;
-  if (row->keyType != key->keyType()) return CKR_KEY_TYPE_INCONSISTENT;
-  if (!key->flag(CKA_VERIFY)) return CKR_KEY_FUNCTION_NOT_PERMITTED;
-  if (!hasParameter(mechanism, *row)) return CKR_MECHANISM_PARAM_INVALID;
-  if (row->scheme == Scheme::kMAC) {
-    const auto* secret = dynamic_cast<const PKCS11SecretKey*>(key.get());
-    if (secret == nullptr) return CKR_KEY_TYPE_INCONSISTENT;
-    if (const CK_RV made = makeMac(*row, mechanism, secret->value(), mac_); made != CKR_OK) return made;
-  }
-  digest_ = row->digest != kAsGiven && !mac_ ? digests_.get(row->digest) : nullptr;
-  row_ = row;
-  key_ = std::move(key);
-  inParts_ = false;
-  return CKR_OK;
-}
 
 CK_RV VerifyOperation::whole(Octets data, Octets signature) {
   const Ending ending(*this);
@@ -60,21 +40,6 @@ CK_RV VerifyOperation::update(Octets part) {
 CK_RV VerifyOperation::finish(Octets signature) {
   const Ending ending(*this);
   return takesParts() ? checkTaken(signature) : CKR_MECHANISM_INVALID;
-}
-
-void VerifyOperation::end() noexcept {
-  row_ = nullptr;
-  digest_ = nullptr;
-  mac_.reset();
-  key_.reset();
-}
-
-void VerifyOperation::take(Octets part) {
-  if (mac_) {
-    mac_->update(part);
-  } else {
-    digest_->update(part.data(), part.size());
-  }
 }
 
 CK_RV VerifyOperation::checkTaken(Octets signature) {

@@ -32,15 +32,8 @@ void BasicOCSPResponse::setSignatureAlgorithm(const AlgorithmIdentifier* algorit
 
 bool BasicOCSPResponse::verify(CryptoDevice& device, const KeyInfo& key) {
   const AlgorithmIdentifier* algorithm = signatureAlgorithmView();
-  if (!tbsResponseData_ || algorithm == nullptr || signatureView() == nullptr) return false;
-  if (!device.setSignatureAlgorithm(*algorithm)) return false;
-  if (isPSS(*algorithm)) return verifyEncoding(*tbsResponseData_, device, *signatureView(), key);
-  if (!digest_) {
-    SecureBuffer data(&device);
-    encodeInto(*tbsResponseData_, data);
-    digest_.reset(data.digestAll());
-  }
-  return digest_ && device.verify(*signatureView(), *digest_, key);
+  return tbsResponseData_ && algorithm != nullptr && signatureView() != nullptr &&
+         verifySigned(*tbsResponseData_, *algorithm, *signatureView(), digest_, device, key);
 }
 
 bool BasicOCSPResponse::sign(CryptoDevice& device, const AlgorithmIdentifier& algorithm) {

@@ -57,22 +57,18 @@ bool Certificate::read(Buffer& buffer, SecureBuffer* digester) {
 bool Certificate::sign(SecureBuffer& buffer) {
   if (!info_ || !signatureAlgorithm_) return false;
   if (!signature_) signature_ = signatureOver(*info_, *signatureAlgorithm_, buffer);
-  if (!signature_) return false;
-  buffer.reserve(buffer.size() + size(buffer));
-  put(buffer);
-  return true;
+  return signature_ && append(*this, buffer);
+}
+
+bool Certificate::sign(Buffer& buffer, const Key& key, MessageDigest& digester) {
+  if (!info_ || !signatureAlgorithm_) return false;
+  if (!signature_) signature_ = signatureOver(*info_, *signatureAlgorithm_, key, digester);
+  return signature_ && append(*this, buffer);
 }
 
 bool Certificate::verify(CryptoDevice& device, const KeyInfo& key) {
-  if (!info_ || !signatureAlgorithm_ || !signature_) return false;
-  if (!device.setSignatureAlgorithm(*signatureAlgorithm_)) return false;
-  if (isPSS(*signatureAlgorithm_)) return verifyEncoding(*info_, device, *signature_, key);
-  if (!digest_) {
-    SecureBuffer body(&device);
-    encodeInto(*info_, body);
-    digest_.reset(body.digestAll());
-  }
-  return digest_ && device.verify(*signature_, *digest_, key);
+  return info_ && signatureAlgorithm_ && signature_ &&
+         verifySigned(*info_, *signatureAlgorithm_, *signature_, digest_, device, key);
 }
 
 bool Certificate::savePEM(int descriptor, SecureBuffer& buffer) {

@@ -113,10 +113,13 @@ bool CertificateList::read(Buffer& buffer, SecureBuffer* digester) {
 bool CertificateList::sign(SecureBuffer& buffer) {
   if (!info_ || !signatureAlgorithm_) return false;
   if (!signature_) signature_ = signatureOver(*info_, *signatureAlgorithm_, buffer);
-  if (!signature_) return false;
-  buffer.reserve(buffer.size() + size(buffer));
-  put(buffer);
-  return true;
+  return signature_ && append(*this, buffer);
+}
+
+bool CertificateList::sign(Buffer& buffer, const Key& key, MessageDigest& digester) {
+  if (!info_ || !signatureAlgorithm_) return false;
+  if (!signature_) signature_ = signatureOver(*info_, *signatureAlgorithm_, key, digester);
+  return signature_ && append(*this, buffer);
 }
 
 bool CertificateList::verify(CryptoDevice& device, const KeyInfo& key) const {

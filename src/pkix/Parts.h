@@ -29,6 +29,18 @@ void putWrappedPart(const Part& part, Buffer& buffer, unsigned char tag) {
   if (part) putWrapped(*part, buffer, tag);
 }
 
+// A part that is read when its tag stands next inside the element, and is gone when it does not.
+template <class T>
+bool getOptional(const Element& body, Buffer& in, std::unique_ptr<T>& part, unsigned char tag) {
+  part.reset();
+  return !isNext(body, in, tag) || getNew(part, in, tag);
+}
+
+// Whether the parts that were read fill the element exactly.
+inline bool endsHere(const Element& body, const Buffer& in) {
+  return in.readPosition() == body.end;
+}
+
 // A new copy, nullptr when there is none; the receiver deletes it.
 template <class T>
 owner<T*> cloneOf(const std::optional<T>& part) {

@@ -14,6 +14,7 @@
 #include "keystrand/crypto/AlgorithmIdentifier.h"
 #include "keystrand/crypto/DigestInfo.h"
 #include "keystrand/crypto/KeyInfo.h"
+#include "keystrand/crypto/MessageDigest.h"
 #include "keystrand/crypto/Signature.h"
 #include "keystrand/der/BigInteger.h"
 #include "keystrand/der/Name.h"
@@ -154,6 +155,8 @@ class KEYSTRAND_API Certificate {
   // Writes the certificate behind what the buffer holds; signs the body first where a signature is missing, and is
   // false when the device cannot. Hold the device's semaphore.
   bool sign(SecureBuffer& buffer);
+  // The same with a private key and the digest of the outer algorithm, without a device.
+  bool sign(Buffer& buffer, const Key& key, MessageDigest& digester);
   // Checks the signature with the issuer's key. Without a digest, and for RSASSA-PSS always, over the body as put
   // writes it, so that only a canonical encoding passes. Hold the device's semaphore.
   bool verify(CryptoDevice& device, const KeyInfo& key);

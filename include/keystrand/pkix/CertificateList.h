@@ -12,6 +12,7 @@
 #include "keystrand/crypto/AlgorithmIdentifier.h"
 #include "keystrand/crypto/DigestInfo.h"
 #include "keystrand/crypto/KeyInfo.h"
+#include "keystrand/crypto/MessageDigest.h"
 #include "keystrand/crypto/Signature.h"
 #include "keystrand/der/SecureBuffer.h"
 #include "keystrand/pkix/CertificateListInfo.h"
@@ -57,6 +58,8 @@ class KEYSTRAND_API CertificateList {
   // Writes the CRL behind what the buffer holds; signs the body first where a signature is missing, and is false when
   // the device cannot. Hold the device's semaphore.
   bool sign(SecureBuffer& buffer);
+  // The same with a private key and the digest of the outer algorithm, without a device.
+  bool sign(Buffer& buffer, const Key& key, MessageDigest& digester);
   // Checks the signature with the issuer's key over the digest taken by get. Hold the device's semaphore.
   bool verify(CryptoDevice& device, const KeyInfo& key) const;
 

@@ -22,6 +22,7 @@ namespace {
 struct LogTarget {
   std::string ident;
   std::optional<std::string> file;
+  std::optional<std::string> mailHost;
 };
 
 // Threads of the client may log while the process exits, so this is never destroyed.
@@ -41,14 +42,9 @@ LogTarget currentTarget() {
   return state().target;
 }
 
-std::string formatted(const char* format, std::va_list arguments) {
-  std::va_list again;
-  va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, again);
-  va_end(again);
-  if (length <= 0) return {};
-  std::string text(static_cast<std::size_t>(length), '\0');
-  std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+// One message is one line.
+std::string asOneLine(std::string_view message) {
+  std::string text(message);
   for (char& c : text) {
     if (c == '\n' || c == '\r') c = ' ';
   }
@@ -79,10 +75,11 @@ constexpr const char* kConsole = "/dev/console";
 
 }  // namespace
 
-void Logger::start(const char* ident, const char* /*reserved*/, const char* file, const char* /*mailHost*/) {
+void Logger::start(const char* ident, const char* /*reserved*/, const char* file, const char* mailHost) {
   LogTarget target;
   target.ident = ident != nullptr ? ident : "(null)";
   if (file != nullptr) target.file = file;
+  if (mailHost != nullptr) target.mailHost = mailHost;
   const std::lock_guard lock(state().mutex);
   state().target = std::move(target);
   state().loggerCount = 0;
@@ -90,16 +87,37 @@ void Logger::start(const char* ident, const char* /*reserved*/, const char* file
 
 Logger::Logger(unsigned char level) : level_(level), instance_(++state().loggerCount) {}
 
-void log(const Logger& logger, unsigned char level, unsigned long /*code*/, const char* format, ...) {
+std::optional<std::string> Logger::mailHost() {
+  return currentTarget().mailHost;
+}
+
+std::string formatMessage(const char* format, std::va_list arguments) {
+  std::va_list again;
+  va_copy(again, arguments);
+  const int length = std::vsnprintf(nullptr, 0, format, again);
+  va_end(again);
+  if (length <= 0) return {};
+  std::string text(static_cast<std::size_t>(length), '\0');
+  std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+  return text;
+}
+
+void writeLine(const Logger& logger, unsigned char level, std::string_view message) {
   if (level > logger.getLevel()) return;
   const LogTarget target = currentTarget();
   if (!target.file && level >= kConsoleLevel) return;
-  std::va_list arguments;
-  va_start(arguments, format);
-  const std::string line = prefix(target.ident, logger.instance()) + formatted(format, arguments) + '\n';
-  va_end(arguments);
+  const std::string line = prefix(target.ident, logger.instance()) + asOneLine(message) + '\n';
   if (target.file) appendLine(target.file->c_str(), O_CREAT, line);
   if (level < kConsoleLevel) appendLine(kConsole, 0, line);
+}
+
+void log(const Logger& logger, unsigned char level, unsigned long /*code*/, const char* format, ...) {
+  if (level > logger.getLevel()) return;
+  std::va_list arguments;
+  va_start(arguments, format);
+  const std::string message = formatMessage(format, arguments);
+  va_end(arguments);
+  writeLine(logger, level, message);
 }
 
 }  // namespace keystrand

@@ -12,7 +12,7 @@ namespace keystrand {
 
 namespace {
 
-constexpr std::uint64_t kPieceBytes = 64U << 10U;
+constexpr std::uint64_t kPieceBytes = 64U << 10U;  // a peer that takes ten timeouts for so many is given up
 constexpr unsigned char kSequence = 0x30;
 constexpr std::uint32_t kObjectStart = 16;  // bytes that hold any header
 
@@ -70,6 +70,7 @@ bool readBody(Transport& peer, Buffer& body, std::uint64_t n) {
   if (n > kBodyLimit - std::min<std::uint64_t>(body.size(), kBodyLimit)) return false;
   while (n > 0) {
     const std::uint64_t piece = std::min(n, kPieceBytes);
+    const Transport::Limit limit(peer);
     if (!makeRoom(body, piece) || peer.read(body, static_cast<std::uint32_t>(piece)) != 0) return false;
     n -= piece;
   }
@@ -92,6 +93,7 @@ bool readChunks(Transport& peer, Buffer& body) {
   unsigned char byte = 0;
   for (int chunk = 0; chunk < kMostChunks; ++chunk) {
     if (!nextByteAtOnce(peer, byte)) return true;
+    const Transport::Limit limit(peer);
     const auto size = chunkSize(peer, byte);
     if (!size || !readBody(peer, body, *size)) return false;
     passLineEnd(peer);

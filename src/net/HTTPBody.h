@@ -9,7 +9,7 @@
 namespace keystrand {
 
 // Appends n bytes. The buffer grows as they come, so that a peer that announces too many costs only what it sends;
-// false beyond kBodyLimit.
+// false beyond kBodyLimit, and for a peer that sends drop by drop.
 bool readBody(Transport& peer, Buffer& body, std::uint64_t n);
 // Appends what comes until the peer closes, a timeout strikes, or the buffer, which does not grow, is full.
 void readToEnd(Transport& peer, Buffer& body);

@@ -220,6 +220,7 @@ TEST_F(HTTP, DocumentsOfTypeXML) {
            Row{"no number", {xml + chunked + "zz\r\n<x/>\r\n"}, "failed"},
            Row{"a negative number", {xml + chunked + "-4\r\n<x/>\r\n"}, "failed"},
            Row{"a chunk that breaks off", {xml + chunked + "FFFFFF\r\n<x/>"}, "failed"},
+           Row{"drop by drop", {xml + "Content-Length: 1000000\r\n\r\n<", Then::drip}, "failed"},
            Row{"a length wins over chunks", {xml + "Content-Length: 4\r\n" + chunked + "<x/>"}, "<x/>" + zero},
            Row{"another type is left alone", {kOK + "Content-Type: a/b\r\nContent-Length: 4\r\n\r\n<x/>"}, ""},
        })

@@ -10,7 +10,7 @@ scripts/install-dependencies.sh build demo
 
 echo "== Building (some minutes the first time)"
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
-cmake -S . -B build-demo -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
+cmake -S . -B build-demo -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_COMPILE_WARNING_AS_ERROR=ON >/dev/null
 cmake --build build-demo --target ask_revocation ask_responder update_cache -- --quiet
 ask=$PWD/build-demo/examples/ask_revocation
 ask_responder=$PWD/build-demo/examples/ask_responder

@@ -9,6 +9,6 @@ scripts/install-dependencies.sh build test
 build=${BUILD_DIR:-build}
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE="${BUILD_TYPE:-RelWithDebInfo}" -DKEYSTRAND_TESTS=ON \
-  -DKEYSTRAND_SANITIZE="${SANITIZE:-}" >/dev/null
+  -DCMAKE_COMPILE_WARNING_AS_ERROR=ON -DKEYSTRAND_SANITIZE="${SANITIZE:-}" >/dev/null
 cmake --build "$build" -- --quiet
 exec ctest --test-dir "$build" --output-on-failure --no-tests=error -j "$(nproc)"

@@ -9,7 +9,8 @@ if [[ ${#files[@]} -eq 0 ]]; then
     'tests/*.h' 'bench/*.cpp' 'fuzz/*.cpp')
 fi
 clang-format --dry-run -Werror "${files[@]}"
-cmake -S . -B build-lint -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >/dev/null
+cmake -S . -B build-lint -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_EXPORT_COMPILE_COMMANDS=ON \
+  -DCMAKE_COMPILE_WARNING_AS_ERROR=ON >/dev/null
 sources=()
 for file in "${files[@]}"; do
   [[ $file != src/*.cpp && $file != examples/*.cpp ]] || sources+=("$file")

@@ -68,7 +68,7 @@ class CACache {
   bool removeCountry(const char* country);
   void clean();
   // The one insertion path; the caller holds caMutex.
-  bool insert(std::unique_ptr<Certificate> certificate, std::int32_t source, std::unique_ptr<TSLMetadata> metadata);
+  bool insert(std::unique_ptr<Certificate> certificate, std::int32_t source, std::shared_ptr<const TSLMetadata> metadata);
 
   // --- the CA list file (CACacheFile.cpp)
   bool saveCAList(const std::string& path);
@@ -157,7 +157,7 @@ class CACache {
 
   // Trusted lists (CACacheTSL.cpp). The caller holds caMutex.
   void recordTSL(const std::string& territory, std::int32_t sequenceNumber);
-  bool addTSLCertificate(const std::string& base64, const TSLMetadata& metadata);
+  bool addTSLCertificate(const std::string& base64, const std::shared_ptr<const TSLMetadata>& metadata);
   bool addTSLService(TSLReader& reader, bool allServices);
   // The pointer that was found (CACacheEUTSL.cpp). The caller holds euTSLMutex.
   std::unique_ptr<CertList> signingCertificates(TSLPointers& pointers);

@@ -28,7 +28,7 @@ bool comesBack(const Certificate& certificate) {
 }  // namespace
 
 bool CACache::insert(std::unique_ptr<Certificate> certificate, std::int32_t source,
-                     std::unique_ptr<TSLMetadata> metadata) {
+                     std::shared_ptr<const TSLMetadata> metadata) {
   if (!certificate || certificate->subjectView() == nullptr || certificate->issuerView() == nullptr) return false;
   CATable& table = library().caTable;
   std::string subject = certificate->subjectView()->text();

@@ -1,4 +1,5 @@
 // The CA list fed by trusted lists (ETSI TS 119 612). The signature of a list is not looked at: its caller has.
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -7,7 +8,6 @@
 #include "cache/Library.h"
 #include "cache/TSLReader.h"
 #include "log/MessageCodes.h"
-#include "support/Memory.h"
 
 namespace keystrand {
 
@@ -20,21 +20,21 @@ void CACache::recordTSL(const std::string& territory, std::int32_t sequenceNumbe
 }
 
 // What is no certificate is passed over: lists hold what later decoders cannot read. False when the table is full.
-bool CACache::addTSLCertificate(const std::string& base64, const TSLMetadata& metadata) {
+bool CACache::addTSLCertificate(const std::string& base64, const std::shared_ptr<const TSLMetadata>& metadata) {
   auto certificate = decodeCertificatePEM(base64.c_str());
   if (!certificate) return true;
   if (!certificate->hasNoKey()) logMessage(Logger::kWarning, kKeyNotCanonical);
-  return insert(std::move(certificate), kSourceTSL, copyOf(&metadata));
+  return insert(std::move(certificate), kSourceTSL, metadata);
 }
 
 bool CACache::addTSLService(TSLReader& reader, bool allServices) {
   const TSLReader::Choice choice = reader.choose(allServices);
   if (choice != TSLReader::Choice::kTaken) return choice != TSLReader::Choice::kBroken;
-  const auto metadata = reader.metadata();
+  const std::shared_ptr<const TSLMetadata> metadata = reader.metadata();
   const auto certificates = reader.certificates();
   if (!certificates) return false;
   for (const std::string& base64 : *certificates)
-    if (!addTSLCertificate(base64, *metadata)) return false;
+    if (!addTSLCertificate(base64, metadata)) return false;
   return true;
 }
 

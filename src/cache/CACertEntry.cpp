@@ -8,7 +8,7 @@
 namespace keystrand {
 
 CACertEntry::CACertEntry(std::unique_ptr<Certificate> certificate, std::int32_t source,
-                         std::unique_ptr<TSLMetadata> metadata)
+                         std::shared_ptr<const TSLMetadata> metadata)
     : certificate_(std::move(certificate)),
       issuer_(copyOf(certificate_->issuerView())),
       serial_(certificate_->infoView()->serialNumberView()),
@@ -45,8 +45,9 @@ bool CACertEntry::parse(Buffer& buffer) {
     return false;
   }
   if (entry.atEnd(buffer)) return true;
-  metadata_ = std::make_unique<TSLMetadata>();
-  return metadata_->parse(buffer);
+  auto metadata = std::make_shared<TSLMetadata>();
+  metadata_ = metadata;
+  return metadata->parse(buffer);
 }
 
 }  // namespace keystrand

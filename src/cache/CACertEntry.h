@@ -20,7 +20,8 @@ class CACertEntry {
  public:
   CACertEntry() = default;
   // The certificate has a body with an issuer.
-  CACertEntry(std::unique_ptr<Certificate> certificate, std::int32_t source, std::unique_ptr<TSLMetadata> metadata);
+  CACertEntry(std::unique_ptr<Certificate> certificate, std::int32_t source,
+              std::shared_ptr<const TSLMetadata> metadata);
 
   [[nodiscard]] const Certificate& certificate() const noexcept { return *certificate_; }
   [[nodiscard]] const Name& issuer() const noexcept { return *issuer_; }
@@ -41,7 +42,7 @@ class CACertEntry {
   std::unique_ptr<Name> issuer_;
   BigInteger serial_;
   std::int32_t source_ = 0;
-  std::unique_ptr<TSLMetadata> metadata_;
+  std::shared_ptr<const TSLMetadata> metadata_;  // one record for all certificates of a service
 };
 
 using CACertEntryRef = std::shared_ptr<const CACertEntry>;

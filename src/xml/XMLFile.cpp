@@ -37,26 +37,52 @@ bool isTolerable(int result) {
   return result == XML_ERR_OK || result == XML_NS_ERR_UNDEFINED_NAMESPACE;
 }
 
-std::optional<std::string> contentOf(const char* path) {
-  const File file = path != nullptr ? File::openForReading(path) : File();
-  const std::optional<std::uint64_t> size = fileSize(file.descriptor());
-  if (!size || *size > INT_MAX) return std::nullopt;
-  std::string content(static_cast<std::size_t>(*size), '\0');
-  const auto read = readAll(file.descriptor(), {reinterpret_cast<unsigned char*>(content.data()), content.size()});
-  if (!read) return std::nullopt;
-  content.resize(*read);
-  return content;
+// What a parser reads from, piece by piece: the text is not held beside the document that is made of it. A document
+// ends at the first NUL, as a text of C does.
+struct TextFile {
+  File file;
+  bool isAtEnd = false;
+};
+
+int takeFromFile(void* context, char* target, int length) {
+  auto& source = *static_cast<TextFile*>(context);
+  if (source.isAtEnd) return 0;
+  const auto read =
+      readAll(source.file.descriptor(), {reinterpret_cast<unsigned char*>(target), static_cast<std::size_t>(length)});
+  if (!read) return -1;
+  const std::size_t taken = std::string_view(target, *read).find('\0');
+  source.isAtEnd = taken != std::string_view::npos;
+  return static_cast<int>(source.isAtEnd ? taken : *read);
 }
 
-// The document ends at the first NUL, as a text of C does.
-XMLParser readWhole(std::string_view text) {
+int takeFromMemory(void* context, char* target, int length) {
+  auto& rest = *static_cast<std::string_view*>(context);
+  const std::size_t taken = rest.copy(target, static_cast<std::size_t>(length));
+  rest.remove_prefix(taken);
+  return static_cast<int>(taken);
+}
+
+XMLParser readWhole(xmlInputReadCallback take, void* source) {
   XMLParser parser(xmlNewParserCtxt());
   if (!parser) throw std::bad_alloc();
   closeDoors(*parser);
-  text = text.substr(0, text.find('\0'));
-  parser->myDoc =
-      xmlCtxtReadMemory(parser.get(), text.data(), static_cast<int>(text.size()), nullptr, nullptr, kOptions);
+  parser->myDoc = xmlCtxtReadIO(parser.get(), take, nullptr, source, nullptr, nullptr, kOptions);
   return parser;
+}
+
+XMLParser readWhole(std::string_view text) {
+  text = text.substr(0, text.find('\0'));
+  return readWhole(takeFromMemory, &text);
+}
+
+// Memory that cannot be had leaves a document unread; it is no exception of the caller's.
+template <class Load>
+bool unlessOutOfMemory(Load load) {
+  try {
+    return load();
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
 }
 
 }  // namespace
@@ -70,6 +96,7 @@ void XMLFile::Tree::clear() {
   bookmarks.clear();
   current = nullptr;
   dumpText.reset();
+  parser.reset();
   document.reset(xmlNewDoc(toXML("1.0")));
   if (!document) throw std::bad_alloc();
 }
@@ -78,6 +105,10 @@ bool XMLFile::Tree::adopt(bool wanted) {
   XMLDocument parsed(parser->myDoc);
   parser->myDoc = nullptr;
   if (!wanted || !parsed) return false;
+  if (!expandsModestly(*parsed)) {
+    parser->lastError.code = XML_ERR_ENTITY_LOOP;
+    return false;
+  }
   document = std::move(parsed);
   current = xmlDocGetRootElement(document.get());
   return true;
@@ -95,33 +126,43 @@ void* XMLFile::maker() const noexcept {
 
 // --- loading --------------------------------------------------------------------------------------------------------
 
-bool XMLFile::parse(const char* text, int length, bool finish) {
-  tree_->clear();
-  if (text == nullptr || length < 0) return false;
+bool XMLFile::Tree::parse(std::string_view text, bool finish) {
+  const int length = static_cast<int>(text.size());
   const int first = std::min(length, kFirstChunk);
-  tree_->parser.reset(xmlCreatePushParserCtxt(nullptr, nullptr, text, first, "input"));
-  if (!tree_->parser) throw std::bad_alloc();
-  xmlParserCtxt& parser = *tree_->parser;
-  closeDoors(parser);
-  const bool isRead = isTolerable(xmlParseChunk(&parser, text + first, length - first, 0)) &&
-                      (!finish || isTolerable(xmlParseChunk(&parser, nullptr, 0, 1)));
-  return tree_->adopt(isRead && parser.wellFormed != 0);
+  parser.reset(xmlCreatePushParserCtxt(nullptr, nullptr, text.data(), first, "input"));
+  if (!parser) throw std::bad_alloc();
+  closeDoors(*parser);
+  const bool isRead = isTolerable(xmlParseChunk(parser.get(), text.data() + first, length - first, 0)) &&
+                      (!finish || isTolerable(xmlParseChunk(parser.get(), nullptr, 0, 1)));
+  return adopt(isRead && parser->wellFormed != 0);
+}
+
+bool XMLFile::parse(const char* text, int length, bool finish) {
+  return unlessOutOfMemory([&] {
+    tree_->clear();
+    return text != nullptr && length >= 0 && tree_->parse({text, static_cast<std::size_t>(length)}, finish);
+  });
 }
 
 bool XMLFile::load(const char* path) {
-  tree_->clear();
-  const std::optional<std::string> content = contentOf(path);
-  if (!content) return false;
-  tree_->parser = readWhole(*content);
-  return tree_->adopt(true);
+  return unlessOutOfMemory([&] {
+    tree_->clear();
+    TextFile text{path != nullptr ? File::openForReading(path) : File()};
+    const std::optional<std::uint64_t> size = fileSize(text.file.descriptor());
+    if (!size || *size > INT_MAX) return false;
+    tree_->parser = readWhole(takeFromFile, &text);
+    return tree_->adopt(true);
+  });
 }
 
 bool XMLFile::load(const Buffer& buffer) {
-  tree_->clear();
-  const std::span<const unsigned char> held = buffer.range(0, buffer.size());
-  if (held.size() > INT_MAX) return false;
-  tree_->parser = readWhole({reinterpret_cast<const char*>(held.data()), held.size()});
-  return tree_->adopt(true);
+  return unlessOutOfMemory([&] {
+    tree_->clear();
+    const std::span<const unsigned char> held = buffer.range(0, buffer.size());
+    if (held.size() > INT_MAX) return false;
+    tree_->parser = readWhole({reinterpret_cast<const char*>(held.data()), held.size()});
+    return tree_->adopt(true);
+  });
 }
 
 int XMLFile::lastErrorCode() const noexcept {

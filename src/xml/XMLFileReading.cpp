@@ -4,9 +4,6 @@
 namespace keystrand {
 namespace {
 
-// The parser lets entities nest 40 deep.
-constexpr int kMaxEntityDepth = 48;
-
 // Appends what a list of text nodes and references stands for. A reference costs something even where it expands to
 // nothing, so that a document of references that multiply ends as soon as one of texts.
 class TextCollector {

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <new>
 
 #include "log/Logger.h"
 #include "net/Transport.h"
@@ -59,8 +60,11 @@ bool XMLFile::receive(Transport& transport, const Logger* logger) {
   const std::uint32_t length = lengthIn(prefix);
   if (length > kMaxReceived) return fail(logger, "Invalid data len");
   std::string text;
-  if (!readText(transport, length, text)) {
-    return fail(logger, "Error receiving data [%s]", std::to_string(length).c_str());
+  try {
+    if (!readText(transport, length, text))
+      return fail(logger, "Error receiving data [%s]", std::to_string(length).c_str());
+  } catch (const std::bad_alloc&) {
+    return fail(logger, "Invalid data len");
   }
   const bool isParsed = parse(text.data(), static_cast<int>(length), true);
   tree_->dumpText = std::move(text);

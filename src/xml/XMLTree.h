@@ -62,8 +62,13 @@ inline xmlNode* search(xmlNode* start, std::string_view name) {
 // The text of an element or attribute from its children, entities expanded; nothing when there is none or it passes
 // XMLFile::kMaxText.
 std::optional<std::string> textBelow(const xmlDoc* document, const xmlNode* children);
+// The parser lets entities nest 40 deep.
+constexpr int kMaxEntityDepth = 48;
+// Whether the references in the document stand for XMLFile::kMaxText bytes at most in all, so that a walk through it
+// that reads every element takes no more than its own size and that.
+bool expandsModestly(const xmlDoc& document);
 
-// The library's own writer; nothing when an attribute is not UTF-8.
+// The library's own writer; nothing when an attribute is not UTF-8 or longer than XMLFile::kMaxText.
 std::optional<std::string> writeDocument(const xmlDoc* document);
 
 struct XMLFile::Tree {
@@ -79,6 +84,7 @@ struct XMLFile::Tree {
   Tree();
   // An empty document, and nothing left that pointed into the former one.
   void clear();
+  bool parse(std::string_view text, bool finish);  // INT_MAX bytes at most
   // Takes the document out of the parser, if there is one and it is wanted.
   bool adopt(bool wanted);
   bool moveTo(xmlNode* found);

@@ -92,9 +92,10 @@ class Writer {
     out_ += ' ';
     appendPrefix(attribute.ns);
     out_.append(fromXML(attribute.name)).append("=\"");
-    const std::string value = textBelow(document_, attribute.children).value_or("");
-    if (xmlCheckUTF8(toXML(value.c_str())) == 0) return false;
-    appendEscaped(out_, value, escapeInAttribute);
+    const std::optional<std::string> value =
+        attribute.children != nullptr ? textBelow(document_, attribute.children) : "";
+    if (!value || xmlCheckUTF8(toXML(value->c_str())) == 0) return false;
+    appendEscaped(out_, *value, escapeInAttribute);
     out_ += '"';
     return true;
   }

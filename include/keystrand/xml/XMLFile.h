@@ -3,7 +3,8 @@
 // declare: such an element is named with it ("p:a"). Texts go in and come out in UTF-8.
 //
 // Documents come from strangers. No external entity, no external part of a DTD and no network address is ever opened,
-// whatever the process has told libxml2; elements nest 257 deep at most; the text of an element ends at 10 MB.
+// whatever the process has told libxml2; elements nest 257 deep at most; the text of an element ends at 10 MB, and a
+// document whose entities would stand for more than that in all is refused.
 //
 // What returns bool gives false when there is nothing such, with the cursor where it was. Every operation on the
 // current element gives false or nullptr when there is none, as in an empty document.

@@ -7,7 +7,7 @@ set -euo pipefail
 declare -A packages=(
   [build]="g++ cmake ninja-build pkg-config ccache libssl-dev libcurl4-openssl-dev libp11-kit-dev libpacparser-dev
            libxml2-dev"
-  [demo]="python3 python3-cryptography-vectors openssl ca-certificates slapd ldap-utils"
+  [demo]="python3 python3-cryptography-vectors openssl ca-certificates slapd ldap-utils xmlsec1"
   [test]="libgtest-dev libgmock-dev nlohmann-json3-dev python3 python3-cryptography-vectors openssl ca-certificates
           nginx-light tinyproxy-bin dante-server microsocks softhsm2 slapd ldap-utils opensc"
   [bench]="libbenchmark-dev"

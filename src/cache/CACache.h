@@ -68,7 +68,8 @@ class CACache {
   bool removeCountry(const char* country);
   void clean();
   // The one insertion path; the caller holds caMutex.
-  bool insert(std::unique_ptr<Certificate> certificate, std::int32_t source, std::shared_ptr<const TSLMetadata> metadata);
+  bool insert(std::unique_ptr<Certificate> certificate, std::int32_t source,
+              std::shared_ptr<const TSLMetadata> metadata);
 
   // --- the CA list file (CACacheFile.cpp)
   bool saveCAList(const std::string& path);

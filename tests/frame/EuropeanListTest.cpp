@@ -1,19 +1,18 @@
 // The way from the European list to the CAs of the countries, by the exported functions and from a local web server:
-// the real lists, small ones for each rule, and servers that lie.
+// small lists for each rule, and servers that lie.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <map>
 
 #include "keystrand/xml/XMLFile.h"
 #include "log/Catalogue.h"
+#include "net/CurlSettings.h"
 #include "support/Builders.h"
 #include "support/Client.h"
 #include "support/NginxServer.h"
 #include "support/ScriptedServer.h"
 #include "support/TSLBuilders.h"
-#include "support/TSLOracle.h"
 
 namespace keystrand::test {
 namespace {
@@ -287,69 +286,21 @@ TEST_F(EuropeanList, ServersThatLie) {
   ASSERT_TRUE(loadPointers({moved}));
   EXPECT_NE(get("IT"), nullptr) << "an honest redirect is followed";
 
+  const ScriptedServer silent({{"HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\n", ScriptedServer::Then::silence}});
+  TSLPointerSpec mute = italy();
+  mute.location = silent.url("/IT.xml");
+  ASSERT_TRUE(loadPointers({mute}));
+  setCurlTimeout(1);
+  EXPECT_EQ(get("IT"), nullptr) << "the time-out of the last download of a CRL holds here too";
+  EXPECT_FALSE(hasUpdates("IT"));
+  EXPECT_THAT(countries().value(), ElementsAre("IT"));
+  EXPECT_EQ(cache_getCACertsNum(ctx()), 1);
+  setCurlTimeout(60);
+
   EXPECT_FALSE(load("<html><p></html>")) << "no European list";
   EXPECT_EQ(cache_loadedEUTSL(ctx()), 1);
   EXPECT_EQ(cache_loadEUTSL(ctx()), 1);
   EXPECT_EQ(countries(), std::nullopt);
-}
-
-// The real lists of one year, their locations moved to the local server.
-TEST_F(EuropeanList, TheRealListsGoTheWholeWay) {
-  const auto folder = testData("tl/2023");
-  if (!folder) GTEST_SKIP() << kNoTestData;
-  const auto textOf = [&](const std::string& name) {
-    const ByteString bytes = readFile(*folder / name);
-    return std::string(bytes.begin(), bytes.end());
-  };
-  std::string european = textOf("eu-lotl.xml");
-  const std::vector<std::string> published = {"AT", "CY", "IS", "IT", "LU", "SE"};
-  for (const std::string& country : published) server_->put("/" + country + ".xml", textOf(country + ".xml"));
-  XMLFile pointers;
-  ASSERT_TRUE(pointers.parse(european.data(), static_cast<int>(european.size()), true));
-  std::map<std::string, std::string> locations;
-  for (bool more = pointers.find("OtherTSLPointer"); more; more = pointers.nextElement()) {
-    const auto territory = pointers.valueOf("SchemeTerritory");
-    if (pointers.valueOf("MimeType") != "application/pdf")
-      locations.emplace(territory.value_or(""), pointers.valueOf("TSLLocation").value_or(""));
-  }
-  for (const std::string& country : published)
-    european = replaced(european, ">" + replaced(locations[country], "&", "&amp;") + "<",
-                        ">" + server_->url("/" + country + ".xml") + "<");
-  ASSERT_TRUE(load(european));
-  const std::vector<std::string> offered = countries().value();
-  EXPECT_EQ(offered.size(), locations.size() - 2) << "all but EU and EE";
-
-  std::size_t expectedCAs = 0;
-  std::vector<std::string> expectedRecords;
-  for (const std::string& country : published) {
-    EXPECT_THAT(offered, testing::Contains(country));
-    int signers = 0;
-    const List list = get(country, &signers);
-    ASSERT_NE(list, nullptr) << country;
-    EXPECT_GE(signers, 1) << country;
-    EXPECT_EQ(cache_addCACertListCountryTSL(ctx(), list.get()), 1) << country;
-    const auto expected = expectationOf(*folder / (country + ".xml"), false);
-    expectedRecords.push_back(country + " " + std::to_string(expected->number) + " " +
-                              server_->url("/" + country + ".xml"));
-    expectedCAs += expected->certificates.size();
-    EXPECT_FALSE(hasUpdates(country));
-  }
-  const auto expectRest = [&] {
-    EXPECT_EQ(records(), expectedRecords);
-    std::size_t found = 0;
-    for (int row = 0; row < cache_getCACertsNum(ctx()); ++row)
-      for (int index = 0; cache_getCACertSource(ctx(), row, index) == 1; ++index) ++found;
-    EXPECT_EQ(found, expectedCAs);
-  };
-  expectRest();
-  EXPECT_EQ(cache_saveCACertList(ctx()), 1);
-  cache_clean(ctx());
-  EXPECT_EQ(cache_loadCACertList(ctx()), 1);
-  expectRest();
-  for (const std::string& country : published) {
-    server_->put("/" + country + ".xml", makeTSL({.number = "9999", .territory = country}));
-    EXPECT_TRUE(hasUpdates(country));
-  }
 }
 
 }  // namespace

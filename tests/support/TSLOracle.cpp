@@ -116,14 +116,18 @@ void addCertificates(Document& list, xmlNode* service, TSLExpectation& expected)
                          .name = list.first(info + "//" + step("Name"), service),
                          .startingTime = list.first(info + "/" + step("StatusStartingTime"), service),
                          .history = list.count(step("ServiceHistory") + "/" + step("ServiceHistoryInstance"), service)};
+  bool hasCertificate = false;
   for (xmlNode* id :
        list.nodes(info + "/" + step("ServiceDigitalIdentity") + "/" + step("DigitalId") + "/" + step("X509Certificate"),
                   service)) {
     TSLExpectedCA added = ca;
     added.base64 = list.first(".", id).value_or("");
     const std::string identity = identityOf(added.base64);
-    if (!identity.empty()) expected.certificates[identity] = std::move(added);
+    if (identity.empty()) continue;
+    expected.certificates[identity] = std::move(added);
+    hasCertificate = true;
   }
+  if (!hasCertificate) ++expected.withoutCertificate;
 }
 
 }  // namespace

@@ -32,6 +32,7 @@ struct TSLExpectation {
   TSLCounts counts;
   std::string territory;
   int number = 0;
+  int withoutCertificate = 0;  // services taken of which OpenSSL reads no certificate
   // Of the services taken, by subject, issuer and serial number; of several services with one the last.
   std::map<std::string, TSLExpectedCA> certificates;
 };

@@ -16,7 +16,7 @@ namespace keystrand {
 namespace {
 
 constexpr std::size_t kLongestAddress = 254;  // what the longest command line leaves (RFC 5321 section 4.5.3.1.3)
-constexpr std::size_t kLongestReply = 64 * 1024;
+constexpr std::size_t kLongestReply = 1U << 16U;
 
 bool isAddress(std::string_view text) {
   return !text.empty() && text.size() <= kLongestAddress &&

@@ -119,7 +119,7 @@ class CACache {
   bool loadEUTSL(const char* path);
   [[nodiscard]] bool isEUTSLLoaded() const;
   [[nodiscard]] owner<XMLFile*> countries();
-  owner<XMLFile*> countryTSL(const char* country, CertList** signingCerts);
+  owner<XMLFile*> countryTSL(const char* country, CertList** signingCerts);  // untouched on failure
   // Deletes the list where it is found among the pointers and the certificates cannot be told.
   owner<CertList*> countryTSLSigningCerts(owner<XMLFile*> list);
   bool hasCountryUpdates(const char* country);
@@ -201,7 +201,7 @@ class CACache {
   RowSearch findCRLRow(const DistributionPointName* dp, int caRow, bool cachedOnly, CRLSnapshot& best);
   CRLSnapshot findLocalCRL(const DistributionPointName* dp, int caRow);
   void reportCRL(const CRLCacheEntry& entry);
-  bool searchSerial(const CertificateList& crl, const char* serial);
+  bool searchSerial(const CertificateList& crl, std::string_view serial);
   void logRevocation();
   owner<Certificate*> issuerOf(const CRLCacheEntry& entry);
 

@@ -1,5 +1,4 @@
 // Acceptance of a CRL: its issuer is in the CA list, may sign CRLs, and signed this one. No date is looked at.
-#include <memory>
 #include <vector>
 
 #include "cache/CACache.h"

@@ -64,9 +64,10 @@ bool CACache::loadCRLCache(const std::string& path) {
     logMessage(Logger::kFailure, kCRLCacheNotRead);
     return false;
   }
+  CRLCacheImage image = readCRLCache(workBuffer_, semaphore_);  // damage is no failure: the table tells what was read
   {
     const std::lock_guard lock(library().crlMutex);
-    takeOver(readCRLCache(workBuffer_, semaphore_));  // damage is no failure: the table tells what was read
+    takeOver(std::move(image));
   }
   logMessage(Logger::kTrace, kCRLCacheLoaded);
   return true;

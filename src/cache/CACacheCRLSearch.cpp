@@ -97,6 +97,7 @@ CACache::RowSearch CACache::findCRLRow(const DistributionPointName* dp, int caRo
 
 bool CACache::searchCRL(const DistributionPointName* dp, int caRow, const char* serial) {
   report_.errCode = kNoError;
+  if (serial == nullptr) return fail(kInternalError);  // without a code it would read as not revoked
   CRLSnapshot answering;
   if (useLocalCRLs_ != 0) {
     answering = findLocalCRL(dp, caRow);
@@ -129,9 +130,9 @@ void CACache::reportCRL(const CRLCacheEntry& entry) {
 }
 
 // The first entry of that serial number decides, in the order of the encoding.
-bool CACache::searchSerial(const CertificateList& crl, const char* serial) {
+bool CACache::searchSerial(const CertificateList& crl, std::string_view serial) {
   const RevokedCertificateList* revoked = crl.revokedCertificates();
-  const int index = revoked != nullptr && serial != nullptr ? revoked->find(serial) : -1;
+  const int index = revoked != nullptr ? revoked->find(serial) : -1;
   RevokedCertificate entry;
   if (index < 0 || !revoked->decode(index, entry)) {
     logMessage(Logger::kTrace, kSerialNotRevoked);
@@ -156,10 +157,12 @@ void CACache::logRevocation() {
 owner<CertificateList*> CACache::getCRL(const DistributionPointName* dp, int caRow, bool cachedOnly,
                                         Certificate** caCert) {
   CRLSnapshot best;
+  std::unique_ptr<CertificateList> copy;
   switch (findCRLRow(dp, caRow, cachedOnly, best)) {
     case RowSearch::kFound:
+      copy.reset(best->crl->clone());
       if (caCert != nullptr) *caCert = issuerOf(*best);
-      return best->crl->clone();
+      return copy.release();
     case RowSearch::kNone:
       if (caCert != nullptr) *caCert = nullptr;
       fail(kCRLNotDownloaded);

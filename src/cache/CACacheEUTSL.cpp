@@ -8,6 +8,7 @@
 #include "cache/Library.h"
 #include "cache/TSLPointers.h"
 #include "cache/TSLReader.h"
+#include "der/TextValue.h"
 #include "net/HTTPS.h"
 
 namespace keystrand {
@@ -35,10 +36,6 @@ std::unique_ptr<XMLFile> fetchTSL(const std::string& location, void* maker) {
     return file;
   }
   return nullptr;
-}
-
-std::string_view orEmpty(const char* text) {
-  return text != nullptr ? text : std::string_view();
 }
 
 }  // namespace
@@ -88,11 +85,10 @@ std::unique_ptr<CertList> CACache::signingCertificates(TSLPointers& pointers) {
 }
 
 owner<XMLFile*> CACache::countryTSL(const char* country, CertList** signingCerts) {
-  if (signingCerts != nullptr) *signingCerts = nullptr;
   const std::lock_guard lock(library().euTSLMutex);
   if (!library().euTSL) return nullptr;
   TSLPointers pointers(*library().euTSL);
-  if (!pointers.find(orEmpty(country))) return nullptr;
+  if (!pointers.find(textOrEmpty(country))) return nullptr;
   auto location = pointers.location();
   if (!location) return nullptr;
   tslLocation_.reset();
@@ -121,7 +117,7 @@ bool CACache::hasCountryUpdates(const char* country) {
     const std::lock_guard lock(library().euTSLMutex);
     if (!library().euTSL) return false;
     TSLPointers pointers(*library().euTSL);
-    if (!pointers.find(orEmpty(country))) return false;
+    if (!pointers.find(textOrEmpty(country))) return false;
     const auto location = pointers.location();
     if (location) file = fetchTSL(*location, &workBuffer_);
   }

@@ -51,10 +51,13 @@ int CATable::findEntry(int row, const Name& issuer, const BigInteger& serial) co
   return entry != found->entries.end() ? static_cast<int>(entry - found->entries.begin()) : -1;
 }
 
+// Room is made first, so that a row and its key come in together or not at all.
 void CATable::addRow(std::string subjectText, CACertEntryRef first) {
   std::string key = lowerCase(subjectText);
-  rows_.push_back({std::move(subjectText), {std::move(first)}});
-  rowBySubject_.emplace(std::move(key), count() - 1);
+  CARow row{std::move(subjectText), {std::move(first)}};
+  rows_.reserve(kRows);
+  rowBySubject_.emplace(std::move(key), count());
+  rows_.push_back(std::move(row));
 }
 
 void CATable::addEntry(int row, CACertEntryRef entry) {

@@ -33,10 +33,11 @@ HeldRow CRLTable::addHeld(const std::string& uri) {
   if (count_ == kRows) return nullptr;
   CRLRow& fresh = row(count_);
   fresh.semaphore.wait();  // free, but for a thread that saw an earlier life of this row and is about to notice
+  HeldRow held(&fresh);
   fresh.uri = uri;
   fresh.publish(nothingHeld());
   ++count_;
-  return HeldRow(&fresh);
+  return held;
 }
 
 void CRLTable::replace(int index, std::optional<std::string> uri, CRLSnapshot payload) {

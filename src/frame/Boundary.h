@@ -2,7 +2,6 @@
 #pragma once
 
 #include <span>
-#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -54,11 +53,6 @@ Result asking(void* context, Result failure, Body&& body) noexcept {
 template <class... Pointers>
 bool given(const Pointers*... pointers) {
   return ((pointers != nullptr) && ...);
-}
-
-// A text that a caller may leave out.
-inline std::string_view orEmpty(const char* text) {
-  return text != nullptr ? text : std::string_view();
 }
 
 inline std::span<const unsigned char> bytes(const unsigned char* data, std::size_t length) {

@@ -39,8 +39,8 @@ CertificateList* cache_getCRL(void* ctx, DistributionPointName* dp, int caRow, C
 
 CertificateList* cache_getCRL(void* ctx, DistributionPointName* dp, int caRow, unsigned char cachedOnly,
                               Certificate** caCert) {
-  return onCache<CertificateList*>(ctx, nullptr,
-                                   [&](CACache& c) { return c.getCRL(dp, caRow, cachedOnly != 0, caCert); });
+  return asking<CACache, CertificateList*>(ctx, nullptr,
+                                           [&](CACache& c) { return c.getCRL(dp, caRow, cachedOnly != 0, caCert); });
 }
 
 void cache_setUseLocalCRLs(void* ctx, unsigned char use) {

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "cache/Library.h"
+#include "der/TextValue.h"
 #include "frame/Boundary.h"
 #include "keystrand/keystrand.h"
 #include "net/CurlSettings.h"
@@ -23,7 +24,7 @@ constexpr unsigned char kMostDetailed = 7;
 constexpr char kBlank = ' ';
 
 std::string_view cut(const char* text) {
-  return orEmpty(text).substr(0, kLocationBytes);
+  return textOrEmpty(text).substr(0, kLocationBytes);
 }
 
 std::string_view withoutLeadingBlanks(std::string_view text) {
@@ -108,14 +109,14 @@ void cache_setCrlProxyUri(char* uri) {
 void cache_setCURLlog(char const* path) {
   guardedVoid([&] {
     const std::lock_guard lock(library().crlMutex);
-    setCurlLog(orEmpty(path));
+    setCurlLog(textOrEmpty(path));
   });
 }
 
 void cache_setCURLCaCert(char const* path) {
   guardedVoid([&] {
     const std::lock_guard lock(library().crlMutex);
-    setCurlCaFile(orEmpty(path));
+    setCurlCaFile(textOrEmpty(path));
   });
 }
 
@@ -129,8 +130,8 @@ void cache_setHTTPProxy(char* url, char* user, char* password) {
 
 void cache_setHTTPProxy(char* host, int port, char* user, char* password) {
   guardedVoid([&] {
-    httpSetProxy(orEmpty(host), port, credentialsOf(user, password));
-    setCurlProxy(orEmpty(host), port, credentialsOf(user, password));
+    httpSetProxy(textOrEmpty(host), port, credentialsOf(user, password));
+    setCurlProxy(textOrEmpty(host), port, credentialsOf(user, password));
   });
 }
 
@@ -145,8 +146,8 @@ void cache_setNoHTTPProxy(char** hosts) {
 
 void cache_setSOCKSProxy(char* host, int port, char* user, char* password) {
   guardedVoid([&] {
-    setSocks(orEmpty(host), port, credentialsOf(user, password));
-    setCurlSocks(orEmpty(host), port, credentialsOf(user, password));
+    setSocks(textOrEmpty(host), port, credentialsOf(user, password));
+    setCurlSocks(textOrEmpty(host), port, credentialsOf(user, password));
   });
 }
 

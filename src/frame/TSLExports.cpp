@@ -1,5 +1,4 @@
 // Trust service lists, and giving back what their functions returned.
-#include <cstdlib>
 #include <cstring>
 
 #include "frame/Boundary.h"
@@ -15,15 +14,9 @@ unsigned char ask(void* ctx, Body&& body) {
   return onCache<unsigned char>(ctx, 0, std::forward<Body>(body));
 }
 
-char* copyForClient(const std::string& text) {
-  auto* copy = static_cast<char*>(std::malloc(text.size() + 1));
-  if (copy != nullptr) std::memcpy(copy, text.c_str(), text.size() + 1);
-  return copy;
-}
-
 owner<_ti*> newRecord(const TSLInfo& info, owner<_ti*> next) {
-  return new _ti{.countryCode = copyForClient(info.countryCode()),
-                 .location = info.location() ? copyForClient(*info.location()) : nullptr,
+  return new _ti{.countryCode = strdup(info.countryCode().c_str()),
+                 .location = info.location() ? strdup(info.location()->c_str()) : nullptr,
                  .sequenceNumber = info.sequenceNumber(),
                  .next = next};
 }

@@ -1,4 +1,8 @@
 // Which CRL is accepted, which of those held answers, and what is reported of it. Nothing is fetched here.
+#include <sys/resource.h>
+
+#include <new>
+
 #include "cache/TestCA.h"
 #include "support/Client.h"
 #include "support/LibraryFixture.h"
@@ -117,6 +121,7 @@ TEST_F(CRLSearch, ReportsTheEntry) {
   EXPECT_FALSE(report.invalidSince);
   EXPECT_EQ(search({kURL}, "0C"), 1);
   EXPECT_EQ(report.reason, 5) << "what the entry does not tell stays from before";
+  EXPECT_EQ(search({kURL}, nullptr), -5120) << "and what was not asked is not answered";
 }
 
 TEST_F(CRLSearch, AnExpiredCRLAnswersAndIsToldOf) {
@@ -165,6 +170,21 @@ TEST_F(CRLSearch, AFullTableHasNoPlaceForAnotherURI) {
   EXPECT_EQ(context->getCRL(Client::at({"new"}).get(), 0, false, &issuer), nullptr);
   EXPECT_EQ(issuer, &untouched);
   EXPECT_EQ(context->report().errCode, 5120);
+}
+
+// A URI that there is no memory for costs its own search, and no other.
+TEST_F(CRLSearch, ARowThatCouldNotBeMadeIsFreeAgain) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "the sanitizer ends the process instead";
+#endif
+  const std::string uri(std::size_t{64} << 20, 'u');
+  rlimit before{};
+  getrlimit(RLIMIT_AS, &before);
+  const rlimit full{1, before.rlim_max};
+  setrlimit(RLIMIT_AS, &full);
+  EXPECT_THROW(static_cast<void>(library().crlTable.addHeld(uri)), std::bad_alloc);
+  setrlimit(RLIMIT_AS, &before);
+  EXPECT_TRUE(library().crlTable.addHeld(kURL));
 }
 
 TEST_F(CRLSearch, LocalCRLsAnswerForTheirPlaceOrTheirIssuer) {

@@ -45,7 +45,7 @@ struct Library {
   Mutex crlProxyMutex;      // a leaf
   std::string crlProxyUri;  // guarded by crlProxyMutex; at most 256 bytes
 
-  // Set once by cache_init, before any context can be made.
+  // Written by cache_init alone; empty before it.
   std::string caListPath;
   std::string crlCachePath;
 
@@ -54,8 +54,12 @@ struct Library {
   std::unique_ptr<CryptoDevice> cryptoDevice;
   std::once_flag initialisation;
   std::atomic<bool> initialised{false};
-  // The device once cache_init has opened it, null before and after cache_finalize.
-  [[nodiscard]] CryptoDevice* device() const noexcept { return initialised ? cryptoDevice.get() : nullptr; }
+  std::atomic<bool> finalised{false};
+  // The device once cache_init has opened it, null before and after cache_finalize. That closes it and leaves it where
+  // it is, so that a context made earlier, or a thread that waits for the semaphore, finds a device that fails.
+  [[nodiscard]] CryptoDevice* device() const noexcept {
+    return initialised && !finalised ? cryptoDevice.get() : nullptr;
+  }
 };
 
 Library& library();

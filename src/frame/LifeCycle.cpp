@@ -87,15 +87,14 @@ unsigned char cache_init(char* caDir, char* crlDir, char* ident, char* logFile) 
   return initialise(caDir, crlDir, ident, logFile);
 }
 
-// The library does not return to its first state: the semaphore and the tables stay, and a later cache_init does
+// The library does not return to its first state: semaphore, device and tables stay, and a later cache_init does
 // nothing.
 void cache_finalize() {
   guardedVoid([] {
     if (!library().initialised) return;
+    library().finalised = true;
     const SemaphoreLock device(&library().cryptoDeviceSemaphore);
-    if (library().cryptoDevice) library().cryptoDevice->close();
-    library().cryptoDevice.reset();
-    library().cryptoKi.reset();
+    library().cryptoDevice->close();
   });
 }
 

@@ -65,13 +65,18 @@ TEST(LifeCycle, WithoutACRLFolderBothFilesShareOne) {
 TEST(LifeCycle, AfterTheEndANewContextFailsAndTheLibraryDoesNotStartAgain) {
   const TempFolder folder;
   ASSERT_TRUE(initialise(folder.path()));
-  const auto early = std::make_unique<Client>();  // released when the device that it was made with is gone
+  const auto early = std::make_unique<Client>();  // released when the device that it was made with is closed
+  ASSERT_TRUE(early->addCA(pkits("certs/TrustAnchorRootCertificate.crt")));
+  const std::unique_ptr<Certificate> root(cache_getCACert(early->context(), 0, 0));
+  const auto issuer = [&] { return cache_getCAIndex(early->context(), root.get(), 0, nullptr); };
+  EXPECT_EQ(issuer(), 0);
   cache_finalize();
   cache_finalize();
+  EXPECT_EQ(issuer(), -1) << "a thread that is late finds a device that fails";
   EXPECT_TRUE(initialise(folder.path()));
   const Client late;
   EXPECT_FALSE(late.addCA(kGoodCA));
-  EXPECT_EQ(cache_getCACertsNum(late.context()), 0);
+  EXPECT_EQ(cache_getCACertsNum(late.context()), 1);
 }
 
 TEST(LifeCycle, ManyThreadsStartItOnce) {

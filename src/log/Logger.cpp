@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
@@ -42,12 +43,14 @@ LogTarget currentTarget() {
   return state().target;
 }
 
+bool isControl(char c) {
+  return static_cast<unsigned char>(c) < ' ' || c == '\x7F';
+}
+
 // One message is one line.
 std::string asOneLine(std::string_view message) {
   std::string text(message);
-  for (char& c : text) {
-    if (c == '\n' || c == '\r') c = ' ';
-  }
+  std::ranges::replace_if(text, isControl, ' ');
   return text;
 }
 

@@ -49,14 +49,14 @@ TEST_F(LoggerTest, LevelsAndHostileTexts) {
   Logger::start(nullptr, nullptr, file_.c_str(), nullptr);
   Logger logger(Logger::kWarning);
   log(logger, Logger::kNotice, 4675, "%s", "not written");
-  log(logger, Logger::kWarning, 4675, "%s", "one line\nthat feigns another[1l.1l]: 100%s\r");
+  log(logger, Logger::kWarning, 4675, "%s", "one line\nthat feigns another[1l.1l]: 100%s\r\x1B[2J");
   log(logger, Logger::kFailure, 4675, "%s", std::string(100000, 'x').c_str());
   logger.setOff();
   log(logger, Logger::kFailure, 4675, "%s", "silent");
   const auto lines = linesOf(file_);
   ASSERT_EQ(lines.size(), 2U);
   EXPECT_THAT(lines[0], testing::EndsWith("(null)[" + std::to_string(getpid()) +
-                                          "l.1l]: one line that feigns another[1l.1l]: 100%s "));
+                                          "l.1l]: one line that feigns another[1l.1l]: 100%s  [2J"));
   EXPECT_THAT(lines[1], testing::EndsWith(std::string(100000, 'x')));
 }
 

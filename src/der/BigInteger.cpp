@@ -127,7 +127,8 @@ std::string BigInteger::text(int base) const {
   if (base != 10 && base != 16) return {};
   if (number_ == nullptr) return "0";
   const NumberText digits(base == 16 ? BN_bn2hex(number_) : BN_bn2dec(number_));
-  return digits ? digits.get() : std::string();
+  if (!digits) throw std::bad_alloc();
+  return digits.get();
 }
 
 owner<char*> BigInteger::toText(int base) const {

@@ -32,8 +32,7 @@ bool getElements(Buffer& in, unsigned char tag, std::vector<T>& elements, Get ge
   elements.clear();
   Element list;
   if (!openWhole(list, in, tag)) return false;
-  constexpr std::size_t kUsualMost =
-      16;  // a longer list grows as it is read, so that it never takes more than it holds
+  constexpr std::size_t kUsualMost = 16;  // a longer list grows as it is read
   elements.reserve(countElements(list, in, kUsualMost));
   while (!list.atEnd(in)) {
     const std::uint32_t start = in.readPosition();

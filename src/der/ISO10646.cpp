@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "der/TextValue.h"
 #include "der/UTF8Text.h"
 #include "keystrand/der/Strings.h"

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "der/Calendar.h"
+#include "der/OrdinaryTime.h"
 #include "der/TextValue.h"
 #include "support/Memory.h"
 
@@ -62,11 +63,6 @@ std::int64_t takeOffset(std::string& text) {
   return offset;
 }
 
-// RFC 5280 section 4.1.2.5.1: 50 to 99 stand for 1950 to 1999.
-constexpr int fullYear(int twoDigits) {
-  return twoDigits + (twoDigits < 50 ? 2000 : 1900);
-}
-
 // Reads the fields of a text without zone; false when one is missing, which is then 0. A UTCTime of ten characters has
 // no seconds. A field may carry a sign or stand behind blanks, as in scanf().
 bool scan(const std::string& text, unsigned char tag, CalendarTime& time) {
@@ -117,18 +113,6 @@ std::optional<std::string> digitsInGMT(std::int64_t seconds) {
   std::string text = digitsOf(std::int64_t{gmt.tm_year} + kTmYear, 4);
   for (const int field : {gmt.tm_mon + 1, gmt.tm_mday, gmt.tm_hour, gmt.tm_min, gmt.tm_sec}) text += digitsOf(field, 2);
   return text;
-}
-
-// Reads the digits of the two forms that nearly all times have, two at a time; false when one is no digit.
-template <std::size_t N>
-bool readPairs(std::string_view text, std::array<int, N>& pairs) {
-  for (std::size_t i = 0; i < N; ++i) {
-    const unsigned tens = static_cast<unsigned char>(text[2 * i]) - unsigned{'0'};
-    const unsigned ones = static_cast<unsigned char>(text[2 * i + 1]) - unsigned{'0'};
-    if (tens > 9 || ones > 9) return false;
-    pairs[i] = static_cast<int>(tens * 10 + ones);
-  }
-  return true;
 }
 
 }  // namespace
@@ -276,21 +260,11 @@ bool X500Time::get(Buffer& buffer) {
   return false;
 }
 
-// YYMMDDhhmmssZ as UTCTime and YYYYMMDDhhmmssZ as GeneralizedTime: the same answer as readAny, some twenty times
-// faster.
+// The same answer as readAny gives.
 bool X500Time::readOrdinary(std::string_view text) noexcept {
-  std::array<int, 7> pairs{};
-  if (!text.ends_with('Z')) return false;
-  if (tag_ == kUTCTime && text.size() == 13) {
-    std::array<int, 6> six{};
-    if (!readPairs(text, six)) return false;
-    std::ranges::copy(six, pairs.begin() + 1);
-    pairs[0] = fullYear(pairs[1]) / 100;
-  } else if (tag_ != kGeneralizedTime || text.size() != 15 || !readPairs(text, pairs)) {
-    return false;
-  }
-  const auto& [century, year, month, day, hour, minute, second] = pairs;
-  setWhole(tag_, epochSeconds({century * 100 + year, month, day, hour, minute, second}), text);
+  CalendarTime time;
+  if (!readOrdinaryTime(tag_, text, time)) return false;
+  setWhole(tag_, epochSeconds(time), text);
   return true;
 }
 

@@ -88,7 +88,8 @@ KEYSTRAND_API void cache_setNoSOCKS(char** entries);
 //
 // cache_getErrCode gives the catalogue code of the last failure of a long operation, or (unsigned long)-1. The
 // reason is that of RFC 5280 section 5.3.1. Times are new copies, nullptr when there is none; release with
-// cache_releaseX500Time.
+// cache_releaseX500Time. A question sets what its answer tells and clears the code alone: without a reset before it,
+// the reason and the dates of an earlier revocation stay.
 KEYSTRAND_API unsigned long cache_getErrCode(void* ctx);
 KEYSTRAND_API unsigned long ocsp_getErrCode(void* ctx);
 KEYSTRAND_API unsigned char cache_getReason(void* ctx);
@@ -251,9 +252,16 @@ KEYSTRAND_API void cache_clearCRLCacheModified();
 // general names, or had no row left (code 5120): the rows so far stay.
 KEYSTRAND_API unsigned char cache_updateCRLCache(void* ctx);
 // Is the certificate of this serial number on the CRL of this distribution point (RFC 5280 section 4.2.1.13)? `serial`
-// is upper-case hexadecimal text as serialNumberText(16) gives it. Of several URIs the CRL with the latest thisUpdate
-// answers, expired or not: cache_getNextUpdate tells. 1 means revoked, a hold (reason 6) included; 0 with
-// cache_getErrCode still at -1 means not revoked. 0 with another code is no answer to rely on:
+// is upper-case hexadecimal text as serialNumberText(16) gives it; a number in any other form is on no CRL. Of several
+// URIs the CRL with the latest thisUpdate answers, expired or not: cache_getNextUpdate tells. 1 means revoked, a hold
+// (reason 6) included; 0 with cache_getErrCode still at -1 means not revoked.
+//
+// What came from a URI answers whichever CA of the list has signed it: caRow counts for local CRLs alone, and
+// cache_getCRL tells the issuer. Critical extensions and the scope of a CRL are not looked at, and delta CRLs not
+// known. Each URI is asked and takes a row, so a client checks the signature of a stranger's certificate first.
+//
+// 0 with another code is no answer to rely on:
+//   5120  no serial number, or no memory
 //   5137  no CRL to search: none could be fetched and accepted, or no local one fits
 //   5199  the distribution point holds no general names
 //   5234  one of its names is no URI; whether the CRL of another one was searched is not told
@@ -262,8 +270,8 @@ KEYSTRAND_API unsigned char cache_updateCRLCache(void* ctx);
 KEYSTRAND_API unsigned char cache_searchCRL(void* ctx, keystrand::DistributionPointName* dp, int caRow, char* serial);
 // A deep copy of the CRL (cache_releaseCertificateList) and through caCert, unless that is nullptr, the certificate of
 // its issuer (cache_releaseCertificate), nullptr when it has left the list. With cachedOnly a CRL that is held is not
-// fetched again. nullptr without a CRL: code 5137 and *caCert nullptr, or 5199, or 5120 for a full table, *caCert as
-// it was.
+// fetched again. nullptr without a CRL: code 5137 and *caCert nullptr, or 5199, or 5120 for a full table or no memory,
+// *caCert as it was.
 KEYSTRAND_API keystrand::CertificateList* cache_getCRL(void* ctx, keystrand::DistributionPointName* dp, int caRow,
                                                        keystrand::Certificate** caCert);
 KEYSTRAND_API keystrand::CertificateList* cache_getCRL(void* ctx, keystrand::DistributionPointName* dp, int caRow,

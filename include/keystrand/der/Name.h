@@ -154,6 +154,9 @@ class KEYSTRAND_API Name {
   // Replaces the content by what the comma form says ("C=IT,O=A\,B,CN=X+SER=1"); false when it yields nothing.
   bool setText(const char* text, unsigned char defaultTag, const char* const* labels, const char* const* identifiers,
                int count);
+  // The value of an attribute from a text: its encoding in hexadecimal digits behind a "#"; else in the string type
+  // that an attribute of this type always has, and in that of defaultTag where any will do. False for nullptr and for
+  // digits that are no encoding.
   static bool setDefaultValue(AttributeTypeAndValue& attribute, const char* text, unsigned char defaultTag);
   void setList(const RelativeDistinguishedNameList* list);
   [[nodiscard]] owner<RelativeDistinguishedNameList*> list() const;
@@ -163,22 +166,32 @@ class KEYSTRAND_API Name {
   void put(Buffer& buffer) const;
   bool get(Buffer& buffer);
 
+  // Texts. The tables are parallel arrays: dotted identifiers, and the labels, tags or keys that stand for them; the
+  // first row of a type counts. Values go in as they stand, whatever a stranger wrote there: only the comma form
+  // escapes, and only its separators. The forms without UTF8 in their name take narrow values as they are.
+  //
+  // A line for each attribute, "    2.5.4.3: value", with tables "\tCN: value".
   [[nodiscard]] owner<char*> toPrintable() const;
   [[nodiscard]] owner<char*> toPrintableUTF8() const;
   [[nodiscard]] owner<char*> toPrintable(const char* const* identifiers, const char* const* labels, int count) const;
   [[nodiscard]] owner<char*> toPrintableUTF8(const char* const* identifiers, const char* const* labels,
                                              int count) const;
+  // The comma form; "??" stands for a type that the table lacks.
   [[nodiscard]] owner<char*> toText(const char* const* identifiers, const char* const* labels, int count) const;
   [[nodiscard]] owner<char*> toTextUTF8(const char* const* identifiers, const char* const* labels, int count) const;
   // The comma form over the library's own attribute table: the key of the CA list and of the CRL table.
   [[nodiscard]] std::string text() const;
+  // Of the first attribute of this dotted type; nullptr when there is none.
   [[nodiscard]] owner<char*> firstValue(const char* identifier) const;
   [[nodiscard]] owner<char*> firstValueUTF8(const char* identifier) const;
+  // An element for each attribute, "oid" with its identifier where the table lacks the type. Not escaped.
   [[nodiscard]] owner<char*> toXML(const char* const* identifiers, const char* const* tags, int count) const;
   // The same as elements below the current one of a document, which should have one. Values come as UTF-8. False when
   // the document takes no more.
   bool writeXML(const char* const* identifiers, const char* const* tags, int count, XMLFile& document) const;
+  // Lines of key="value" for the types of the table; a key that comes again is numbered from 2 on. Not escaped.
   [[nodiscard]] owner<char*> toAttributes(const char* const* identifiers, const char* const* keys, int count) const;
+  // A clone of the first attribute of this dotted type; nullptr when there is none.
   [[nodiscard]] owner<AttributeTypeAndValue*> findAttribute(const char* identifier) const;
 
   // Same number of RDNs, each on the left found somewhere on the right; neither one-to-one nor symmetric.

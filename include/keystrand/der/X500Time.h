@@ -24,13 +24,20 @@ class KEYSTRAND_API X500Time {
   X500Time();  // 1970-01-01 00:00:00 as UTCTime "700101000000Z"
   [[nodiscard]] owner<X500Time*> clone() const { return new X500Time(*this); }
 
+  // "YYMMDDhhmmssZ", of at most 17 characters, and "YYYYMMDDhhmmss.ffffffZ", of at most 26; an offset may stand for the
+  // Z, which is added where neither stands. Fields that cannot be read are 0, and none is checked against its range.
   void setUTCText(const char* text);
-  void setUTCDate(const char* yymmdd);
-  void setUTC(std::int64_t seconds);
   void setGeneralizedText(const char* text);
+  // Midnight GMT of a day.
+  void setUTCDate(const char* yymmdd);
   void setGeneralizedDate(const char* yyyymmdd);
+  // From the seconds since 1970-01-01 00:00:00 GMT; -1 makes it no time, of the tag it has. Microseconds from 1,000,000
+  // on count as none.
+  void setUTC(std::int64_t seconds);
   void setGeneralized(std::int64_t seconds);
   void setGeneralized(std::int64_t seconds, std::uint32_t microseconds);
+  // Any number of each, negative ones too; what passes the end of a month or of a day carries over. toMidnight goes to
+  // the start of the day in GMT, before 1970 to its end. All make the text anew.
   void addDate(int years, int months, int days);
   void addTime(int hours, int minutes, int seconds);
   void toMidnight();
@@ -38,7 +45,7 @@ class KEYSTRAND_API X500Time {
   [[nodiscard]] std::int64_t seconds() const noexcept { return seconds_; }
   [[nodiscard]] std::uint32_t microseconds() const noexcept { return microseconds_; }
   [[nodiscard]] unsigned char tag() const noexcept { return tag_; }
-  [[nodiscard]] owner<char*> text() const;
+  [[nodiscard]] owner<char*> text() const;                                              // new, delete[]d by the caller
   [[nodiscard]] const char* textView() const noexcept { return text_.data(); }          // valid while this object lives
   [[nodiscard]] const char* fractionView() const noexcept { return fraction_.data(); }  // likewise
 
@@ -53,17 +60,19 @@ class KEYSTRAND_API X500Time {
   void put(Buffer& buffer) const;
   bool get(Buffer& buffer);
 
-  // New texts, delete[]d by the caller.
-  [[nodiscard]] owner<char*> dateShortLocal() const;
-  [[nodiscard]] owner<char*> dateLongLocal() const;
-  [[nodiscard]] owner<char*> timeGMT() const;
-  [[nodiscard]] owner<char*> timeLocal() const;
-  [[nodiscard]] owner<char*> dateGMT() const;
+  // New texts, delete[]d by the caller, by strftime() and so in the language of the process where there are words; a
+  // fraction stands behind the seconds. "" where strftime() has no result or one of more than 63 characters.
+  [[nodiscard]] owner<char*> dateShortLocal() const;  // YYMMDD
+  [[nodiscard]] owner<char*> dateLongLocal() const;   // YYYYMMDD
+  [[nodiscard]] owner<char*> timeGMT() const;         // hh:mm:ss GMT
+  [[nodiscard]] owner<char*> timeLocal() const;       // hh:mm:ss and the time zone's name
+  [[nodiscard]] owner<char*> dateGMT() const;         // "%x GMT"
   [[nodiscard]] owner<char*> dateLocal() const;
-  [[nodiscard]] owner<char*> dateTimeGMT() const;
+  [[nodiscard]] owner<char*> dateTimeGMT() const;  // "%x %H:%M:%S GMT"
   [[nodiscard]] owner<char*> dateTimeLocal() const;
   [[nodiscard]] owner<char*> formatGMT(const char* format) const;
   [[nodiscard]] owner<char*> formatLocal(const char* format) const;
+  // The same into n bytes, NUL included.
   void formatGMT(char* target, std::size_t n, const char* format) const;
   void formatLocal(char* target, std::size_t n, const char* format) const;
 

@@ -91,7 +91,6 @@ class KEYSTRAND_API CertificateInfo {
   [[nodiscard]] bool writesVersion() const noexcept { return version_ != 0 || versionExplicit_; }
   [[nodiscard]] std::uint32_t contentSize(const Buffer& buffer) const;
   bool getVersion(Buffer& buffer);
-  bool getNames(Buffer& buffer);
   bool getOptionalTail(Buffer& buffer);
 
   std::uint32_t version_ = 2;

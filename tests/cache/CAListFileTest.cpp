@@ -2,13 +2,13 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <future>
 
 #include "cache/TestCA.h"
+#include "support/Der.h"
+#include "support/FileLockHolder.h"
 #include "support/LibraryFixture.h"
 
 namespace keystrand::test {
@@ -19,41 +19,22 @@ using ::testing::IsEmpty;
 
 const std::vector<std::string> kLoadedNothing = {message(4643), message(4654), rowsMessage(0)};
 
-// An element with a definite length, as X.690 8.1.3 has it.
-ByteString element(unsigned char tag, const std::vector<ByteString>& content) {
-  ByteString body;
-  for (const ByteString& part : content) body.insert(body.end(), part.begin(), part.end());
-  ByteString out = {tag};
-  if (body.size() < 0x80) {
-    out.push_back(static_cast<unsigned char>(body.size()));
-  } else {
-    ByteString length;
-    for (std::size_t n = body.size(); n != 0; n >>= 8) length.insert(length.begin(), static_cast<unsigned char>(n));
-    out.push_back(static_cast<unsigned char>(0x80 + length.size()));
-    out.insert(out.end(), length.begin(), length.end());
-  }
-  out.insert(out.end(), body.begin(), body.end());
-  return out;
-}
-
 ByteString octets(const std::string& text) {
-  return element(4, {ByteString(text.begin(), text.end())});
+  return element(4, ByteString(text.begin(), text.end()));
 }
 ByteString sequence(const std::vector<ByteString>& content) {
-  return element(0x30, content);
+  return withChildren(0x30, content);
 }
 ByteString set(const std::vector<ByteString>& content) {
-  return element(0x31, content);
+  return withChildren(0x31, content);
 }
 ByteString integer(unsigned char value) {
   return {2, 1, value};
 }
-ByteString commonName(const std::string& value) {
-  return element(0x31, {sequence({{6, 3, 0x55, 4, 3}, element(12, {ByteString(value.begin(), value.end())})})});
-}
 ByteString encodedName(const std::string& subject) {
-  const ByteString country = element(0x31, {sequence({{6, 3, 0x55, 4, 6}, {0x13, 2, 'I', 'T'}})});
-  return sequence({country, commonName(subject)});
+  const ByteString country = set({sequence({{6, 3, 0x55, 4, 6}, {0x13, 2, 'I', 'T'}})});
+  const ByteString name = {subject.begin(), subject.end()};
+  return sequence({country, set({sequence({{6, 3, 0x55, 4, 3}, element(12, name)})})});
 }
 ByteString infoRecord(const std::string& country) {
   return sequence({octets(country), integer(7), octets("http://l")});
@@ -154,9 +135,7 @@ TEST_F(CAListFile, HasTheseBytes) {
   library().loadedTSLs.add({"IT", 7, "http://l"});
   library().loadedTSLs.add({"FRANCE", 7, "http://l"});
   EXPECT_TRUE(context->saveCAList(path));
-  ByteString both = image;
-  both.insert(both.end(), infos.begin(), infos.end());
-  EXPECT_EQ(readFile(path), both);
+  EXPECT_EQ(readFile(path), image + infos);
   context->clean();
   EXPECT_TRUE(context->saveCAList(path)) << "records alone are written";
   EXPECT_EQ(readFile(path), infos);
@@ -198,29 +177,24 @@ TEST_F(CAListFile, WithAMissingTextReadsAsEmpty) {
 TEST_F(CAListFile, GivesWhatCanBeReadOfIt) {
   const ByteString infos = sequence({infoRecord("IT")});
   const ByteString emptyRow = sequence({octets("C=IT,CN=Empty"), sequence({})});
-  const auto joined = [](ByteString a, const ByteString& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-  };
   const auto rows = [&](int count) { return set(std::vector<ByteString>(static_cast<std::size_t>(count), emptyRow)); };
   struct Row {
     const char* name;
     ByteString bytes;
-    int rows;
-    int infos;
+    int rows, infos;
   };
   const std::string text = "just a text file";
-  for (const Row& row : {Row{"empty file", {}, 0, 0}, Row{"text", ByteString(text.begin(), text.end()), 0, 0},
-                         Row{"no rows", set({}), 0, 0}, Row{"rows and records", joined(rows(2), infos), 2, 1},
-                         Row{"records alone", infos, 0, 0}, Row{"the limit", joined(rows(2048), infos), 2048, 1},
-                         Row{"beyond the limit", joined(rows(2050), infos), 2048, 1},
-                         Row{"row that is none", joined(set({emptyRow, integer(1)}), infos), 0, 0},
-                         Row{"set beyond the file", {0x31, 0x84, 0xFF, 0xFF, 0xFF, 0xFF}, 0, 0},
-                         Row{"row beyond the set", joined({0x31, 4}, emptyRow), 1, 0},
-                         Row{"half a record", joined(rows(1), sequence({infoRecord("IT"), octets("FR")})), 1, 1},
-                         Row{"record with NULL for its place",
-                             joined(rows(1), sequence({sequence({octets("IT"), integer(7), {5, 0}})})), 1, 1},
-                         Row{"row without a subject", set({sequence({{5, 0}, sequence({})}), emptyRow}), 2, 0}}) {
+  for (const Row& row :
+       {Row{"empty file", {}, 0, 0}, Row{"text", ByteString(text.begin(), text.end()), 0, 0},
+        Row{"no rows", set({}), 0, 0}, Row{"rows and records", rows(2) + infos, 2, 1},
+        Row{"records alone", infos, 0, 0}, Row{"the limit", rows(2048) + infos, 2048, 1},
+        Row{"beyond the limit", rows(2050) + infos, 2048, 1},
+        Row{"row that is none", set({emptyRow, integer(1)}) + infos, 0, 0},
+        Row{"set beyond the file", {0x31, 0x84, 0xFF, 0xFF, 0xFF, 0xFF}, 0, 0},
+        Row{"row beyond the set", ByteString{0x31, 4} + emptyRow, 1, 0},
+        Row{"half a record", rows(1) + sequence({infoRecord("IT"), octets("FR")}), 1, 1},
+        Row{"record with NULL for its place", rows(1) + sequence({sequence({octets("IT"), integer(7), {5, 0}})}), 1, 1},
+        Row{"row without a subject", set({sequence({{5, 0}, sequence({})}), emptyRow}), 2, 0}}) {
     library().loadedTSLs.add({"XX", 1, ""});
     EXPECT_TRUE(loadBytes(row.bytes)) << row.name;
     EXPECT_EQ(context->rowCount(), row.rows) << row.name;
@@ -293,18 +267,6 @@ TEST_F(CAListFile, IsNotWrittenWhenTheListIsEmpty) {
   EXPECT_EQ(readFile(path), (ByteString{1, 2, 3}));
 }
 
-TEST_F(CAListFile, BelongsToItsOwnerAlone) {
-  add({}, 3);
-  EXPECT_TRUE(context->saveCAList(path));
-  struct stat status {};
-  ASSERT_EQ(stat(path.c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777U, 0600U);
-  ASSERT_EQ(chmod(path.c_str(), 0644), 0);
-  EXPECT_TRUE(context->saveCAList(path));
-  ASSERT_EQ(stat(path.c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777U, 0600U);
-}
-
 TEST_F(CAListFile, ThatCannotBeWrittenKeepsTheListInMemory) {
   add({}, 3);
   logged();
@@ -323,44 +285,6 @@ TEST_F(CAListFile, ThatCannotBeWrittenKeepsTheListInMemory) {
   EXPECT_TRUE(context->saveCAList(path));
 }
 
-// Another process that holds the first byte of the file, with a classic lock, and changes the file before it lets go.
-class LockHolder {
- public:
-  LockHolder(const std::string& path, const ByteString& finalContent) {
-    EXPECT_EQ(pipe(toHolder_), 0);
-    EXPECT_EQ(pipe(fromHolder_), 0);
-    pid_ = fork();
-    if (pid_ == 0) hold(path, finalContent);
-    char held = 0;
-    EXPECT_EQ(read(fromHolder_[0], &held, 1), 1);
-  }
-  LockHolder(const LockHolder&) = delete;
-  LockHolder& operator=(const LockHolder&) = delete;
-  ~LockHolder() {
-    int status = 0;
-    EXPECT_EQ(waitpid(pid_, &status, 0), pid_);
-    for (const int descriptor : {toHolder_[0], toHolder_[1], fromHolder_[0], fromHolder_[1]}) ::close(descriptor);
-  }
-  void letGo() const { EXPECT_EQ(write(toHolder_[1], "x", 1), 1); }
-
- private:
-  [[noreturn]] void hold(const std::string& path, const ByteString& finalContent) const {
-    const int file = open(path.c_str(), O_RDWR);
-    struct flock lock {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    lock.l_len = 1;
-    char go = 0;
-    const bool done = fcntl(file, F_SETLKW, &lock) == 0 && ftruncate(file, 0) == 0 &&
-                      write(fromHolder_[1], "x", 1) == 1 && read(toHolder_[0], &go, 1) == 1 &&
-                      pwrite(file, finalContent.data(), finalContent.size(), 0) >= 0;
-    _exit(done ? 0 : 1);
-  }
-  int toHolder_[2];
-  int fromHolder_[2];
-  pid_t pid_;
-};
-
 // Until a lock of this process waits for another one's, or the operation has ended without waiting.
 template <class Result>
 void untilWaiting(const std::future<Result>& operation) {
@@ -375,26 +299,28 @@ void untilWaiting(const std::future<Result>& operation) {
   }
 }
 
-TEST_F(CAListFile, IsReadAndWrittenOnlyWhenNoOtherProcessHoldsIt) {
+TEST_F(CAListFile, IsReadAndWrittenOnlyWhenNobodyElseHoldsIt) {
   add({}, 3);
   ASSERT_TRUE(context->saveCAList(path));
   const ByteString image = readFile(path);
   context->clean();
+  std::future<bool> operation;
   {
-    const LockHolder holder(path, image);
-    auto load = std::async(std::launch::async, [&] { return context->loadCAList(path); });
-    untilWaiting(load);
-    holder.letGo();
-    EXPECT_TRUE(load.get());
+    const FileLockHolder holder(path, F_OFD_SETLK);
+    operation = std::async(std::launch::async, [&] { return context->loadCAList(path); });
+    untilWaiting(operation);
+    holder.rewrite({});
+    holder.rewrite(image);
   }
+  EXPECT_TRUE(operation.get());
   EXPECT_EQ(context->rowCount(), 1) << "read when the other had written it back";
   {
-    const LockHolder holder(path, ByteString(image.size() + 100, 0xEE));
-    auto save = std::async(std::launch::async, [&] { return context->saveCAList(path); });
-    untilWaiting(save);
-    holder.letGo();
-    EXPECT_TRUE(save.get());
+    const FileLockHolder holder(path, F_OFD_SETLK);
+    operation = std::async(std::launch::async, [&] { return context->saveCAList(path); });
+    untilWaiting(operation);
+    holder.rewrite(ByteString(image.size() + 100, 0xEE));
   }
+  EXPECT_TRUE(operation.get());
   EXPECT_EQ(readFile(path), image) << "written over what the other left";
 }
 

@@ -117,7 +117,7 @@ TEST_F(CAList, SingleCertificatesComeFromFilesBytesAndText) {
        }},
       {"PEM file", [&](const ByteString& der) { return context->addCertificateFile(pathOf("ca.pem", {der}).c_str()); }},
       {"bytes", [&](const ByteString& der) { return context->addCertificateDER(der); }},
-      {"Base64", [&](const ByteString& der) { return context->addCertificatePEM(base64(der).c_str()); }},
+      {"Base64", [&](const ByteString& der) { return context->addCertificatePEM(toBase64(der).c_str()); }},
       {"object", [&](const ByteString& der) { return context->addCertificate(*decoded(der), kSourceAdded); }},
   };
   for (const Row& row : rows) {
@@ -282,7 +282,7 @@ TEST_F(CAList, RemovalClosesTheGapInRowsAndEntries) {
   const auto second = decoded(makeCA({.subject = "B", .serial = 2}));
   EXPECT_TRUE(context->removeEntryDER(first));
   EXPECT_THAT(serials("B"), ElementsAre("2"));
-  EXPECT_FALSE(context->removeEntryPEM(base64(first).c_str())) << "gone already";
+  EXPECT_FALSE(context->removeEntryPEM(toBase64(first).c_str())) << "gone already";
   EXPECT_TRUE(context->removeEntry(*second->subjectView(), *second->issuerView(), second->serialNumber()));
   EXPECT_EQ(rowOf("B"), -1);
   EXPECT_EQ(rowOf("C"), 1);

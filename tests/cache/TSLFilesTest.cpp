@@ -1,6 +1,5 @@
 // Real trusted lists: every service counted by the rule that decides on it, every certificate with what its list says,
 // beside XPath and OpenSSL on the same file.
-#include <iostream>
 
 #include "cache/TSLReader.h"
 #include "support/LibraryFixture.h"
@@ -56,9 +55,6 @@ TEST_P(TSLFiles, IsReadAsXPathReadsIt) {
     ASSERT_TRUE(expected);
     const TSLCounts counts = countsOf(*path, allServices);
     EXPECT_EQ(counts, expected->counts);
-    std::cout << GetParam() << ", issue " << expected->number << (allServices ? ", all services" : "") << ": "
-              << counts.taken << " services taken; left out " << counts.otherType << " by type, "
-              << counts.refusedStatus << " by status, " << counts.otherUse << " by use\n";
 
     library().caTable.clear();
     XMLFile list;

@@ -1,6 +1,5 @@
 // Records of trusted lists: chains of any length, and the codes of countries.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "cache/TSLInfo.h"
 #include "keystrand/cache/TSLMetadata.h"
@@ -10,8 +9,7 @@ namespace {
 
 TEST(TSLRecords, ACountryIsExactlyTwoCharacters) {
   struct Row {
-    const char* set;
-    const char* asked;
+    const char *set, *asked;
     bool has;
   };
   for (const Row& row : {Row{"IT", "IT", true}, Row{"IT", "it", false}, Row{"IT", "ITA", false}, Row{"IT", "I", false},
@@ -39,24 +37,6 @@ TEST(TSLRecords, ChainsOfAnyLengthAreCopiedAndDeleted) {
   EXPECT_EQ(count, 1'000'000);
   copy->setNext(nullptr);
   EXPECT_EQ(copy->getNext(), nullptr);
-}
-
-TEST(TSLRecords, TheFirstOfACountryIsFoundAndRemoved) {
-  TSLInfoList list;
-  list.add({"IT", 1, "a"});
-  list.add({"FR", 2, std::nullopt});
-  list.add({"IT", 3, "b"});
-  EXPECT_EQ(list.find("IT")->sequenceNumber(), 1);
-  list.remove("IT");
-  EXPECT_EQ(list.find("IT")->sequenceNumber(), 3);
-  EXPECT_EQ(list.at(0)->countryCode(), "FR");
-  EXPECT_EQ(list.at(0)->location(), std::nullopt);
-  list.remove("DE");
-  list.remove(nullptr);
-  EXPECT_EQ(list.count(), 2);
-  EXPECT_EQ(list.at(2), nullptr);
-  EXPECT_EQ(list.at(-1), nullptr);
-  EXPECT_FALSE(list.contains(nullptr));
 }
 
 }  // namespace

@@ -56,8 +56,7 @@ TEST_F(TSLSelection, TakesByTypeStatusAndUse) {
   struct Row {
     const char* name;
     std::function<void(TSLServiceSpec&)> change;
-    bool taken;
-    bool takenOfAll;
+    bool taken, takenOfAll;
   };
   const auto type = [&](const std::string& path) {
     return [uri = base + "Svctype/" + path](TSLServiceSpec& s) { s.state.type = uri; };

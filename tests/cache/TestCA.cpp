@@ -11,13 +11,6 @@
 namespace keystrand::test {
 namespace {
 
-using X509Handle = std::unique_ptr<X509, decltype(&X509_free)>;
-
-X509Handle parsed(const ByteString& der) {
-  const unsigned char* in = der.data();
-  return {d2i_X509(nullptr, &in, static_cast<long>(der.size())), &X509_free};
-}
-
 std::string hexadecimal(int number) {
   char text[16];
   std::snprintf(text, sizeof text, "%X", static_cast<unsigned int>(number));
@@ -56,18 +49,9 @@ std::unique_ptr<Certificate> decoded(const ByteString& der) {
   return certificate->get(buffer) ? std::move(certificate) : nullptr;
 }
 
-std::string base64(const ByteString& der) {
-  return encodeBase64(der);
-}
-
 std::string armoured(const ByteString& der) {
   const ByteString text = toPEM(der, "CERTIFICATE");
   return {text.begin(), text.end()};
-}
-
-void writeFile(const std::filesystem::path& path, const ByteString& bytes) {
-  std::ofstream(path, std::ios::binary)
-      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
 void writePEM(const std::filesystem::path& path, const std::vector<ByteString>& certificates) {
@@ -84,12 +68,6 @@ std::vector<ByteString> certificatesBelow(const std::filesystem::path& folder, c
     certificates.push_back(unarmoured.empty() ? std::move(bytes) : unarmoured);
   }
   return certificates;
-}
-
-bool opensslVerifies(const ByteString& issuer, const ByteString& issued) {
-  const X509Handle ca = parsed(issuer);
-  const X509Handle certificate = parsed(issued);
-  return ca && certificate && X509_verify(certificate.get(), X509_get0_pubkey(ca.get())) == 1;
 }
 
 }  // namespace keystrand::test

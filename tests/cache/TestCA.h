@@ -31,15 +31,10 @@ std::string subjectText(const std::string& commonName);
 // As the library decodes it; empty when it does not.
 std::unique_ptr<Certificate> decoded(const ByteString& der);
 
-std::string base64(const ByteString& der);
 std::string armoured(const ByteString& der);
-void writeFile(const std::filesystem::path& path, const ByteString& bytes);
 void writePEM(const std::filesystem::path& path, const std::vector<ByteString>& certificates);
 
 // The certificates of the files below a folder that have this extension, bare or in armour, one each.
 std::vector<ByteString> certificatesBelow(const std::filesystem::path& folder, const std::string& extension);
-
-// Whether OpenSSL finds that the first certificate's key made the signature of the second.
-bool opensslVerifies(const ByteString& issuer, const ByteString& issued);
 
 }  // namespace keystrand::test

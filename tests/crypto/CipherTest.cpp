@@ -6,7 +6,6 @@
 #include <p11-kit/pkcs11.h>
 
 #include <fstream>
-#include <map>
 #include <sstream>
 
 #include "TokenObjects.h"
@@ -14,35 +13,12 @@
 #include "crypto/HMAC.h"
 #include "crypto/PBMParameter.h"
 #include "crypto/SHA1.h"
+#include "crypto/Vectors.h"
 #include "crypto/token/PasswordParameters.h"
 #include "crypto/token/RC2Parameters.h"
 
 namespace keystrand::test {
-
 namespace {
-
-using Vector = std::map<std::string, std::string>;
-
-// The values "NAME = value" of a file, one case at each value of this name.
-std::vector<Vector> vectorsOf(const std::filesystem::path& file, const std::string& last) {
-  std::vector<Vector> cases;
-  Vector now;
-  std::ifstream in(file);
-  for (std::string line; std::getline(in, line);) {
-    line.erase(line.find_last_not_of("\r ") + 1);
-    const std::size_t sign = line.find(" = ");
-    if (sign == std::string::npos) continue;
-    const std::string name = line.substr(0, sign);
-    if (name == "COUNT" || name == "Len") now.clear();
-    now[name] = line.substr(sign + 3);
-    if (now.contains(last) && now.contains("PLAINTEXT") == (last == "CIPHERTEXT")) {
-      cases.push_back(now);
-      now.erase(last);
-      now.erase("PLAINTEXT");
-    }
-  }
-  return cases;
-}
 
 Template secretKey(CK_KEY_TYPE type, ByteString value) {
   return {number(CKA_CLASS, CKO_SECRET_KEY), number(CKA_KEY_TYPE, type), {CKA_VALUE, std::move(value)}};
@@ -106,14 +82,14 @@ const CipherFile kFiles[] = {
     {"3DES/CBC/TCBCvartext.rsp", CKK_DES, CKM_DES_CBC},
 };
 
-ByteString keyOf(const CipherFile& file, Vector& vector) {
+ByteString keyOf(const CipherFile& file, Fields& vector) {
   if (vector.contains("KEY")) return fromHex(vector["KEY"]);
   if (vector.contains("KEYs")) {
     const ByteString one = fromHex(vector["KEYs"]);
-    return file.keyType == CKK_DES ? one : joined(joined(one, one), one);
+    return file.keyType == CKK_DES ? one : one + one + one;
   }
-  const ByteString two = joined(fromHex(vector["KEY1"]), fromHex(vector["KEY2"]));
-  return file.keyType == CKK_DES2 ? two : joined(two, fromHex(vector["KEY3"]));
+  const ByteString two = fromHex(vector["KEY1"]) + fromHex(vector["KEY2"]);
+  return file.keyType == CKK_DES2 ? two : two + fromHex(vector["KEY3"]);
 }
 
 }  // namespace
@@ -124,7 +100,8 @@ TEST(TokenCiphers, AgreeWithThePublishedVectors) {
   for (const CipherFile& file : kFiles) {
     auto cases = vectorsOf(publishedVectors() / "ciphers" / file.path, "CIPHERTEXT");
     ASSERT_GE(cases.size(), 10U) << file.path;
-    for (Vector& vector : cases) {
+    for (Fields& vector : cases) {
+      if (vector["section"] != "ENCRYPT") continue;
       const CK_OBJECT_HANDLE key = open.created(secretKey(file.keyType, keyOf(file, vector)));
       ByteString iv = fromHex(vector["IV"]);
       const CK_MECHANISM mechanism{file.mechanism, iv.empty() ? nullptr : iv.data(), iv.size()};
@@ -212,8 +189,7 @@ TEST(TokenCiphers, TakeKeysOfTheirLengthAlone) {
   Session open;
   struct Row {
     CK_KEY_TYPE type;
-    std::vector<std::size_t> good;
-    std::vector<std::size_t> bad;
+    std::vector<std::size_t> good, bad;
   };
   for (const Row& row :
        {Row{CKK_AES, {16, 24, 32}, {0, 8, 15, 33}}, Row{CKK_DES, {8}, {7, 16}}, Row{CKK_DES2, {16}, {8, 24}},
@@ -241,7 +217,7 @@ TEST(TokenMacs, AgreeWithThePublishedVectors) {
                          Row{"rfc-2286-ripemd160.txt", CKM_RIPEMD160_HMAC}}) {
     auto cases = vectorsOf(publishedVectors() / "HMAC" / row.file, "MD");
     ASSERT_GE(cases.size(), 6U) << row.file;
-    for (Vector& vector : cases) {
+    for (Fields& vector : cases) {
       const ByteString message = fromHex(vector["Msg"]);
       const ByteString expected = fromHex(vector["MD"]);
       const CK_OBJECT_HANDLE key = open.created(secretKey(CKK_GENERIC_SECRET, fromHex(vector["Key"])));
@@ -319,7 +295,7 @@ TEST(PasswordKeys, FollowPBKDF2) {
   Session open;
   auto cases = vectorsOf(publishedVectors() / "KDF" / "rfc-6070-PBKDF2-SHA1.txt", "DERIVED_KEY");
   ASSERT_GE(cases.size(), 5U);
-  for (Vector& vector : cases) {
+  for (Fields& vector : cases) {
     std::string password = vector["PASSWORD"];
     std::string salt = vector["SALT"];
     if (std::stoul(vector["ITERATIONS"]) > 100000 || password.find('\\') != std::string::npos) continue;
@@ -348,7 +324,7 @@ TEST(TokenMacs, RC2IsHalfOfTheLastBlockOfItsCBC) {
   const CK_MECHANISM cbc{CKM_RC2_CBC, &parameters, sizeof parameters};
   const CK_MECHANISM mac{CKM_RC2_MAC, &parameters, sizeof parameters.effectiveBits};
   const ByteString message(21, 'm');
-  const ByteString filled = joined(message, ByteString(3));
+  const ByteString filled = message + ByteString(3);
   const ByteString blocks = crypted(open, Way::kEncrypt, cbc, key, filled).octets;
   ASSERT_EQ(blocks.size(), 24U);
   ByteString value(8);
@@ -384,7 +360,7 @@ TEST(PasswordKeys, MakeTheMacOfCMP) {
       OSSL_CRMF_pbmp_new(nullptr, 16, NID_sha256, 500, NID_hmac_sha1), OSSL_CRMF_PBMPARAMETER_free);
   ASSERT_NE(made, nullptr);
   PBMParameter parameter;
-  ASSERT_TRUE(coded(parameter, derOf(made.get(), &i2d_OSSL_CRMF_PBMPARAMETER)).read);
+  ASSERT_TRUE(coded(parameter, builder::encoded(made.get(), i2d_OSSL_CRMF_PBMPARAMETER)).read);
   const ByteString password = {'p', 'w'};
   const ByteString message = {'m', 's', 'g'};
   unsigned char* octets = nullptr;

@@ -7,58 +7,6 @@
 #include "keystrand/pkix/Certificate.h"
 
 namespace keystrand::test {
-
-namespace {
-
-const ByteString kMessage = {'m', 'e', 's', 's', 'a', 'g', 'e'};
-constexpr const char* kPSS = "1.2.840.113549.1.1.10";
-
-struct AlgorithmRow {
-  const char* oid;
-  const char* key;
-  SigningSpec signing;
-  const char* digest = nullptr;  // to be selected first
-};
-
-const AlgorithmRow kAlgorithms[] = {
-    {"1.2.840.113549.1.1.5", "RSA-2048", {"SHA1"}},
-    {"1.3.14.3.2.29", "RSA-2048", {"SHA1"}},
-    {"1.2.840.113549.1.1.11", "RSA-2048", {"SHA256"}},
-    {"1.2.840.113549.1.1.11", "RSA-1024", {"SHA256"}},
-    {"1.2.840.113549.1.1.11", "RSA-2049", {"SHA256"}},
-    {"1.2.840.113549.1.1.11", "RSA-3072", {"SHA256"}},
-    {"1.2.840.113549.1.1.12", "RSA-2048", {"SHA384"}},
-    {"1.2.840.113549.1.1.13", "RSA-2048", {"SHA512"}},
-    {"1.2.840.113549.1.1.4", "RSA-2048", {"MD5"}},
-    {"1.3.14.3.2.3", "RSA-2048", {"MD5"}},
-    {"1.3.36.3.3.1.2", "RSA-2048", {"RIPEMD160"}},
-    {kPSS, "RSA-2048", {"SHA1", true}, "1.3.14.3.2.26"},
-    {kPSS, "RSA-2048", {"SHA256", true}, "2.16.840.1.101.3.4.2.1"},
-    {kPSS, "RSA-2049", {"SHA256", true}, "2.16.840.1.101.3.4.2.1"},
-    {kPSS, "RSA-2048", {"SHA384", true}, "2.16.840.1.101.3.4.2.2"},
-    {kPSS, "RSA-2048", {"SHA512", true}, "2.16.840.1.101.3.4.2.3"},
-    {"1.2.840.10045.4.1", "P-256", {"SHA1"}},
-    {"1.2.840.10045.4.3.1", "P-224", {"SHA224"}},
-    {"1.2.840.10045.4.3.2", "P-256", {"SHA256"}},
-    {"1.2.840.10045.4.3.3", "P-384", {"SHA384"}},
-    {"1.2.840.10045.4.3.4", "P-521", {"SHA512"}},
-    {"1.2.840.10045.4.3.4", "P-256", {"SHA512"}},
-    {"1.2.840.10045.4.3.2", "secp256k1", {"SHA256"}},
-    {"1.2.840.10045.4.3.2", "brainpoolP256r1", {"SHA256"}},
-    {"1.2.840.10045.4.3.3", "brainpoolP384r1", {"SHA384"}},
-    {"1.2.840.10045.4.3.4", "brainpoolP512r1", {"SHA512"}},
-};
-
-// SEQUENCE { INTEGER r, INTEGER s } with a number of less than 32 octets, the sign octet not counted.
-bool hasShortHalf(const ByteString& signature) {
-  const std::size_t r = signature[3] - (signature[4] == 0 ? 1U : 0U);
-  const std::size_t behind = 4U + signature[3];
-  const std::size_t s = signature[behind + 1] - (signature[behind + 2] == 0 ? 1U : 0U);
-  return r < 32 || s < 32;
-}
-
-}  // namespace
-
 TEST(CryptoDevice, VerifiesWhatOpenSSLSignedAndNothingElse) {
   OpenDevice open;
   ASSERT_TRUE(open.opened);
@@ -81,36 +29,6 @@ TEST(CryptoDevice, VerifiesWhatOpenSSLSignedAndNothingElse) {
   }
 }
 
-// The r or the s of about one signature in 128 is shorter than the order, and goes to the token padded.
-TEST(CryptoDevice, VerifiesECDSASignaturesWithShortHalves) {
-  OpenDevice open;
-  const PrivateKey key = privateKey("P-256");
-  const auto info = keyInfoOf(key);
-  ASSERT_TRUE(open.device.setSignatureAlgorithm("1.2.840.10045.4.3.2"));
-  int shorter = 0;
-  for (int i = 0; i < 5000 && shorter < 3; ++i) {
-    const ByteString signature = signatureOf(key, {"SHA256"}, kMessage);
-    if (!hasShortHalf(signature)) continue;
-    ++shorter;
-    EXPECT_TRUE(verifies(open.device, kMessage, signature, *info));
-  }
-  EXPECT_EQ(shorter, 3);
-}
-
-TEST(CryptoDevice, VerifiesCertificatesByTheParametersOfPSS) {
-  OpenDevice open;
-  for (const char* digest : {"SHA1", "SHA256", "SHA384", "SHA512"}) {
-    const Authority authority = makeAuthority({.key = privateKey("RSA-2048"), .signing = {digest, true}});
-    Certificate certificate;
-    Buffer buffer;
-    buffer.assign(authority.certificate.data(), static_cast<std::uint32_t>(authority.certificate.size()));
-    ASSERT_TRUE(certificate.get(buffer));
-    const std::unique_ptr<KeyInfo> key(certificate.subjectPublicKeyInfo());
-    EXPECT_TRUE(certificate.verify(open.device, *key)) << digest;
-    EXPECT_FALSE(certificate.verify(open.device, *keyInfoOf(privateKey("RSA-2048", 1)))) << digest;
-  }
-}
-
 // The salt is as long as the hash, or the signature is not verified. 222 is what OpenSSL takes by itself.
 TEST(CryptoDevice, VerifiesOnlyThePSSSaltOfTheTable) {
   OpenDevice open;
@@ -128,9 +46,7 @@ TEST(CryptoDevice, AcceptsTheDigestInfoWithAndWithoutNULL) {
   const PrivateKey key = privateKey("RSA-2048");
   const ByteString digest = digestOf("SHA256", kMessage);
   struct Row {
-    const char* name;
-    const char* head;
-    const char* tail;
+    const char *name, *head, *tail;
     bool good;
   };
   OpenDevice open;
@@ -164,9 +80,7 @@ TEST(CryptoDevice, SelectsNothingWhereItCannotSelect) {
   };
   OpenDevice open;
   struct Row {
-    const char* name;
-    const char* digest;
-    const char* algorithm;
+    const char *name, *digest, *algorithm;
   };
   for (const Row& row :
        {Row{"unknown", nullptr, "1.2.3.4"}, Row{"SHA-224 with RSA", nullptr, "1.2.840.113549.1.1.14"},
@@ -217,8 +131,7 @@ TEST(CryptoDevice, RefusesKeysThatDoNotBelongToTheMechanism) {
   const ByteString rsaSignature(256, 1);
   const ByteString ecSignature = fromHex("3006020101020101");
   struct Row {
-    const char* name;
-    const char* algorithm;
+    const char *name, *algorithm;
     const KeyInfo* key;
     const ByteString& signature;
   };
@@ -260,8 +173,7 @@ TEST(CryptoDevice, SurvivesBadKeys) {
   ByteString offCurve(65, 1);
   offCurve[0] = 4;
   struct Row {
-    const char* name;
-    const char* algorithm;
+    const char *name, *algorithm;
     std::unique_ptr<KeyInfo> key;
     ByteString signature;
   };
@@ -301,8 +213,7 @@ TEST(CryptoDevice, DigestsInPartsAndWhole) {
   OpenDevice open;
   const ByteString data(1000, 'a');
   struct Row {
-    const char* oid;
-    const char* name;
+    const char *oid, *name;
     std::uint32_t length;
   };
   for (const Row& row :

@@ -11,7 +11,6 @@
 #include "support/TempFolder.h"
 
 namespace keystrand::test {
-
 namespace {
 
 std::string textOf(owner<char*> text) {

@@ -20,7 +20,7 @@ namespace {
 ByteString withExplicitParameters(const PrivateKey& key) {
   EVP_PKEY* copy = EVP_PKEY_dup(key.get());
   EVP_PKEY_set_utf8_string_param(copy, OSSL_PKEY_PARAM_EC_ENCODING, OSSL_PKEY_EC_ENCODING_EXPLICIT);
-  const ByteString der = derOf(copy, &i2d_PUBKEY);
+  const ByteString der = builder::encoded(copy, i2d_PUBKEY);
   EVP_PKEY_free(copy);
   return der;
 }
@@ -82,12 +82,12 @@ TEST(ECParameters, WithoutAnAcceptableGroupDecodeButVerifyNothing) {
   };
   ByteString offCurve = g;
   offCurve.back() ^= 1;
-  const ByteString huge = tlv(0x02, {{0x00}, ByteString(8192, 0xFF)});
+  const ByteString huge = withChildren(0x02, {{0x00}, ByteString(8192, 0xFF)});
   const PrivateKey key = privateKey("P-256");
   KeyInfo named;
   ASSERT_TRUE(coded(named, publicKeyInfo(key)).read);
   const auto view = dynamic_cast<const ECDSAPublicKey*>(named.keyView())->pointView();
-  const ByteString point = tlv(0x03, {{0x00}, {view.begin(), view.end()}});
+  const ByteString point = withChildren(0x03, {{0x00}, {view.begin(), view.end()}});
   const auto keyInfo = [&](const std::vector<ByteString>& parameters) {
     std::vector<ByteString> algorithm = {oid("1.2.840.10045.2.1")};
     algorithm.insert(algorithm.end(), parameters.begin(), parameters.end());

@@ -12,18 +12,12 @@
 #include "support/OwnKeys.h"
 
 namespace keystrand::test {
-
 namespace {
 
 const ByteString kText = {'a', ' ', 's', 'e', 'c', 'r', 'e', 't'};
 
-ByteString octetsOf(const Buffer& buffer) {
-  const auto held = buffer.range(0, buffer.size());
-  return {held.begin(), held.end()};
-}
-
 PrivateKey publicInOpenSSL(const KeyInfo& info) {
-  const ByteString der = encoded(info);
+  const ByteString der = encode(info);
   const unsigned char* at = der.data();
   return {d2i_PUBKEY(nullptr, &at, static_cast<long>(der.size())), EVP_PKEY_free};
 }
@@ -75,7 +69,7 @@ TEST(GeneratedPairs, WorkInOpenSSL) {
     ASSERT_NE(signature, nullptr) << curve;
     EXPECT_TRUE(verifiesInOpenSSL(publicInOpenSSL(*info), {"SHA256"}, kText, signature->view())) << curve;
     const std::unique_ptr<KeyInfo> again(open.device.exportPublicKey(curve));
-    EXPECT_EQ(encoded(*again), encoded(*info)) << curve;
+    EXPECT_EQ(encode(*again), encode(*info)) << curve;
   }
   EXPECT_EQ(open.device.generateECKeyPair(ECParameters(OID("1.2.3"))), nullptr) << "no such curve";
   ASSERT_TRUE(open.device.setSignatureAlgorithm("1.2.840.10045.4.3.4"));
@@ -107,8 +101,7 @@ TEST(GeneratedPairs, AreWholeKeysWithTheirMarks) {
   struct Row {
     const char* name;
     CK_MECHANISM_TYPE mechanism;
-    Template half;
-    Template whole;
+    Template half, whole;
     CK_RV result;
   };
   const Value curve{CKA_EC_PARAMS, oid("1.2.840.10045.3.1.7")};
@@ -182,9 +175,7 @@ TEST(WrappedKeys, ComeBack) {
   struct Row {
     const char* name;
     const CK_MECHANISM& mechanism;
-    CK_OBJECT_HANDLE with;
-    CK_OBJECT_HANDLE by;
-    CK_OBJECT_HANDLE key;
+    CK_OBJECT_HANDLE with, by, key;
     Template wanted;
     CK_ATTRIBUTE_TYPE same;
   };
@@ -242,7 +233,7 @@ TEST(DeviceCiphers, ExchangeWithOpenSSL) {
   ASSERT_EQ(EVP_PKEY_encrypt(context.get(), sealed.data(), &n, kText.data(), kText.size()), 1);
   Buffer out;
   ASSERT_TRUE(open.device.decrypt(sealed.data(), n, out));
-  EXPECT_EQ(octetsOf(out), kText);
+  EXPECT_EQ(held(out), kText);
   sealed[5] ^= 1;
   EXPECT_FALSE(open.device.decrypt(sealed.data(), n, out));
   EXPECT_EQ(open.device.lastResult(), CKR_ENCRYPTED_DATA_INVALID);
@@ -258,9 +249,9 @@ TEST(DeviceCiphers, ExchangeWithOpenSSL) {
   EXPECT_FALSE(open.device.encrypt(back.data(), 118, *keyInfoOf(rsa), out)) << "no room for the padding";
 
   ASSERT_TRUE(open.device.rawEncrypt(kText.data(), kText.size(), *keyInfoOf(rsa), out));
-  const ByteString raw = octetsOf(out);
+  const ByteString raw = held(out);
   ASSERT_TRUE(open.device.rawDecrypt(raw.data(), raw.size(), out));
-  EXPECT_EQ(octetsOf(out), joined(ByteString(128 - kText.size()), kText));
+  EXPECT_EQ(held(out), ByteString(128 - kText.size()) + kText);
 }
 
 TEST(DeviceCiphers, ReadWhatPKCS12Enciphered) {
@@ -279,7 +270,7 @@ TEST(DeviceCiphers, ReadWhatPKCS12Enciphered) {
         PKCS12_pbe_crypt(algorithm, "p\xC3\xA0ss", 5, kText.data(), static_cast<int>(kText.size()), &made, &length, 1),
         nullptr);
     const ByteString sealed(made, made + length);
-    const ByteString der = derOf(algorithm, &i2d_X509_ALGOR);
+    const ByteString der = builder::encoded(algorithm, i2d_X509_ALGOR);
     OPENSSL_free(made);
     X509_ALGOR_free(algorithm);
     AlgorithmIdentifier identifier;
@@ -287,20 +278,20 @@ TEST(DeviceCiphers, ReadWhatPKCS12Enciphered) {
     ASSERT_TRUE(open.device.setPBE(identifier)) << row.oid;
     SecureBuffer buffer(&open.device);
     buffer.append(sealed.data(), static_cast<std::uint32_t>(sealed.size()));
-    EXPECT_FALSE(buffer.decryptPBE("wrong") && octetsOf(buffer) == kText);
+    EXPECT_FALSE(buffer.decryptPBE("wrong") && held(buffer) == kText);
     buffer.assign(sealed.data(), static_cast<std::uint32_t>(sealed.size()));
     ASSERT_TRUE(buffer.decryptPBE("p\xC3\xA0ss")) << row.oid;
-    EXPECT_EQ(octetsOf(buffer), kText) << row.oid;
+    EXPECT_EQ(held(buffer), kText) << row.oid;
     ASSERT_TRUE(buffer.encryptPBE("p\xC3\xA0ss"));
-    EXPECT_EQ(octetsOf(buffer), sealed) << row.oid;
+    EXPECT_EQ(held(buffer), sealed) << row.oid;
   }
   for (const char* known : {"1.2.840.113549.1.12.1.5", "1.2.840.113549.1.12.1.6"}) {
     Buffer out;
     ASSERT_TRUE(open.device.setPBE(known) && open.device.setPBESalt(salt.data(), salt.size(), 5));
     ASSERT_TRUE(open.device.encryptPBE(kText.data(), kText.size(), "p", out)) << known;
-    const ByteString sealed = octetsOf(out);
+    const ByteString sealed = held(out);
     ASSERT_TRUE(open.device.decryptPBE(sealed.data(), sealed.size(), "p", out)) << known;
-    EXPECT_EQ(octetsOf(out), kText) << known;
+    EXPECT_EQ(held(out), kText) << known;
   }
   EXPECT_FALSE(open.device.setPBE("1.2.840.113549.1.12.1.1")) << "RC4";
   Buffer out;
@@ -320,24 +311,24 @@ TEST(DeviceKeys, WrapAndUseSecrets) {
   ASSERT_TRUE(open.device.encryptSecret(kText.data(), kText.size(), iv.data(), iv.size(), sealed));
   Buffer wrapped;
   ASSERT_TRUE(open.device.wrap(secret, *keyInfoOf(rsa), wrapped));
-  const ByteString octets = octetsOf(wrapped);
+  const ByteString octets = held(wrapped);
   ASSERT_TRUE(open.device.unwrap(octets.data(), octets.size(), CKK_AES, privateHandle, "back"));
   EXPECT_NE(open.device.selectedKey(), secret);
   Buffer out;
-  const ByteString text = octetsOf(sealed);
+  const ByteString text = held(sealed);
   ASSERT_TRUE(open.device.decryptSecret(text.data(), text.size(), iv.data(), iv.size(), out));
-  EXPECT_EQ(octetsOf(out), kText);
+  EXPECT_EQ(held(out), kText);
   EXPECT_FALSE(open.device.decryptSecret(text.data(), text.size(), iv.data(), 8, out)) << "a vector of a wrong length";
   for (const unsigned long type : {CKK_DES, CKK_DES2, CKK_DES3, CKK_RC2}) {
     ASSERT_TRUE(open.device.generateSecret(type, 16)) << type;
     ASSERT_TRUE(open.device.encryptSecret(kText.data(), kText.size(), iv.data(), 8, sealed)) << type;
-    const ByteString by = octetsOf(sealed);
+    const ByteString by = held(sealed);
     ASSERT_TRUE(open.device.decryptSecret(by.data(), by.size(), iv.data(), 8, out)) << type;
-    EXPECT_EQ(octetsOf(out), kText) << type;
+    EXPECT_EQ(held(out), kText) << type;
   }
   ASSERT_TRUE(open.device.selectSecretKey("DES2 Key"));
   ASSERT_TRUE(open.device.wrapWithKey(open.device.selectedKey(), secret, iv.data(), iv.size(), wrapped));
-  const ByteString under = octetsOf(wrapped);
+  const ByteString under = held(wrapped);
   EXPECT_TRUE(open.device.unwrapWithKey(under.data(), under.size(), CKK_DES2, secret, iv.data(), iv.size()));
   EXPECT_FALSE(open.device.unwrapWithKey(under.data(), under.size(), CKK_DES3, secret, iv.data(), iv.size()));
   EXPECT_TRUE(open.device.removePrivateKey("RSA Key"));
@@ -351,16 +342,16 @@ TEST(DeviceObjects, AreStoredAndFound) {
   const unsigned char id[] = {5};
   Buffer out;
   ASSERT_TRUE(open.device.storeCertificate(der.data(), der.size(), subject.data(), subject.size(), id, 1));
-  EXPECT_TRUE(open.device.certificateByLabel("X.509 Certificate", out) && octetsOf(out) == der);
-  EXPECT_TRUE(open.device.certificateById(id, 1, out) && octetsOf(out) == der);
-  EXPECT_TRUE(open.device.certificateAt(0, out) && octetsOf(out) == der);
+  EXPECT_TRUE(open.device.certificateByLabel("X.509 Certificate", out) && held(out) == der);
+  EXPECT_TRUE(open.device.certificateById(id, 1, out) && held(out) == der);
+  EXPECT_TRUE(open.device.certificateAt(0, out) && held(out) == der);
   EXPECT_FALSE(open.device.certificateAt(1, out));
   EXPECT_EQ(out.size(), 0U);
   ASSERT_TRUE(open.device.storeData(kText.data(), kText.size(), id, 1));
   ASSERT_TRUE(open.device.storeData(kText.data(), 1, nullptr, 0, "short"));
-  EXPECT_TRUE(open.device.dataByLabel("Generic Data", out) && octetsOf(out) == kText);
+  EXPECT_TRUE(open.device.dataByLabel("Generic Data", out) && held(out) == kText);
   EXPECT_TRUE(open.device.changeData(id, 1, kText.data(), 3) && open.device.dataAt(0, out));
-  EXPECT_EQ(octetsOf(out), ByteString(kText.begin(), kText.begin() + 3));
+  EXPECT_EQ(held(out), ByteString(kText.begin(), kText.begin() + 3));
   EXPECT_TRUE(open.device.changeData("short", kText.data(), 2) && open.device.dataById(id, 1, out));
   EXPECT_FALSE(open.device.changeData("none", kText.data(), 2));
   EXPECT_EQ(open.device.lastResult(), CKR_OBJECT_HANDLE_INVALID);
@@ -380,7 +371,7 @@ TEST(PrivateKeyInfo, IsReadByOpenSSLAndSurvivesBadOctets) {
 
     std::unique_ptr<PKCS8_PRIV_KEY_INFO, decltype(&PKCS8_PRIV_KEY_INFO_free)> theirs(EVP_PKEY2PKCS8(key.get()),
                                                                                      PKCS8_PRIV_KEY_INFO_free);
-    const ByteString der = derOf(theirs.get(), &i2d_PKCS8_PRIV_KEY_INFO);
+    const ByteString der = builder::encoded(theirs.get(), i2d_PKCS8_PRIV_KEY_INFO);
     const auto own = getPrivateKeyInfo(der);
     ASSERT_NE(own, nullptr) << kind;
     EXPECT_NE(openSSLKey(*own), nullptr) << kind;

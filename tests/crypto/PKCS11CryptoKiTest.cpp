@@ -6,7 +6,6 @@
 #include "TokenObjects.h"
 
 namespace keystrand::test {
-
 namespace {
 
 template <std::size_t N>

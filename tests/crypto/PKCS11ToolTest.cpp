@@ -8,7 +8,6 @@
 #include "support/Process.h"
 
 namespace keystrand::test {
-
 namespace {
 
 struct Outcome {

@@ -6,21 +6,19 @@
 #include <sstream>
 
 #include "OpenDevice.h"
+#include "crypto/Vectors.h"
 #include "keystrand/crypto/ECDSAPublicKey.h"
 #include "keystrand/crypto/RSAPublicKey.h"
 
 namespace keystrand::test {
-
 namespace {
 
 constexpr const char* kRSA = "1.2.840.113549.1.1.1";
-constexpr const char* kPSS = "1.2.840.113549.1.1.10";
 
 // Digest, and the algorithms that sign with it.
 struct HashRow {
   std::string name;
-  const char* digest;
-  const char* ecdsa;
+  const char *digest, *ecdsa;
   bool pss;  // whether RSASSA-PSS is done with it
 };
 const HashRow kHashes[] = {
@@ -40,8 +38,7 @@ const HashRow& hashNamed(std::string name) {
 }
 
 struct CurveRow {
-  const char* name;
-  const char* oid;
+  const char *name, *oid;
   std::size_t octets;  // of a coordinate
 };
 const CurveRow kCurves[] = {
@@ -94,26 +91,6 @@ ByteString ecdsaSignature(const ByteString& r, const ByteString& s) {
   second.put(out);
   const auto octets = out.range(0, out.size());
   return {octets.begin(), octets.end()};
-}
-
-// "name = value" lines of a CAVP file; a vector ends with its `last` line, and what came before it stays in force.
-using Fields = std::map<std::string, std::string>;
-template <class Use>
-void forEachVector(const std::filesystem::path& path, const std::string& last, Use use) {
-  std::ifstream in(path);
-  ASSERT_TRUE(in) << path;
-  Fields fields;
-  for (std::string line; std::getline(in, line);) {
-    line.erase(line.find_last_not_of("\r ") + 1);
-    const auto equals = line.find(" = ");
-    if (line.starts_with('[') && line.find("mod") == std::string::npos) {
-      fields["section"] = line.substr(1, line.size() - 2);
-    } else if (equals != std::string::npos) {
-      const std::string name = line.substr(0, equals);
-      fields[name] = line.substr(equals + 3);
-      if (name == last) use(fields);
-    }
-  }
 }
 
 struct Tally {
@@ -235,8 +212,7 @@ TEST(PublishedSignatures, NISTECDSA) {
 // leaves the NULL of the DigestInfo out, and is accepted.
 TEST(PublishedSignatures, Wycheproof) {
   struct Row {
-    const char* file;
-    const char* algorithm;
+    const char *file, *algorithm;
     bool pss;
   };
   OpenDevice open;

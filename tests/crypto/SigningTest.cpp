@@ -5,47 +5,17 @@
 #include "TokenObjects.h"
 #include "keystrand/crypto/ECDSAPrivateKey.h"
 #include "keystrand/crypto/RSAPrivateKey.h"
+#include "support/Coding.h"
 #include "support/OwnKeys.h"
 
 namespace keystrand::test {
-
 namespace {
 
-const ByteString kMessage = {'m', 'e', 's', 's', 'a', 'g', 'e'};
-constexpr const char* kPSS = "1.2.840.113549.1.1.10";
-
-struct SignerRow {
-  const char* oid;
-  const char* key;
-  SigningSpec made;
-  const char* digest = nullptr;  // to be selected first
-};
-
-const SignerRow kSigners[] = {
-    {"1.2.840.113549.1.1.5", "RSA-2048", {"SHA1"}},
-    {"1.2.840.113549.1.1.11", "RSA-1024", {"SHA256"}},
-    {"1.2.840.113549.1.1.11", "RSA-2049", {"SHA256"}},
-    {"1.2.840.113549.1.1.12", "RSA-2048", {"SHA384"}},
-    {"1.2.840.113549.1.1.13", "RSA-3072", {"SHA512"}},
-    {"1.2.840.113549.1.1.4", "RSA-2048", {"MD5"}},
-    {"1.3.36.3.3.1.2", "RSA-2048", {"RIPEMD160"}},
-    {kPSS, "RSA-2048", {"SHA1", true}, "1.3.14.3.2.26"},
-    {kPSS, "RSA-2049", {"SHA256", true}, "2.16.840.1.101.3.4.2.1"},
-    {kPSS, "RSA-1024", {"SHA384", true}, "2.16.840.1.101.3.4.2.2"},
-    {kPSS, "RSA-2048", {"SHA512", true}, "2.16.840.1.101.3.4.2.3"},
-    {"1.2.840.10045.4.1", "P-256", {"SHA1"}},
-    {"1.2.840.10045.4.3.1", "P-224", {"SHA224"}},
-    {"1.2.840.10045.4.3.2", "P-256", {"SHA256"}},
-    {"1.2.840.10045.4.3.3", "P-384", {"SHA384"}},
-    {"1.2.840.10045.4.3.4", "P-521", {"SHA512"}},
-    {"1.2.840.10045.4.3.2", "brainpoolP256r1", {"SHA256"}},
-};
-
-std::string nameOf(const SignerRow& row) {
-  return row.made.digest + (row.made.pss ? " PSS " : " ") + row.key;
+std::string nameOf(const AlgorithmRow& row) {
+  return row.signing.digest + (row.signing.pss ? " PSS " : " ") + row.key;
 }
 
-bool select(CryptoDevice& device, const SignerRow& row) {
+bool select(CryptoDevice& device, const AlgorithmRow& row) {
   return (row.digest == nullptr || device.setDigest(row.digest)) && device.setSignatureAlgorithm(row.oid);
 }
 
@@ -71,9 +41,8 @@ Template privateTemplate(const PrivateKey& key) {
   } else if (const auto* ec = dynamic_cast<const ECDSAPrivateKey*>(own.get())) {
     Buffer domain;
     ec->parametersView()->put(domain);
-    const auto octets = domain.range(0, domain.size());
     values.push_back(number(CKA_KEY_TYPE, CKK_EC));
-    values.push_back({CKA_EC_PARAMS, {octets.begin(), octets.end()}});
+    values.push_back({CKA_EC_PARAMS, held(domain)});
     values.push_back({CKA_VALUE, magnitude(ec->value())});
   }
   return values;
@@ -83,24 +52,24 @@ Template privateTemplate(const PrivateKey& key) {
 
 TEST(Signing, VerifiesInOpenSSLAndHere) {
   OpenDevice open;
-  for (const SignerRow& row : kSigners) {
+  for (const AlgorithmRow& row : kAlgorithms) {
     const PrivateKey key = privateKey(row.key);
     const auto info = keyInfoOf(key);
     ASSERT_TRUE(open.device.importKey(*ownKey(key), row.key)) << nameOf(row);
     ASSERT_TRUE(select(open.device, row)) << nameOf(row);
     const ByteString once = takenOctets(open.device.signData(kMessage.data(), kMessage.size()));
-    EXPECT_TRUE(verifiesInOpenSSL(key, row.made, kMessage, once)) << nameOf(row);
+    EXPECT_TRUE(verifiesInOpenSSL(key, row.signing, kMessage, once)) << nameOf(row);
     EXPECT_TRUE(open.device.verifyData(kMessage.data(), kMessage.size(), Signature(once), *info)) << nameOf(row);
 
     ASSERT_TRUE(open.device.signInit()) << nameOf(row);
     ASSERT_TRUE(open.device.signInit()) << nameOf(row) << ": what was begun is given up";
     ASSERT_TRUE(open.device.signUpdate(kMessage.data(), 3) &&
                 open.device.signUpdate(kMessage.data() + 3, kMessage.size() - 3));
-    EXPECT_TRUE(verifiesInOpenSSL(key, row.made, kMessage, takenOctets(open.device.signFinal()))) << nameOf(row);
-    if (row.made.pss) continue;
+    EXPECT_TRUE(verifiesInOpenSSL(key, row.signing, kMessage, takenOctets(open.device.signFinal()))) << nameOf(row);
+    if (row.signing.pss) continue;
     const auto digest = digestWith(open.device, kMessage);
     const ByteString ofDigest = takenOctets(open.device.signDigestInfo(*digest));
-    EXPECT_TRUE(verifiesInOpenSSL(key, row.made, kMessage, ofDigest)) << nameOf(row);
+    EXPECT_TRUE(verifiesInOpenSSL(key, row.signing, kMessage, ofDigest)) << nameOf(row);
     EXPECT_TRUE(open.device.verify(Signature(ofDigest), *digest, *info)) << nameOf(row);
     EXPECT_FALSE(open.device.verify(Signature(ofDigest), *digest, *keyInfoOf(privateKey(row.key, 1)))) << nameOf(row);
   }
@@ -133,8 +102,7 @@ TEST(Signing, FindsItsKeysByIdLabelAndIndex) {
   ASSERT_NE(exported, nullptr);
   Buffer coded;
   exported->put(coded);
-  const auto octets = coded.range(0, coded.size());
-  EXPECT_EQ(ByteString(octets.begin(), octets.end()), publicKeyInfo(privateKey("RSA-1024")));
+  EXPECT_EQ(held(coded), publicKeyInfo(privateKey("RSA-1024")));
   EXPECT_TRUE(open.device.open(0, nullptr, 0));
   EXPECT_FALSE(open.device.selectPrivateKeyAt(0)) << "the session took its objects along";
 }
@@ -175,9 +143,8 @@ TEST(PrivateKeys, AreWrittenAsOpenSSLWritesThem) {
     ASSERT_NE(own, nullptr) << kind;
     Buffer out;
     own->putPrivate(out);
-    const auto octets = out.range(0, out.size());
-    EXPECT_EQ(ByteString(octets.begin(), octets.end()), privateKeyCoding(key)) << kind;
-    EXPECT_EQ(own->privateSize(out), octets.size()) << kind;
+    EXPECT_EQ(held(out), privateKeyCoding(key)) << kind;
+    EXPECT_EQ(own->privateSize(out), out.size()) << kind;
     const std::unique_ptr<Key> copy(own->clone());
     EXPECT_NE(openSSLKey(*copy), nullptr) << kind;
     ByteString cut = privateKeyCoding(key);

@@ -38,11 +38,6 @@ inline Template with(Template values, const Value& more) {
   return values;
 }
 
-inline ByteString joined(ByteString front, const ByteString& back) {
-  front.insert(front.end(), back.begin(), back.end());
-  return front;
-}
-
 inline const ByteString kExponent = {1, 0, 1};
 inline Template rsaKey(ByteString modulus = ByteString(128, 0xC1)) {
   return {number(CKA_CLASS, CKO_PUBLIC_KEY),

@@ -3,6 +3,7 @@
 
 #include "TokenObjects.h"
 #include "keystrand/crypto/RSAPublicKey.h"
+#include "support/Der.h"
 
 namespace keystrand::test {
 
@@ -80,7 +81,7 @@ TEST(TokenOperations, VerifiesByTheRulesOfOperations) {
   const CK_MECHANISM mechanism{CKM_SHA256_RSA_PKCS, nullptr, 0};
   for (const Check& row : {Check{"good", good, CKR_OK}, Check{"spoilt", withBitFlipped(good), CKR_SIGNATURE_INVALID},
                            Check{"short", ByteString(good.begin() + 1, good.end()), CKR_SIGNATURE_LEN_RANGE},
-                           Check{"long", joined({0}, good), CKR_SIGNATURE_LEN_RANGE}}) {
+                           Check{"long", ByteString{0} + good, CKR_SIGNATURE_LEN_RANGE}}) {
     ASSERT_EQ(ki.verifyInit(open.handle, &mechanism, object), CKR_OK) << row.name;
     EXPECT_EQ(ki.verifyInit(open.handle, &mechanism, object), CKR_OPERATION_ACTIVE) << row.name;
     EXPECT_EQ(ki.verify(open.handle, data.data(), 4, row.signature.data(), row.signature.size()), row.result)
@@ -134,13 +135,11 @@ TEST(TokenOperations, VerifiesRawRSAAndBareDigests) {
     return device.device.verifyRaw(what.data(), what.size(), ecdsa, *info);
   };
   EXPECT_TRUE(raw(digest));
-  EXPECT_TRUE(raw(joined(fromHex("3031300d060960864801650304020105000420"), digest)));
-  EXPECT_TRUE(raw(joined(fromHex("302f300b0609608648016503040201"
-                                 "0420"),
-                         digest)));
-  EXPECT_FALSE(raw(joined(fromHex("308131300d060960864801650304020105000420"), digest)));
-  EXPECT_FALSE(raw(joined(joined(fromHex("3031300d060960864801650304020105000420"), digest), {0})));
-  EXPECT_FALSE(raw(joined(digest, {0})));
+  EXPECT_TRUE(raw(fromHex("3031300d060960864801650304020105000420") + digest));
+  EXPECT_TRUE(raw(fromHex("302f300b06096086480165030402010420") + digest));
+  EXPECT_FALSE(raw(fromHex("308131300d060960864801650304020105000420") + digest));
+  EXPECT_FALSE(raw(fromHex("3031300d060960864801650304020105000420") + digest + ByteString{0}));
+  EXPECT_FALSE(raw(digest + ByteString{0}));
   EXPECT_FALSE(raw({}));
 }
 

@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 
 #include <new>
@@ -49,26 +48,6 @@ TEST(BufferCursor, ReadingIsCutAtTheLimit) {
   buffer.setReadPosition(2);
   buffer.getBytes(dest, 4);
   EXPECT_THAT(dest, ElementsAre(0x0C, 9, 9, 9));
-}
-
-TEST(BufferCursor, GrowsAsEachWriterDoes) {
-  Buffer bytewise;
-  bytewise.putByte(7);
-  EXPECT_EQ(bytewise.limit(), 4096U);
-
-  const ByteString bytes(10, 0xAB);
-  Buffer exact;
-  exact.putBytes(bytes.data(), 10);
-  EXPECT_EQ(exact.limit(), 10U);
-  exact.append(bytes.data(), 5);
-  EXPECT_EQ(exact.limit(), 15U);
-  exact.reserve(100);
-  EXPECT_EQ(exact.limit(), 100U);
-  EXPECT_EQ(held(exact), ByteString(15, 0xAB)) << "growing keeps what is held";
-  exact.reserve(50);
-  EXPECT_EQ(exact.limit(), 100U) << "and never shrinks";
-  exact.setReadPosition(15);
-  EXPECT_EQ(exact.peekByte(), 0) << "new bytes are zero";
 }
 
 TEST(BufferCursor, NullBytesChangeNothing) {
@@ -141,17 +120,6 @@ TEST(BufferCursor, WritesBehindALoweredLimit) {
   ByteString expected(900, 0x11);
   expected.push_back(0x22);
   EXPECT_EQ(held(buffer), expected);
-}
-
-TEST(BufferCursor, TrialOfAPutIsUndone) {
-  Buffer buffer;
-  buffer.putInteger(5);
-  const std::uint32_t mark = buffer.size();
-  buffer.putInteger(77);
-  buffer.setSize(mark);
-  EXPECT_EQ(held(buffer), hex("020105"));
-  buffer.setSize(0xFFFFFFFF);
-  EXPECT_EQ(buffer.size(), buffer.limit());
 }
 
 TEST(BufferCursor, APartOfWhatIsHeldMayBeAssigned) {

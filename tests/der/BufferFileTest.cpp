@@ -1,18 +1,17 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
-#include <fstream>
 #include <functional>
 #include <future>
 
 #include "der/BufferContents.h"
 #include "support/File.h"
+#include "support/FileLockHolder.h"
 #include "support/TempFolder.h"
 
 namespace keystrand::test {
@@ -20,11 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using std::chrono::milliseconds;
-
-void writeFile(const fs::path& path, const ByteString& bytes) {
-  std::ofstream out(path, std::ios::binary);
-  out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-}
 
 // Runs a step in a process of its own and gives its exit code.
 int inAnotherProcess(const std::function<int()>& step) {
@@ -119,20 +113,6 @@ TEST_F(BufferFile, FullDiskIsTold) {
         << name;
 }
 
-TEST_F(BufferFile, DescriptorForms) {
-  Holding out("0102030405");
-  EXPECT_FALSE(out.writeTo(-1));
-  EXPECT_FALSE(out.readFrom(-1));
-  EXPECT_FALSE(out.appendFrom(-1, 1));
-  const int file = open(path().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-  EXPECT_TRUE(out.writeTo(file));
-  Buffer in;
-  ASSERT_EQ(lseek(file, 2, SEEK_SET), 2);
-  EXPECT_TRUE(in.readFrom(file));
-  EXPECT_EQ(held(in), hex("030405")) << "from the position on";
-  close(file);
-}
-
 // A byte is read twice where the position is not at the start: whoever read the first byte to tell the format counts
 // on it.
 TEST_F(BufferFile, AppendingStepsBackOneByte) {
@@ -156,38 +136,12 @@ TEST_F(BufferFile, AppendingStepsBackOneByte) {
 
 // --- the lock on the first byte ----------------------------------------------------------------------------
 
-// Another opening of a file with a lock on its first byte, by this process or by one that knows only classic locks.
-class Holder {
- public:
-  Holder(const std::string& path, int command) : file_(open(path.c_str(), O_RDWR | O_CLOEXEC)) {
-    struct flock lock = firstByte(F_WRLCK);
-    if (fcntl(file_, command, &lock) != 0) ADD_FAILURE() << "no lock";
-  }
-  ~Holder() { close(file_); }
-  Holder(const Holder&) = delete;
-  Holder& operator=(const Holder&) = delete;
-
-  void rewrite(const ByteString& bytes) const {
-    if (pwrite(file_, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) ADD_FAILURE();
-  }
-  static struct flock firstByte(short type) {
-    struct flock lock {};
-    lock.l_type = type;
-    lock.l_whence = SEEK_SET;
-    lock.l_len = 1;
-    return lock;
-  }
-
- private:
-  int file_;
-};
-
 TEST_F(BufferFile, LoadingWaitsForAnotherContextOfThisProcess) {
   writeFile(path(), hex("AAAA"));
   Buffer buffer;
   std::future<bool> loading;
   {
-    const Holder holder(path(), F_OFD_SETLK);
+    const FileLockHolder holder(path(), F_OFD_SETLK);
     loading = std::async(std::launch::async, [&] { return buffer.loadFileLocked(path().c_str()); });
     EXPECT_EQ(loading.wait_for(milliseconds(50)), std::future_status::timeout);
     holder.rewrite(hex("BBBB"));
@@ -201,7 +155,7 @@ TEST_F(BufferFile, SavingWaitsBeforeItCutsTheFile) {
   Holding buffer("BB");
   std::future<bool> saving;
   {
-    const Holder holder(path(), F_OFD_SETLK);
+    const FileLockHolder holder(path(), F_OFD_SETLK);
     saving = std::async(std::launch::async, [&] { return buffer.saveFileLocked(path().c_str()); });
     EXPECT_EQ(saving.wait_for(milliseconds(50)), std::future_status::timeout);
     EXPECT_EQ(readFile(path()), hex("AAAAAA"));
@@ -219,7 +173,7 @@ TEST_F(BufferFile, ExcludesAProcessWithClassicLocks) {
     ASSERT_TRUE(lock.held());
     EXPECT_EQ(inAnotherProcess([&] {
                 const int other = open(path().c_str(), O_RDWR);
-                struct flock wanted = Holder::firstByte(F_WRLCK);
+                struct flock wanted = FileLockHolder::firstByte();
                 return fcntl(other, F_SETLK, &wanted) == -1 && (errno == EAGAIN || errno == EACCES) ? 0 : 1;
               }),
               0);
@@ -230,7 +184,7 @@ TEST_F(BufferFile, ExcludesAProcessWithClassicLocks) {
   const pid_t child = fork();
   if (child == 0) {
     char byte = 0;
-    const Holder holder(path(), F_SETLK);
+    const FileLockHolder holder(path(), F_SETLK);
     if (write(told[1], &byte, 1) != 1 || read(go[0], &byte, 1) != 1) _exit(1);
     holder.rewrite(hex("CCCC"));
     _exit(0);

@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <openssl/asn1.h>
 
 #include <cstring>
@@ -79,8 +78,7 @@ constexpr std::pair<const char*, ReadValue> kReaders[] = {{"octets", octets},
 
 TEST(BufferOctetString, EveryReaderTakesThePrimitiveForm) {
   struct Row {
-    const char* name;
-    const char* octets;
+    const char *name, *octets;
     Value value;
   };
   const Row rows[] = {{"three octets", "0403616263", {1, bytesOf("abc")}},
@@ -112,8 +110,7 @@ TEST(BufferOctetString, OnlyTheReaderOfBytesTakesTheConstructedForm) {
 
 TEST(BufferOctetString, ConstructedForms) {
   struct Row {
-    const char* name;
-    const char* octets;
+    const char *name, *octets;
     Value value;
     std::uint32_t position;
   };
@@ -209,8 +206,7 @@ Bits bits(Buffer& in, bool tagged) {
 
 TEST(BufferBitString, ReadsAndRefuses) {
   struct Row {
-    const char* name;
-    const char* octets;
+    const char *name, *octets;
     Bits plain;
     bool okTagged;
   };
@@ -231,21 +227,6 @@ TEST(BufferBitString, ReadsAndRefuses) {
   }
 }
 
-TEST(BufferBitString, IsCodedAsOpenSSLCodesIt) {
-  const std::unique_ptr<ASN1_BIT_STRING, void (*)(ASN1_BIT_STRING*)> named(ASN1_BIT_STRING_new(), ASN1_BIT_STRING_free);
-  for (const int bit : {0, 5, 8}) ASN1_BIT_STRING_set_bit(named.get(), bit, 1);
-  unsigned char* der = nullptr;
-  const int n = i2d_ASN1_BIT_STRING(named.get(), &der);
-  const ByteString expected(der, der + n);
-  OPENSSL_free(der);
-
-  const ByteString content = hex("8480");
-  EXPECT_EQ(written([&](Buffer& out) { out.putBitString(content.data(), 2, 7); }), expected);
-  EXPECT_EQ(Buffer().sizeBitString(2), expected.size());
-  Holding in(expected);
-  EXPECT_EQ(bits(in, false), (Bits{true, content, 7}));
-}
-
 // Without bytes only the header is written, with the length of the bits that are missing; with bytes but no bits the
 // value is whole.
 TEST(BufferBitString, WritesWithoutBytes) {
@@ -258,11 +239,9 @@ TEST(BufferBitString, WritesWithoutBytes) {
 TEST(BufferBitString, HeaderLeavesTheBitsToTheCaller) {
   EXPECT_EQ(written([](Buffer& out) { out.putBitStringHeader(3, 0); }), hex("030400"));
   struct Row {
-    const char* name;
-    const char* octets;
+    const char *name, *octets;
     bool ok;
-    std::uint32_t n;
-    std::uint32_t position;
+    std::uint32_t n, position;
   };
   for (const Row& row : {Row{"around a SEQUENCE", "030300 3000", true, 2, 3}, Row{"any tag", "0402003000", true, 1, 3},
                          Row{"beyond the data is not refused here", "0384FFFFFFFF 00", true, 0xFFFFFFFE, 7},

@@ -1,118 +1,20 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <openssl/x509.h>
 
-#include <filesystem>
 #include <memory>
-#include <set>
 
 #include "der/Values.h"
-#include "support/Builders.h"
 
 namespace keystrand::test {
 namespace {
 
-using X509Handle = std::unique_ptr<X509, decltype(&X509_free)>;
-
-ByteString der(const X509_NAME* name) {
-  unsigned char* bytes = nullptr;
-  const int n = i2d_X509_NAME(name, &bytes);
-  ByteString copy(bytes, bytes + n);
-  OPENSSL_free(bytes);
-  return copy;
-}
-
-std::string utf8(const ASN1_STRING* value) {
-  unsigned char* text = nullptr;
-  const int n = ASN1_STRING_to_UTF8(&text, value);
-  if (n < 0) return "(no text)";
-  const std::string copy(text, text + n);
-  OPENSSL_free(text);
-  return copy;
-}
-
-std::string dotted(const ASN1_OBJECT* object) {
-  char text[256];
-  OBJ_obj2txt(text, sizeof text, object, 1);
-  return text;
-}
-
-// The lines of toPrintableUTF8 as OpenSSL would have them, where it and we read the type alike.
-std::string printedByOpenSSL(const X509_NAME* name) {
-  std::string lines;
-  for (int i = 0; i < X509_NAME_entry_count(name); ++i) {
-    const X509_NAME_ENTRY* entry = X509_NAME_get_entry(name, i);
-    lines += "    " + dotted(X509_NAME_ENTRY_get_object(entry)) + ": " + utf8(X509_NAME_ENTRY_get_data(entry)) + "\n";
-  }
-  return lines;
-}
-
-// T61String has bytes above 127 in more than one reading, and a UniversalString is not written as it was read.
-bool isPlain(const X509_NAME* name) {
-  static const std::set<int> kPlain = {V_ASN1_UTF8STRING, V_ASN1_PRINTABLESTRING, V_ASN1_IA5STRING, V_ASN1_BMPSTRING};
-  for (int i = 0; i < X509_NAME_entry_count(name); ++i)
-    if (!kPlain.contains(ASN1_STRING_type(X509_NAME_ENTRY_get_data(X509_NAME_get_entry(name, i))))) return false;
-  return true;
-}
-
-void comesBack(const X509_NAME* theirs, const std::string& file) {
-  const ByteString bytes = der(theirs);
-  Name name;
-  ASSERT_TRUE(decode(name, bytes)) << file;
-  EXPECT_EQ(encode(name), bytes) << file;
-  if (!isPlain(theirs)) return;
-  EXPECT_EQ(taken(name.toPrintableUTF8()), printedByOpenSSL(theirs)) << file;
-  const std::unique_ptr<Name> copy(name.clone());
-  EXPECT_TRUE(name.equals(*copy) && name.equalsInOrder(*copy) && name.equalsAcrossEncodings(*copy)) << file;
-}
-
-X509Handle parsed(const ByteString& bytes) {
-  const unsigned char* at = bytes.data();
-  return {d2i_X509(nullptr, &at, static_cast<long>(bytes.size())), X509_free};
-}
-
-// DER or PEM.
-X509Handle certificateOf(const std::filesystem::path& file) {
-  const ByteString bytes = readFile(file);
-  X509Handle certificate = parsed(bytes);
-  return certificate ? std::move(certificate) : parsed(fromPEM({bytes.begin(), bytes.end()}));
-}
-
-int namesComeBack(const std::filesystem::path& folder) {
-  int seen = 0;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-    if (!entry.is_regular_file()) continue;
-    const X509Handle certificate = certificateOf(entry.path());
-    if (!certificate) continue;
-    comesBack(X509_get_subject_name(certificate.get()), entry.path());
-    comesBack(X509_get_issuer_name(certificate.get()), entry.path());
-    ++seen;
-  }
-  return seen;
-}
-
-TEST(NameCoding, OfPublishedCertificatesComesBack) {
-  EXPECT_GT(namesComeBack(publishedVectors() / "x509"), 400);
-}
-
-TEST(NameCoding, OfRealCertificatesComesBack) {
-  const auto folder = testData("cert");
-  if (!folder) GTEST_SKIP() << kNoTestData;
-  EXPECT_GT(namesComeBack(*folder), 200);
-}
-
 // --- single attributes -------------------------------------------------------------------------------------
 
-struct ValueRow {
-  const char* name;
-  const char* der;
-  const char* narrow;
-  const char* utf8;
-  const char* written;  // null: as it was read
-};
-
 TEST(AttributeValue, OfEachType) {
-  const ValueRow rows[] = {
+  struct Row {
+    const char *name, *der, *narrow, *utf8;
+    const char* written;  // null: as it was read
+  };
+  const Row rows[] = {
       {"PrintableString", "130441636D65", "Acme", "Acme", nullptr},
       {"UTF8String", "0C03E282AC", "\xE2\x82\xAC", "\xE2\x82\xAC", nullptr},
       {"UTF8String beyond the basic plane", "0C04F09F9880", "\xEF\x98\x80", "\xF0\x9F\x98\x80", nullptr},
@@ -131,7 +33,7 @@ TEST(AttributeValue, OfEachType) {
       {"zero octets before it", "0000120131", "(null)", "#120131", "120131"},
       {"UTF8String that is none", "0C0180", "", "", "0500"},
   };
-  for (const ValueRow& row : rows) {
+  for (const Row& row : rows) {
     const AttributeTypeAndValue attribute = commonName(row.der);
     EXPECT_EQ(taken(attribute.toNarrowText()), row.narrow) << row.name;
     EXPECT_EQ(taken(attribute.toUTF8Text()), row.utf8) << row.name;
@@ -182,8 +84,7 @@ TEST(AttributeValue, IsSetByItsTag) {
 
 TEST(NameCoding, RefusesWhatDoesNotFit) {
   struct Row {
-    const char* name;
-    const char* der;
+    const char *name, *der;
     bool read;
     int rdns;  // what was read stays
   };
@@ -217,28 +118,6 @@ TEST(NameCoding, KeepsTheOrderOfASet) {
   ASSERT_TRUE(decode(name, notSorted));
   EXPECT_EQ(name.text(), "CN=XX+SER=11");
   EXPECT_EQ(encode(name), notSorted);
-}
-
-TEST(NameList, IsClonedInAndOut) {
-  const auto name = nameOf("C=IT,CN=X+SER=1");
-  const std::unique_ptr<RelativeDistinguishedNameList> list(name->list());
-  const std::unique_ptr<RelativeDistinguishedName> rdn(list->get(1));
-  const std::unique_ptr<AttributeTypeAndValue> attribute(rdn->get(1));
-  EXPECT_EQ(taken(attribute->typeText()), "2.5.4.5");
-  EXPECT_EQ(rdn->get(2), nullptr);
-  EXPECT_EQ(list->get(-1), nullptr);
-  list->add(*rdn);
-  EXPECT_EQ(name->text(), "C=IT,CN=X+SER=1");
-  name->setList(list.get());
-  EXPECT_EQ(name->text(), "C=IT,CN=X+SER=1,CN=X+SER=1");
-  name->setList(nullptr);
-  EXPECT_EQ(name->list(), nullptr);
-  EXPECT_EQ(encode(*name), hex("3000"));
-  Buffer out;
-  rdn->put(out, 0xA1);
-  EXPECT_EQ(out.size(), rdn->size(out, 0xA1));
-  RelativeDistinguishedName read;
-  EXPECT_TRUE(read.get(out, 0xA1) && read.equals(*rdn));
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "der/Values.h"
 
@@ -17,8 +16,7 @@ std::string commaText(const ByteString& der) {
 
 TEST(NameText, HasTheFirstLabelOfEachType) {
   struct Row {
-    const char* written;
-    const char* text;
+    const char *written, *text;
   };
   for (const Row& row :
        {Row{"C=IT,ST=RM,DC=it,SN=Rossi,serialNumber=1,E=a@b.it", "C=IT,PROV=RM,DOM=it,SUR=Rossi,SER=1,EMAL=a@b.it"},
@@ -32,9 +30,7 @@ TEST(NameText, HasTheFirstLabelOfEachType) {
 
 TEST(NameText, OfNamesThatStrangersMake) {
   struct Row {
-    const char* name;
-    const char* der;
-    const char* text;
+    const char *name, *der, *text;
   };
   const Row rows[] = {
       {"empty", "3000", ""},
@@ -93,23 +89,11 @@ TEST(NameText, InLinesTagsAndTemplates) {
             "       country=\"IT\"\n\n       unit=\"1\"\n\n       unit2=\"2\"\n\n       unit3=\"3\"\n\n");
 }
 
-TEST(NameText, FindsTheFirstAttributeOfAType) {
-  const auto name = nameOf("C=IT,CN=one+CN=two");
-  EXPECT_EQ(taken(name->firstValue("2.5.4.3")), "one");
-  EXPECT_EQ(taken(name->firstValueUTF8("2.5.4.3")), "one");
-  EXPECT_EQ(name->firstValue("2.5.4.10"), nullptr);
-  const std::unique_ptr<AttributeTypeAndValue> found(name->findAttribute("2.5.4.6"));
-  EXPECT_EQ(found->tag(), 19);
-  EXPECT_EQ(name->findAttribute("2.5.4"), nullptr);
-  EXPECT_EQ(Name().findAttribute("2.5.4.6"), nullptr);
-}
-
 // --- text in -----------------------------------------------------------------------------------------------
 
 TEST(NameParse, ReadsTheCommaForm) {
   struct Row {
-    const char* text;
-    const char* read;
+    const char *text, *read;
   };
   const Row rows[] = {
       {"C=IT,O=A\\,B,CN=X+SER=1", "C=IT,O=A\\,B,CN=X+SER=1"},

@@ -69,14 +69,6 @@ TEST_F(SecureBufferTest, RangesOutsideTheBlockAreClamped) {
   EXPECT_EQ(digestOf(buffer.digestChunks(kFar, 3, 1)), nothing);
 }
 
-TEST_F(SecureBufferTest, SelectsTheDigest) {
-  SecureBuffer buffer(&device_);
-  fill(buffer, hex("0102"));
-  AlgorithmIdentifier sha1("1.3.14.3.2.26");
-  EXPECT_TRUE(buffer.setDigestAlgorithm(sha1));
-  EXPECT_EQ(digestOf(buffer.digestAll()).size(), 20U);
-}
-
 TEST_F(SecureBufferTest, WithoutADeviceEveryOperationFails) {
   SecureBuffer buffer(nullptr, 10);
   buffer.putByte(1);

@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <openssl/asn1.h>
 
 #include <string>
@@ -104,8 +103,7 @@ TEST(WideCoding, OfEachType) {
 
 TEST(WideComparison, GoesByUnits) {
   struct Row {
-    const char16_t* left;
-    const char16_t* right;
+    const char16_t *left, *right;
     bool equal, less, pattern;
   };
   for (const Row& row : {Row{u"abc", u"abc", true, false, true}, Row{u"abc", u"abd", false, true, false},
@@ -140,8 +138,7 @@ TEST(WideConstruction, WidensBytesAndReadsBigEndian) {
 
 TEST(UTF8FromUTF16, FollowsTheByteOrderMark) {
   struct Row {
-    const char* name;
-    const char* bytes;
+    const char *name, *bytes;
     bool read;
     std::optional<std::string> text;
   };
@@ -167,8 +164,7 @@ TEST(UTF8FromUTF16, FollowsTheByteOrderMark) {
 
 TEST(Repair, TakesForLatin1WhatIsNoUTF8) {
   struct Row {
-    const char* text;
-    const char* repaired;
+    const char *text, *repaired;
   };
   for (const Row& row :
        {Row{"plain", "plain"}, Row{"Societ\xC3\xA0", "Societ\xC3\xA0"}, Row{"Societ\xE0", "Societ\xC3\xA0"},

@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <openssl/asn1.h>
 
 #include <ctime>
@@ -137,7 +136,7 @@ TEST(X500TimeReading, TakesEveryFormThatWasEverWritten) {
     X500Time time;
     EXPECT_TRUE(decode(time, timeValue(row.tag, row.text))) << row.text;
     expectTime(time, row.expected, row.text);
-    EXPECT_EQ(time.tag(), row.tag) << row.text;
+    EXPECT_EQ(encode(time), timeValue(row.tag, row.expected.text));
   }
 }
 
@@ -169,17 +168,6 @@ TEST(X500TimeReading, LeavesNoTimeAtAllOnFailure) {
     expectTime(time, {kFailed, -1}, row.name);
     EXPECT_TRUE(time.less(epoch)) << row.name;
   }
-}
-
-TEST(X500TimeCoding, WritesTheTextThatWasRead) {
-  for (const auto& [tag, text] :
-       {std::pair{23, "0912312359+0130"}, {24, "20150101120000.500Z"}, {19, "150101120000Z"}}) {
-    const ByteString der = timeValue(static_cast<unsigned char>(tag), text);
-    X500Time time;
-    ASSERT_TRUE(decode(time, der));
-    EXPECT_EQ(encode(time), der);
-  }
-  EXPECT_EQ(encode(X500Time()), timeValue(23, "700101000000Z"));
 }
 
 // --- setters -----------------------------------------------------------------------------------------------

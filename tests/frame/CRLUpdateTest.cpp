@@ -1,6 +1,5 @@
 // The update of the whole CRL table: what it fetches into an empty one, and what it asks for a full one.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <future>

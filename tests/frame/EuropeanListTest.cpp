@@ -1,7 +1,6 @@
 // The way from the European list to the CAs of the countries, by the exported functions and from a local web server:
 // small lists for each rule, and servers that lie.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <fstream>
 
@@ -123,31 +122,23 @@ TEST_F(EuropeanList, IsFetchedOnce) {
 }
 
 TEST_F(EuropeanList, OffersCountriesAndFindsPointers) {
-  const std::string pdf = "application/pdf";
-  TSLPointerSpec printed = italy("/IT.pdf");
-  printed.mimeType = pdf;
-  TSLPointerSpec estonia = italy("/EE.xml");
-  estonia.territory = "EE";
-  TSLPointerSpec formless = italy("/FR.xml");
-  formless.territory = "FR";
-  formless.mimeType.reset();
-  TSLPointerSpec onlyPrinted = italy("/DE.pdf");
-  onlyPrinted.territory = "DE";
-  onlyPrinted.mimeType = pdf;
-  TSLPointerSpec unsignedList = italy("/PT.xml");
-  unsignedList.territory = "PT";
+  const std::optional<std::string> pdf = "application/pdf";
+  const std::optional<std::string> xml = TSLPointerSpec().mimeType;
+  const auto pointer = [&](const char* territory, const char* path, const std::optional<std::string>& type) {
+    return TSLPointerSpec{
+        .territory = territory, .mimeType = type, .location = server_->url(path), .signers = {signer_}};
+  };
+  TSLPointerSpec unsignedList = pointer("PT", "/PT.xml", xml);
   unsignedList.signers.clear();
-  TSLPointerSpec odd = italy("/odd.xml");
-  odd.territory = "&lt;&amp;&gt;";
   ASSERT_TRUE(loadPointers({{.territory = "EU"},
-                            printed,
+                            pointer("IT", "/IT.pdf", pdf),
                             italy(),
                             italy("/second.xml"),
-                            estonia,
-                            formless,
-                            onlyPrinted,
+                            pointer("EE", "/EE.xml", xml),
+                            pointer("FR", "/FR.xml", std::nullopt),
+                            pointer("DE", "/DE.pdf", pdf),
                             unsignedList,
-                            odd}));
+                            pointer("&lt;&amp;&gt;", "/odd.xml", xml)}));
   EXPECT_THAT(countries().value(), ElementsAre("IT", "IT", "FR", "PT", "<&>"));
 
   for (const char* path : {"/IT.xml", "/EE.xml", "/FR.xml", "/PT.xml", "/DE.pdf"}) server_->put(path, italianList());

@@ -1,6 +1,5 @@
 // CRLs from directories: a real one with every form of distribution point, and scripted ones for what no real one says.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <chrono>
 
@@ -117,24 +116,6 @@ TEST_F(LDAPRetrieval, ModifyTimestampDecidesAboutTheNextFetch) {
   running_.messages();
   EXPECT_EQ(client_.search({url}, "0B"), 1);
   EXPECT_THAT(running_.messages(), testing::Not(Contains("Start CRL download via LDAP")));
-}
-
-TEST_F(LDAPRetrieval, RealDirectoryHearsBindSearchAndUnbind) {
-  if (!SlapdServer::installed()) GTEST_SKIP() << SlapdServer::kNotInstalled;
-  const SlapdServer server({{.rdn = "cn=A", .crl = crlListing("0A")}});
-  const std::string url = server.url("c=IT?certificateRevocationList;binary?one?cn=A");
-  for (int i = 0; i < 2; ++i) EXPECT_EQ(client_.search({url}, "0A"), 1);
-  const std::string bind = "op=0 BIND dn=\"\" method=128";
-  const std::vector<std::string> expected = {bind,
-                                             "op=1 SRCH base=\"c=IT\" scope=1 deref=0 filter=\"(cn=a)\"",
-                                             "op=1 SRCH attr=certificateRevocationList;binary modifyTimestamp",
-                                             "op=2 UNBIND",
-                                             bind,
-                                             "op=1 SRCH base=\"c=IT\" scope=0 deref=0 filter=\"(objectClass=*)\"",
-                                             "op=1 SRCH attr=modifyTimestamp",
-                                             "op=2 UNBIND"};
-  EXPECT_TRUE(eventually([&] { return server.requests().size() >= expected.size(); }));
-  EXPECT_EQ(server.requests(), expected) << "the time is asked of the base object, whatever the scope";
 }
 
 TEST_F(LDAPRetrieval, LargeCRLsArriveInOneMessage) {

@@ -1,6 +1,5 @@
 // Start, settings and end of the library, as a client sees them.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <mutex>
@@ -252,17 +251,6 @@ TEST(Boundary, AQuestionThatThrowsLeavesACode) {
   const auto outOfMemory = [](CACache&) -> bool { throw std::bad_alloc(); };
   EXPECT_EQ((asking<CACache, unsigned char>(&cache, 0, outOfMemory)), 0);
   EXPECT_EQ(cache.report().errCode, kInternalError);
-}
-
-TEST(Report, OCSPContextsHaveTheirOwn) {
-  const RunningLibrary running;
-  void* context = ocsp_getContext();
-  ASSERT_NE(context, nullptr);
-  EXPECT_EQ(ocsp_getErrCode(context), kNoCode);
-  EXPECT_EQ(ocsp_getReason(context), 0);
-  EXPECT_EQ(ocsp_getRevocationDate(context), nullptr);
-  ocsp_resetReport(context);
-  ocsp_releaseContext(context);
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // What each operation logs, at which level and in both languages, and the code that it leaves in the report.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <functional>
 
@@ -127,28 +126,6 @@ TEST_F(LogSequences, OfTheCAList) {
       {"remove bad", {}, [&](auto& c) { cache_removeCACertDER(c.context(), garbage_.data(), 5); }, {{3, 5195}}},
       {"source of bad", {}, [&](auto& c) { cache_getCACertSource(c.context(), garbage_.data(), 5U); }, {{3, 5195}}},
       {"trust in bad", {}, [&](auto& c) { cache_trustedCA(c.context(), garbage_.data(), 5); }, {}},
-  });
-}
-
-TEST_F(LogSequences, OfTheFiles) {
-  const Step saveCAs = [](const Client& c) { cache_saveCACertList(c.context()); };
-  const Step loadCAs = [](const Client& c) { cache_loadCACertList(c.context()); };
-  const Step saveCRLs = [](const Client& c) { cache_saveCRLCache(c.context()); };
-  const Step loadCRLs = [](const Client& c) { cache_loadCRLCache(c.context()); };
-  const Step block = [this](const Client& c) {
-    c.addCA(ca_.certificate);
-    for (const char* name : {"caCertsList-3.5", "crlCache"}) std::filesystem::create_directory(file(name));
-  };
-  check({
-      {"save", addCA(), saveCAs, {{7, 4688}, {7, 4689}}},
-      {"save nothing", {}, saveCAs, {{7, 4688}}},
-      {"save in vain", block, saveCAs, {{7, 4688}, {3, 5153}}},
-      {"load", [&](auto& c) { addCA()(c), saveCAs(c); }, loadCAs, {{6, 4643}, {6, 4654}, {6, 4677, "1"}}},
-      {"load nothing", {}, loadCAs, {{6, 4643}, {3, 5150}}},
-      {"save CRLs", {}, saveCRLs, {{7, 4686}, {7, 4687}}},
-      {"save CRLs in vain", block, saveCRLs, {{7, 4686}, {3, 5155}}},
-      {"load CRLs", saveCRLs, loadCRLs, {{7, 4644}, {7, 4655}}},
-      {"load no CRLs", {}, loadCRLs, {{7, 4644}, {3, 5149}}},
   });
 }
 

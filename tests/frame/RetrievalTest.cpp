@@ -1,6 +1,5 @@
 // What is fetched of CRLs that are stale, endless or without a time, and what a row keeps when the next one is refused.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "support/Builders.h"
 #include "support/Client.h"

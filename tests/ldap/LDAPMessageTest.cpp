@@ -1,13 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <functional>
-
-#include "ldap/BindRequest.h"
-#include "ldap/EntryRequests.h"
-#include "ldap/ExtendedRequest.h"
 #include "ldap/Messages.h"
-#include "ldap/ModifyRequest.h"
 #include "ldap/Responses.h"
 #include "ldap/SearchRequest.h"
 #include "ldap/SearchResult.h"
@@ -15,22 +8,6 @@
 
 namespace keystrand::test {
 namespace {
-
-Bytes octets(std::string_view text) {
-  return {text.begin(), text.end()};
-}
-
-PartialAttribute attribute(std::string_view type, const std::vector<std::string_view>& values) {
-  AttrValueSet set;
-  for (const std::string_view value : values) set.add(octets(value));
-  return PartialAttribute(type, set);
-}
-
-URLList urls(std::string_view url) {
-  URLList list;
-  list.add(url);
-  return list;
-}
 
 // A response in an envelope with message ID 2.
 ByteString response(const std::string& hexOfBody) {
@@ -51,109 +28,13 @@ TEST(LDAPMessage, ReadsWhatClientsAndServersSendAndWritesTheSame) {
   }
 }
 
-TEST(LDAPMessage, OperationsMadeBySettersAreWhatOpenLDAPSends) {
-  struct Row {
-    const char* recorded;
-    std::function<std::unique_ptr<LDAPOperation>()> make;
-  };
-  const auto made = [](auto operation) { return operation.clone(); };
-  const Row rows[] = {
-      {"anonymous bind",
-       [&] {
-         BindRequest bind;
-         bind.setVersion(3);
-         bind.setSimple("");
-         return made(bind);
-       }},
-      {"SASL bind with credentials",
-       [&] {
-         BindRequest bind;
-         bind.setVersion(3);
-         bind.setAuthentication(AuthChoice(SaslCredentials("CRAM-MD5", octets("x "))));
-         return made(bind);
-       }},
-      {"entry",
-       [&] {
-         PartialAttributeList list;
-         list.add(attribute("objectClass", {"person"}));
-         list.add(attribute("cn", {"Old"}));
-         list.add(attribute("sn", {"T"}));
-         list.add(attribute("description", {"d1", "d2"}));
-         SearchResultEntry entry;
-         entry.setObjectName("cn=Old,o=Prova,c=IT");
-         entry.setAttributes(list);
-         return made(entry);
-       }},
-      {"modify",
-       [&] {
-         OperationList changes;
-         changes.add(Operation(Operation::kReplace, attribute("sn", {"T"})));
-         changes.add(Operation(Operation::kAdd, attribute("description", {"d1", "d2"})));
-         ModifyRequest modify;
-         modify.setObject("cn=Old,o=Prova,c=IT");
-         modify.setChanges(changes);
-         return made(modify);
-       }},
-      {"rename to another place",
-       [&] {
-         ModifyDNRequest rename;
-         rename.setEntry("cn=Old,o=Prova,c=IT");
-         rename.setNewrdn("cn=New");
-         rename.setDeleteoldrdn(0xFF);
-         rename.setNewSuperior("c=IT");
-         return made(rename);
-       }},
-      {"compare",
-       [&] {
-         CompareRequest compare;
-         compare.setEntry("cn=New,c=IT");
-         compare.setAssertion({"sn", octets("T")});
-         return made(compare);
-       }},
-  };
-  for (const Row& row : rows) {
-    const auto recorded = std::ranges::find(recordedMessages(), std::string_view(row.recorded),
-                                            [](const Recorded& message) { return std::string_view(message.name); });
-    const ByteString bytes = fromHex(recorded->hex);
-    LDAPMessage message;
-    message.setMessageID(bytes.at(4));
-    message.setProtocolOp(*row.make());
-    EXPECT_EQ(encoded(message), bytes) << row.recorded;
-  }
-}
-
-TEST(LDAPMessage, DeleteWithAControlAndAbandon) {
-  DelRequest request;
-  request.setEntry("cn=New,c=IT");
-  Controls controls;
-  controls.add(Control("2.16.840.1.113730.3.4.2"));
-  LDAPMessage message;
-  message.setMessageID(2);
-  message.setProtocolOp(request);
-  message.setControls(controls);
-  EXPECT_EQ(encoded(message), fromHex("302d0201024a0b636e3d4e65772c633d4954a01b30190417"
-                                      "322e31362e3834302e312e3131333733302e332e342e32"));
-  AbandonRequest abandon;
-  abandon.setMessageID(300);
-  EXPECT_EQ(encoded(abandon), fromHex("5002012C"));
-}
-
-TEST(LDAPMessage, OperationIsReplacedAndHandedOver) {
-  LDAPMessage message;
-  EXPECT_EQ(message.protocolOpTag(), 0xFF);
-  message.setProtocolOp(BindRequest());
-  message.setProtocolOp(UnbindRequest());
-  EXPECT_EQ(message.protocolOpAs<BindRequest>(), nullptr);
-  ASSERT_NE(message.protocolOpAs<UnbindRequest>(), nullptr);
-  EXPECT_EQ(message.detachProtocolOp()->tag(), 0x42);
-  EXPECT_EQ(message.protocolOpTag(), 0xFF);
-}
-
 // The referral of stored messages is primitive; that of the standard is no answer here, though every server sends it.
 TEST(LDAPMessage, ReferralIsReadUnderThePrimitiveTagOnly) {
   SearchResultDone done;
   done.setResultCode(10);
-  done.setReferral(urls("ldap://a/"));
+  URLList urls;
+  urls.add("ldap://a/");
+  done.setReferral(urls);
   EXPECT_EQ(encoded(done), fromHex("65140A010A 0400 0400 830B 0409 6C6461703A2F2F612F"));
   LDAPMessage message;
   ASSERT_TRUE(decodeMessage(message, response("65140A010A 0400 0400 830B 0409 6C6461703A2F2F612F")));

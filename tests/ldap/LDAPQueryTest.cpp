@@ -8,9 +8,7 @@ namespace {
 TEST(LDAPQuery, TakesTheTextApart) {
   constexpr const char* kAny = "( objectclass=* )";
   struct Row {
-    const char* text;
-    const char* attribute;
-    const char* name;
+    const char *text, *attribute, *name;
     bool binary;
     int scope;
     const char* filter;

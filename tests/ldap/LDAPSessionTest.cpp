@@ -1,6 +1,5 @@
 // Messages over a connection, from servers that say what slapd never does.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <fstream>

@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
@@ -63,8 +62,7 @@ TEST(CurlHeaders, FullFieldRunsIntoWhatFollows) {
   struct Row {
     const char* what;
     Lines lines;
-    const char* name;
-    const char* value;
+    const char *name, *value;
   };
   const Row rows[] = {
       {"value of 40", {"A:vvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvv"}, "a", "vvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvvv"},

@@ -1,6 +1,5 @@
 #include <curl/curl.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <functional>
 #include <thread>

@@ -7,8 +7,7 @@ namespace {
 
 TEST(HTTPDate, ReadsTheThreeFormsAndSurvivesTheRest) {
   struct Row {
-    const char* text;
-    const char* expected;
+    const char *text, *expected;
   };
   constexpr const char* kNever = "700101000000Z";
   for (const Row& row :

@@ -1,6 +1,5 @@
 // What a client gets from servers that no one would run: answers byte by byte.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <thread>
 #include <vector>
@@ -60,24 +59,6 @@ TEST_F(HTTPSHostile, BrokenAnswersFail) {
     });
   for (std::thread& client : clients) client.join();
   EXPECT_EQ(httpsPost("http://127.0.0.1:" + std::to_string(test::freePort()) + "/a/long/path", {}), kTransferFailed);
-}
-
-TEST_F(HTTPSHostile, HeaderTableDecidesWhatIsFound) {
-  struct Row {
-    const char* name;
-    std::string headers, time;
-  };
-  const std::string none(kNoModificationTime);
-  std::string thirty;
-  for (int i = 0; i < 30; ++i) thirty += "X-" + std::to_string(i) + ": y\r\n";
-  for (const Row& row : {Row{"odd case", "LAST-MODIFIED:in odd case\r\n", "in odd case\r\n"},
-                         Row{"short value keeps capitals", "LAST-MODIFIED: x\r\n", none},
-                         Row{"no blank", "last-modified:x\r\n", "x\r\n"},
-                         Row{"the table is full", thirty + "Last-Modified: x y z x y z x\r\n", none}}) {
-    ScriptedServer server({{ScriptedServer::ok("0", row.headers)}});
-    EXPECT_TRUE(httpsGetObjectAndTime(server.url(), buffer_, time_)) << row.name;
-    EXPECT_EQ(time_, row.time) << row.name;
-  }
 }
 
 // A long value goes on in the next row, where the reader follows it.

@@ -1,6 +1,5 @@
 // The way of a request: which proxy, in which protocol, or none.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cstdlib>
 

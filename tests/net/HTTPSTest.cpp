@@ -1,9 +1,9 @@
 // What a client of real servers gets: nginx for ordinary answers.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <regex>
 
+#include "net/Bytes.h"
 #include "net/FreshNetState.h"
 #include "net/HTTPS.h"
 #include "support/NginxServer.h"
@@ -18,11 +18,6 @@ using ::testing::HasSubstr;
 
 constexpr std::time_t kModified = 784111777;  // the date of RFC 9110 section 5.6.7
 constexpr const char* kModifiedValue = " Sun, 06 Nov 1994 08:49:37 GMT\r\n";
-
-std::string textOf(const Buffer& buffer) {
-  const auto bytes = buffer.range(0, buffer.size());
-  return {bytes.begin(), bytes.end()};
-}
 
 class HTTPSTest : public FreshNetState {
  protected:
@@ -131,18 +126,6 @@ TEST_F(HTTPSTest, TextFormsBecomeDER) {
   server_->put("/der", der);
   EXPECT_TRUE(httpsGetObjectAndTime(server_->url("/der"), buffer_, time_));
   EXPECT_EQ(textOf(buffer_), der);
-}
-
-TEST_F(HTTPSTest, XMLIsAcceptedByItsType) {
-  server_->put("/list.xml", "<x/>");
-  server_->put("/list.html", "<x/>");
-  server_->put("/list.txt", "<x/>");
-  for (const char* path : {"/list.xml", "/list.html"}) {
-    EXPECT_TRUE(httpsGetXML(server_->url(path), buffer_)) << path;
-    EXPECT_EQ(textOf(buffer_), std::string("<x/>\0", 5)) << path;
-  }
-  EXPECT_FALSE(httpsGetXML(server_->url("/list.txt"), buffer_));
-  EXPECT_EQ(buffer_.size(), 0U);
 }
 
 TEST_F(HTTPSTest, PutStoresTheBytes) {

@@ -1,7 +1,7 @@
 // The socket client's PUT, POST and upload: what goes out on the wire, and when.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
+#include "net/Bytes.h"
 #include "net/FreshNetState.h"
 #include "net/HTTP.h"
 #include "support/NginxServer.h"
@@ -20,18 +20,9 @@ using Then = ScriptedServer::Then;
 constexpr const char* kHost = "127.0.0.1";
 const std::string kReply = std::string("\x30\x12\x04\x10", 4) + "0123456789abcdef";
 
-std::span<const unsigned char> bytesOf(std::string_view text) {
-  return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
-}
-
-std::string textOf(const Buffer& buffer) {
-  const auto bytes = buffer.range(0, buffer.size());
-  return {bytes.begin(), bytes.end()};
-}
-
 class HTTPSending : public FreshNetState {
  protected:
-  HTTPSending() { httpSetTimeout(1); }
+  HTTPSending() { httpSetTimeout(20); }
 };
 
 // Head of a request, with the lines that stand between Accept and the end.

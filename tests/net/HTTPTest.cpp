@@ -1,7 +1,7 @@
 // The socket client's GET: what goes out on the wire, and what is made of any answer.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
+#include "net/Bytes.h"
 #include "net/FreshNetState.h"
 #include "net/HTTP.h"
 #include "support/NginxServer.h"
@@ -21,27 +21,28 @@ const std::string kOK = "HTTP/1.1 200 OK\r\n";
 // A SEQUENCE of 20 bytes with an OCTET STRING in it.
 const std::string kObject = std::string("\x30\x12\x04\x10", 4) + "0123456789abcdef";
 
-std::string textOf(const Buffer& buffer) {
-  const auto bytes = buffer.range(0, buffer.size());
-  return {bytes.begin(), bytes.end()};
-}
-
 class HTTP : public FreshNetState {
  protected:
-  // Nothing waits longer for a peer that says no more.
-  HTTP() { httpSetTimeout(1); }
+  HTTP() { httpSetTimeout(20); }
 
   // The object that an answer gives, "failed" for none.
   std::string objectOf(const ScriptedServer::Answer& answer, const std::string& path = "/") {
-    ScriptedServer server(std::vector{answer});
+    const ScriptedServer server = serverOf(answer);
     Buffer body(1000);
     return httpGetObject(server.url(path), body) ? textOf(body) : "failed";
   }
   // The same of a document that the engine reads.
   std::string documentOf(const ScriptedServer::Answer& answer) {
-    ScriptedServer server(std::vector{answer});
+    const ScriptedServer server = serverOf(answer);
     Buffer body;
     return httpGetRaw(server.url(), body) ? textOf(body) : "failed";
+  }
+
+ private:
+  // Nothing waits for long where a peer says no more.
+  static ScriptedServer serverOf(const ScriptedServer::Answer& answer) {
+    httpSetTimeout(answer.then == Then::silence ? 1 : 20);
+    return ScriptedServer(std::vector{answer});
   }
 };
 

@@ -1,6 +1,5 @@
 // Finding the proxy: whose word counts, what scripts say, and what both clients make of it.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <fstream>
 

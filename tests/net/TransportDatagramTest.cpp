@@ -1,6 +1,5 @@
 // Datagrams, directly and through the relay of a SOCKS server.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
 

@@ -2,7 +2,6 @@
 // SIGPIPE: a signal would end the process.
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/time.h>

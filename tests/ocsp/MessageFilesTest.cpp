@@ -13,7 +13,6 @@
 #include "support/TestDevice.h"
 
 namespace keystrand::test {
-
 namespace {
 
 using builder::Releaser;
@@ -149,5 +148,4 @@ TEST(OCSPFiles, RequestsAreReadAndWrittenAsByOpenSSL) {
 }
 
 }  // namespace
-
 }  // namespace keystrand::test

@@ -10,7 +10,6 @@
 #include "support/TestDevice.h"
 
 namespace keystrand::test {
-
 namespace {
 
 const ByteString kSHA1 = fromHex("3009 06052B0E03021A 0500");
@@ -184,64 +183,6 @@ std::unique_ptr<T> owned(T* made) {
   return std::unique_ptr<T>(made);
 }
 
-// A message that is put together from the values of one that OpenSSL made is the same message: in particular without a
-// version.
-TEST(OCSPMessage, RequestFromScratch) {
-  const ByteString theirs = makeRequest(makeAuthority(), "0A11");
-  OCSPRequest read;
-  ASSERT_TRUE(decode(read, theirs));
-  const CertID& their = *read.tbsRequestView()->requestListView()->view(0)->reqCertView();
-  CertID id;
-  id.setHashAlgorithm("1.3.14.3.2.26");
-  const std::unique_ptr<unsigned char[]> nameHash(their.issuerNameHash());
-  const std::unique_ptr<unsigned char[]> keyHash(their.issuerKeyHash());
-  id.setIssuerNameHash(nameHash.get(), their.hashLength());
-  id.setIssuerKeyHash(keyHash.get(), their.hashLength());
-  id.setSerialNumber(their.serialNumber());
-  Request one;
-  one.setReqCert(&id);
-  RequestList list;
-  list.add(one);
-  TBSRequest tbs;
-  tbs.setRequestList(&list);
-  OCSPRequest ours;
-  ours.setTbsRequest(&tbs);
-  EXPECT_EQ(encode(ours), theirs);
-}
-
-TEST(OCSPMessage, ResponsePutTogetherFromItsParts) {
-  const Authority ca = makeAuthority();
-  const ByteString theirs = makeBasicResponse(
-      ca, ca,
-      {.singles = {{.status = CertStatus::revoked, .reason = 4}, {.serial = "02", .status = CertStatus::unknown}}});
-  BasicOCSPResponse read;
-  ASSERT_TRUE(decode(read, theirs));
-  const auto data = owned(read.tbsResponseData());
-  const auto responses = owned(data->responses());
-  SingleResponseList list;
-  for (int i = 0; i < responses->count(); ++i) {
-    const auto single = owned(responses->get(i));
-    SingleResponse made;
-    made.setCertID(owned(single->certID()).get());
-    made.setCertStatus(owned(single->certStatus()).get());
-    made.setThisUpdate(owned(single->thisUpdate()).get());
-    made.setNextUpdate(owned(single->nextUpdate()).get());
-    made.setSingleExtensions(owned(single->singleExtensions()).get());
-    list.add(made);
-  }
-  ResponseData madeData;
-  madeData.setResponderID(owned(data->responderID()).get());
-  madeData.setProducedAt(owned(data->producedAt()).get());
-  madeData.setResponses(&list);
-  madeData.setResponseExtensions(owned(data->responseExtensions()).get());
-  BasicOCSPResponse made;
-  made.setTbsResponseData(&madeData);
-  made.setSignatureAlgorithm(owned(read.signatureAlgorithm()).get());
-  made.setSignature(owned(read.signature()).get());
-  made.setCerts(owned(read.certs()).get());
-  EXPECT_EQ(encode(made), theirs);
-}
-
 class OCSPVerification : public testing::Test {
  protected:
   bool verifies(const ByteString& der, const Authority& signer) {
@@ -258,27 +199,6 @@ class OCSPVerification : public testing::Test {
 
   TestDevice device;
 };
-
-TEST_F(OCSPVerification, SignaturesOfEachKind) {
-  const Authority stranger = authorityWith(privateKey("P-256", 7));
-  struct Case {
-    const char* name;
-    const char* key;
-    SigningSpec signing;
-  };
-  for (const Case& row :
-       {Case{"RSA, SHA-1", "RSA-2048", {.digest = "SHA1"}}, Case{"RSA, SHA-256", "RSA-2048", {}},
-        Case{"RSA, SHA-512", "RSA-2048", {.digest = "SHA512"}}, Case{"RSASSA-PSS, SHA-256", "RSA-2048", {.pss = true}},
-        Case{"RSASSA-PSS, SHA-384", "RSA-2048", {.digest = "SHA384", .pss = true}}, Case{"P-256", "P-256", {}},
-        Case{"P-384", "P-384", {.digest = "SHA384"}}}) {
-    SCOPED_TRACE(row.name);
-    const Authority ca = authorityWith(privateKey(row.key, 3));
-    const ByteString der = makeBasicResponse(ca, ca, {.certs = {{}}, .signing = row.signing});
-    EXPECT_TRUE(verifies(der, ca));
-    EXPECT_FALSE(verifies(der, stranger));
-    EXPECT_FALSE(verifies(withBitFlipped(der), ca));
-  }
-}
 
 // The body changes, the signature stays good for what was signed.
 TEST_F(OCSPVerification, CoversTheDataAsItIsWritten) {
@@ -380,5 +300,4 @@ TEST(OCSPMessage, DoesNotReadBeyondTheData) {
 }
 
 }  // namespace
-
 }  // namespace keystrand::test

@@ -8,7 +8,6 @@
 #include "support/Der.h"
 
 namespace keystrand::test {
-
 namespace {
 
 namespace fs = std::filesystem;

@@ -5,7 +5,6 @@
 #include "support/OCSPResponder.h"
 
 namespace keystrand::test {
-
 namespace {
 
 using testing::ElementsAre;
@@ -31,8 +30,7 @@ class Responder : public testing::Test {
 };
 
 struct Kind {
-  const char* name;
-  const char* key;
+  const char *name, *key;
   std::vector<std::string> options;
 };
 
@@ -98,8 +96,7 @@ TEST_F(Responder, ReportsEachReason) {
   const Authority ca = makeAuthority();
   OCSPResponder responder(ca, ca, {"-ndays", "7"});
   struct Row {
-    const char* serial;
-    const char* word;
+    const char *serial, *word;
     int reason;
     const char* invalidSince;
   };
@@ -128,28 +125,6 @@ TEST_F(Responder, ReportsEachReason) {
   EXPECT_EQ(client_.reason(), 0);
   EXPECT_EQ(client_.time(ocsp_getRevocationDate), "none");
   EXPECT_EQ(client_.time(ocsp_getThisUpdate), "none");
-}
-
-TEST_F(Responder, LogsTheRoadOfACheck) {
-  const Authority ca = makeAuthority();
-  OCSPResponder responder(ca, ca);
-  responder.add("1001");
-  responder.revoke("1002", "certificateHold");
-  client_.check(responder.url(), ca, "1001");
-  EXPECT_THAT(running_.messages(),
-              ElementsAre("Start OCSP access", "OCSP uri " + responder.url(), "Start verification of OCSP response",
-                          "End verification of OCSP response", HasSubstr("OCSP response date: "),
-                          "End of OCSP access: certificate not revoked"));
-  client_.check(responder.url(), ca, "1002");
-  EXPECT_THAT(running_.messages(), testing::Contains("Suspension date:"));
-  client_.check(responder.url(), ca, "1003");
-  EXPECT_THAT(running_.messages(),
-              ElementsAre("Start OCSP access", "OCSP uri " + responder.url(), "Start verification of OCSP response",
-                          "End verification of OCSP response", HasSubstr("OCSP response date: "),
-                          "OCSP service: unknown certificate", "Failed to get OCSP status"));
-  cache_setLang(0);
-  client_.check(responder.url(), ca, "1001");
-  EXPECT_THAT(running_.messages(), testing::Contains("Fine accesso OCSP: certificato non revocato"));
 }
 
 // The same question as openssl's, byte for byte: for SHA-1 both write NULL parameters.
@@ -183,24 +158,6 @@ TEST_F(Responder, MatchesByTheDigestOfTheAnswer) {
   EXPECT_EQ(client_.checkStored(unknownDigest, ca, "1002"), kNoAnswer);
 }
 
-TEST_F(Responder, TheResponseItselfAnswersAgainWithoutTheResponder) {
-  const Authority ca = makeAuthority();
-  const auto issuer = certificateOf(ca.certificate);
-  BigInteger serial;
-  ASSERT_TRUE(BigInteger::parse("1002", 16, serial));
-  std::unique_ptr<OCSPResponse, decltype(&ocsp_releaseOCSPResponse)> kept(nullptr, &ocsp_releaseOCSPResponse);
-  {
-    OCSPResponder responder(ca, ca);
-    responder.revoke("1002", "keyCompromise");
-    std::string url = responder.url();
-    kept.reset(ocsp_getResponse(client_.context(), url.data(), issuer.get(), serial));
-    EXPECT_EQ(client_.code(), -1);
-  }
-  ASSERT_TRUE(kept);
-  EXPECT_EQ(client_.checkStored(encode(*kept), ca, "1002"), kRevoked);
-  EXPECT_EQ(client_.reason(), 1);
-}
-
 // Four contexts at once, each with an issuer and questions of its own, on the one device.
 TEST_F(Responder, FourContextsAtOnce) {
   constexpr int kRounds = 10;
@@ -223,5 +180,4 @@ TEST_F(Responder, FourContextsAtOnce) {
 }
 
 }  // namespace
-
 }  // namespace keystrand::test

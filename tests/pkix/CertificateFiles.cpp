@@ -7,7 +7,6 @@
 #include "support/Der.h"
 
 namespace keystrand::test {
-
 namespace {
 
 constexpr std::array kEndings = {".cer", ".crt", ".der", ".pem"};

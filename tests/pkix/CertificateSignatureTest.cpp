@@ -6,8 +6,6 @@
 #include "keystrand/pkix/AttributeCertificate.h"
 #include "keystrand/pkix/Certificate.h"
 #include "keystrand/pkix/CertificateList.h"
-#include "pkix/CertificateFiles.h"
-#include "pkix/CertificateOracle.h"
 #include "pkix/IssuerKey.h"
 #include "support/Builders.h"
 #include "support/Coding.h"
@@ -17,7 +15,6 @@
 #include "support/TestDevice.h"
 
 namespace keystrand::test {
-
 namespace {
 
 struct AlgorithmRow {
@@ -26,12 +23,15 @@ struct AlgorithmRow {
   bool known;  // to the device
 };
 const AlgorithmRow kAlgorithms[] = {
-    {"RSA-2048", {"MD5"}, true},           {"RSA-2048", {"SHA1"}, true},    {"RSA-2048", {"SHA256"}, true},
-    {"RSA-2048", {"SHA384"}, true},        {"RSA-2048", {"SHA512"}, true},  {"RSA-2048", {"SHA256", true}, true},
-    {"RSA-2048", {"SHA512", true}, true},  {"P-256", {"SHA1"}, true},       {"P-256", {"SHA224"}, true},
-    {"P-256", {"SHA256"}, true},           {"P-384", {"SHA384"}, true},     {"P-521", {"SHA512"}, true},
-    {"brainpoolP256r1", {"SHA256"}, true}, {"RSA-2048", {"SHA224"}, false}, {"RSA-2048", {"SHA3-256"}, false},
-    {"P-256", {"SHA3-256"}, false},
+    {"RSA-2048", {"MD5"}, true},           {"RSA-2048", {"SHA1"}, true},
+    {"RSA-2048", {"SHA256"}, true},        {"RSA-2048", {"SHA384"}, true},
+    {"RSA-2048", {"SHA512"}, true},        {"RSA-2048", {"SHA1", true}, true},
+    {"RSA-2048", {"SHA256", true}, true},  {"RSA-2048", {"SHA384", true}, true},
+    {"RSA-2048", {"SHA512", true}, true},  {"P-256", {"SHA1"}, true},
+    {"P-256", {"SHA224"}, true},           {"P-256", {"SHA256"}, true},
+    {"P-384", {"SHA384"}, true},           {"P-521", {"SHA512"}, true},
+    {"brainpoolP256r1", {"SHA256"}, true}, {"RSA-2048", {"SHA224"}, false},
+    {"RSA-2048", {"SHA3-256"}, false},     {"P-256", {"SHA3-256"}, false},
 };
 
 TEST(CertificateSignature, HoldsForTheSignedBytesOnly) {
@@ -109,35 +109,6 @@ TEST(CertificateSignature, OfANonCanonicalBodyNeedsTheReceivedBytes) {
   }
 }
 
-// OpenSSL and this library agree on who signed what, over every pair of a certificate and a CA of its issuer's name.
-TEST(CertificateSignature, AgreesWithOpenSSLOnThePublishedVectors) {
-  TestDevice device;
-  struct Known {
-    std::string name;
-    ByteString der;
-    std::unique_ptr<Certificate> certificate;
-  };
-  std::multimap<ByteString, Known> bySubject;
-  for (CertificateFile& file : certificateFiles()) {
-    auto certificate = std::make_unique<Certificate>();
-    if (!file.name.starts_with("PKITS_data") || !device.read(*certificate, file.der)) continue;
-    ByteString subject = encode(*certificate->subjectView());
-    bySubject.emplace(std::move(subject), Known{file.name, std::move(file.der), std::move(certificate)});
-  }
-  int verified = 0;
-  for (const auto& [subject, known] : bySubject) {
-    const auto [from, to] = bySubject.equal_range(encode(*known.certificate->issuerView()));
-    for (auto issuer = from; issuer != to; ++issuer) {
-      const KeyInfo& key = *issuer->second.certificate->subjectPublicKeyInfoView();
-      const bool ours = known.certificate->verify(device.get(), key);
-      const bool isDSA = key.isAlgorithm("1.2.840.10040.4.1");  // the device does not verify it
-      EXPECT_EQ(ours, !isDSA && openSSLVerifies(known.der, issuer->second.der)) << known.name;
-      verified += ours ? 1 : 0;
-    }
-  }
-  EXPECT_GE(verified, 350);
-}
-
 TEST(Certificate, SignsAndArmoursWhatItHas) {
   TestDevice device;
   const Authority ca = makeAuthority();
@@ -147,8 +118,7 @@ TEST(Certificate, SignsAndArmoursWhatItHas) {
   SecureBuffer buffer(&device.get());
   buffer.putByte(0x2A);
   ASSERT_TRUE(certificate.sign(buffer));
-  const auto held = buffer.range(0, buffer.size());
-  EXPECT_EQ(ByteString(held.begin(), held.end()), ByteString{0x2A} + der) << "written behind what the buffer holds";
+  EXPECT_EQ(held(buffer), ByteString{0x2A} + der) << "written behind what the buffer holds";
 
   const TempFolder folder;
   const std::filesystem::path path = folder.path() / "certificate.pem";
@@ -213,5 +183,4 @@ TEST(CertificateSignature, IsMadeWithAKeyAndADigester) {
 }
 
 }  // namespace
-
 }  // namespace keystrand::test

@@ -2,12 +2,11 @@
 
 #include "keystrand/pkix/AuthorityKeyIdentifier.h"
 #include "keystrand/pkix/DistributionPoint.h"
-#include "pkix/CertificateOracle.h"
+#include "pkix/OpenSSLOracle.h"
 #include "support/Builders.h"
 #include "support/Coding.h"
 
 namespace keystrand::test {
-
 namespace {
 
 TEST(DistributionPointList, ReadsWhatOpenSSLWrites) {
@@ -115,25 +114,30 @@ TEST(IssuingDistPointSyntax, ReadsWhatOpenSSLWrites) {
   EXPECT_EQ(idp.onlySomeReasonsLength(), 1U);
 }
 
-TEST(IssuingDistPointSyntax, KeepsAndDropsFlags) {
-  struct Row {
-    const char* name;
-    const char* encoding;
-    bool ok;
-    const char* written;
-  };
-  for (const Row& row : {
-           Row{"empty", "3000", true, "3000"},
-           Row{"an octet of its own stays", "3003 820101", true, "3003 820101"},
-           Row{"FALSE is dropped", "3006 820100 8501FF", true, "3003 8501FF"},
-           Row{"reasons of no bits", "3003 830100", true, "3003 830100"},
-           Row{"a flag of two octets", "3004 8102FFFF", false, "3000"},
-           Row{"out of order, the rest is not read", "3006 8401FF 8201FF", true, "3003 8401FF"},
-       }) {
-    IssuingDistPointSyntax idp;
-    EXPECT_EQ(decode(idp, fromHex(row.encoding)), row.ok) << row.name;
-    EXPECT_EQ(encode(idp), fromHex(row.written)) << row.name;
+struct CodingRow {
+  const char *name, *encoding;
+  bool ok;
+  const char* written;
+};
+
+template <class T>
+void expectCodings(const std::vector<CodingRow>& rows) {
+  for (const CodingRow& row : rows) {
+    T object;
+    EXPECT_EQ(decode(object, fromHex(row.encoding)), row.ok) << row.name;
+    EXPECT_EQ(encode(object), fromHex(row.written)) << row.name;
   }
+}
+
+TEST(IssuingDistPointSyntax, KeepsAndDropsFlags) {
+  expectCodings<IssuingDistPointSyntax>({
+      {"empty", "3000", true, "3000"},
+      {"an octet of its own stays", "3003 820101", true, "3003 820101"},
+      {"FALSE is dropped", "3006 820100 8501FF", true, "3003 8501FF"},
+      {"reasons of no bits", "3003 830100", true, "3003 830100"},
+      {"a flag of two octets", "3004 8102FFFF", false, "3000"},
+      {"out of order, the rest is not read", "3006 8401FF 8201FF", true, "3003 8401FF"},
+  });
 }
 
 TEST(AuthorityKeyIdentifier, ReadsWhatOpenSSLWrites) {
@@ -155,27 +159,16 @@ TEST(AuthorityKeyIdentifier, ReadsWhatOpenSSLWrites) {
 }
 
 TEST(AuthorityKeyIdentifier, EndsWithItsElement) {
-  struct Row {
-    const char* name;
-    const char* encoding;
-    bool ok;
-    const char* written;
-  };
-  for (const Row& row : {
-           Row{"empty", "3000", true, "3000"},
-           Row{"an identifier of no octets", "3002 8000", true, "3002 8000"},
-           Row{"an issuer alone", "3007 A105 8603613A62", true, "3007 A105 8603613A62"},
-           Row{"a serial number of 0 alone", "3003 820100", true, "3003 820100"},
-           Row{"another element in place of the serial number", "3007 8000 8603613A62", false, "3002 8000"},
-           Row{"a serial number with a surplus octet", "3004 82020001", false, "3000"},
-           Row{"an issuer that never ends", "3004 A102 0101", false, "3002 A100"},
-       }) {
-    AuthorityKeyIdentifier aki;
-    EXPECT_EQ(decode(aki, fromHex(row.encoding)), row.ok) << row.name;
-    EXPECT_EQ(encode(aki), fromHex(row.written)) << row.name;
-  }
+  expectCodings<AuthorityKeyIdentifier>({
+      {"empty", "3000", true, "3000"},
+      {"an identifier of no octets", "3002 8000", true, "3002 8000"},
+      {"an issuer alone", "3007 A105 8603613A62", true, "3007 A105 8603613A62"},
+      {"a serial number of 0 alone", "3003 820100", true, "3003 820100"},
+      {"another element in place of the serial number", "3007 8000 8603613A62", false, "3002 8000"},
+      {"a serial number with a surplus octet", "3004 82020001", false, "3000"},
+      {"an issuer that never ends", "3004 A102 0101", false, "3002 A100"},
+  });
 }
 
 }  // namespace
-
 }  // namespace keystrand::test

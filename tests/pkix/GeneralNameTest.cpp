@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
 #include "keystrand/pkix/GeneralName.h"
-#include "pkix/CertificateOracle.h"
+#include "pkix/OpenSSLOracle.h"
 #include "support/Builders.h"
 #include "support/Coding.h"
 
 namespace keystrand::test {
-
 namespace {
 
 TEST(GeneralName, ReadsEveryChoice) {
@@ -36,8 +35,7 @@ TEST(GeneralName, ReadsEveryChoice) {
 
 TEST(GeneralName, EncodesURIs) {
   struct Row {
-    const char* given;
-    const char* stored;
+    const char *given, *stored;
   };
   for (const Row& row :
        {Row{"http://example.org/a b", "http://example.org/a%20b"},
@@ -127,5 +125,4 @@ TEST(GeneralName, CutsATextAtItsNul) {
 }
 
 }  // namespace
-
 }  // namespace keystrand::test

@@ -11,7 +11,6 @@
 #include "support/Der.h"
 
 namespace keystrand::test {
-
 namespace {
 
 std::vector<std::string> serialsOf(const RevokedCertificateList& list) {
@@ -172,24 +171,10 @@ class SearchedList : public testing::Test {
 };
 
 TEST_F(SearchedList, TakesTheTextThatOpenSSLPrintsAndNoOther) {
-  const std::vector<std::string> serials = {"0",
-                                            "01",
-                                            "0A",
-                                            "7F",
-                                            "80",
-                                            "FF",
-                                            "01FF",
-                                            "-01",
-                                            "-7F",
-                                            "-80",
-                                            "-81",
-                                            "-FF",
-                                            "-0100",
-                                            "-8000",
-                                            "-8001",
-                                            std::string(40, 'E'),
-                                            std::string(2000, 'A'),
-                                            "-" + std::string(2000, 'A')};
+  std::vector<std::string> serials = {std::string(40, 'E'), std::string(2000, 'A'), "-" + std::string(2000, 'A')};
+  for (const char* text :
+       {"0", "01", "0A", "7F", "80", "FF", "01FF", "-01", "-7F", "-80", "-81", "-FF", "-0100", "-8000", "-8001"})
+    serials.emplace_back(text);
   for (const auto& list : {make(serials), makeRead(serials)}) {
     for (std::size_t i = 0; i < serials.size(); ++i)
       EXPECT_EQ(list->find(serials[i]), static_cast<int>(i)) << serials[i];
@@ -251,5 +236,4 @@ TEST_F(SearchedList, ServesThreadsAtOnce) {
 }
 
 }  // namespace
-
 }  // namespace keystrand::test

@@ -98,7 +98,7 @@ void addExtensions(T* target, const std::vector<ExtensionSpec>& specs, X509* iss
 }
 
 // Digest, padding and key ready to sign, as X509_sign_ctx and X509_CRL_sign_ctx take them.
-inline DigestContext signer(const PrivateKey& key, const SigningSpec& wanted) {
+inline DigestContext signer(const PrivateKey& key, const SigningSpec& wanted, int saltLength = RSA_PSS_SALTLEN_DIGEST) {
   DigestContext context(EVP_MD_CTX_new());
   EVP_PKEY_CTX* keyContext = nullptr;
   require(EVP_DigestSignInit(context.get(), &keyContext, EVP_get_digestbyname(wanted.digest.c_str()), nullptr,
@@ -106,14 +106,23 @@ inline DigestContext signer(const PrivateKey& key, const SigningSpec& wanted) {
           wanted.digest);
   if (wanted.pss) {
     require(EVP_PKEY_CTX_set_rsa_padding(keyContext, RSA_PKCS1_PSS_PADDING) == 1, "PSS");
-    require(EVP_PKEY_CTX_set_rsa_pss_saltlen(keyContext, RSA_PSS_SALTLEN_DIGEST) == 1, "PSS");
+    require(EVP_PKEY_CTX_set_rsa_pss_saltlen(keyContext, saltLength) == 1, "PSS");
   }
   return context;
 }
 
-inline X509Handle decodedCertificate(const ByteString& der) {
+// Nothing when OpenSSL refuses the bytes, or finds more behind the certificate.
+inline X509Handle readCertificate(const ByteString& der) {
   const unsigned char* at = der.data();
-  return X509Handle(made(d2i_X509(nullptr, &at, static_cast<long>(der.size())), "certificate"));
+  X509Handle certificate(d2i_X509(nullptr, &at, static_cast<long>(der.size())));
+  ERR_clear_error();
+  return at == der.data() + der.size() ? std::move(certificate) : nullptr;
+}
+
+inline X509Handle decodedCertificate(const ByteString& der) {
+  X509Handle certificate = readCertificate(der);
+  require(certificate != nullptr, "certificate");
+  return certificate;
 }
 
 }  // namespace keystrand::test::builder

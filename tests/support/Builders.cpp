@@ -6,6 +6,7 @@
 
 #include "support/BuilderParts.h"
 #include "support/Der.h"
+#include "support/Signing.h"
 
 namespace keystrand::test {
 
@@ -92,16 +93,26 @@ ByteString makeCRL(const Authority& issuer, const CRLSpec& wanted) {
 }
 
 ByteString makeSigned(const ByteString& body, const PrivateKey& key, const SigningSpec& signing) {
-  const DigestContext context = signer(key, signing);
-  std::size_t n = 0;
-  require(EVP_DigestSign(context.get(), nullptr, &n, body.data(), body.size()) == 1, "size of a signature");
-  ByteString signature(n);
-  require(EVP_DigestSign(context.get(), signature.data(), &n, body.data(), body.size()) == 1, "signature");
-  signature.resize(n);
   // The identifier of the algorithm, from something that the same key signs the same way.
   const ByteString sample = signedCertificate({.key = key, .extensions = {}, .signing = signing}, key, nullptr);
   const ByteString algorithm = children(sample).at(1);
-  return element(0x30, body + algorithm + element(0x03, ByteString{0} + signature));
+  return element(0x30, body + algorithm + element(0x03, ByteString{0} + signatureOf(key, signing, body)));
+}
+
+void writeAuthority(const Authority& authority, const std::filesystem::path& certificate,
+                    const std::filesystem::path& key) {
+  writeFile(certificate, toPEM(authority.certificate, "CERTIFICATE"));
+  const BioHandle file(BIO_new_file(key.c_str(), "w"));
+  require(PEM_write_bio_PrivateKey(file.get(), authority.key.get(), nullptr, nullptr, 0, nullptr, nullptr) == 1, key);
+}
+
+bool openSSLVerifies(const ByteString& certificate, const ByteString& issuer) {
+  const X509Handle subject = readCertificate(certificate);
+  const X509Handle ca = readCertificate(issuer);
+  EVP_PKEY* key = ca ? X509_get0_pubkey(ca.get()) : nullptr;
+  const bool verified = subject && key != nullptr && X509_verify(subject.get(), key) == 1;
+  ERR_clear_error();
+  return verified;
 }
 
 ByteString toPEM(const ByteString& der, const std::string& label) {
@@ -125,6 +136,14 @@ ByteString fromPEM(const std::string& text) {
   OPENSSL_free(bytes);
   ERR_clear_error();
   return der;
+}
+
+std::string toBase64(const ByteString& bytes) {
+  std::string text(4 * ((bytes.size() + 2) / 3) + 1, '\0');
+  const int n =
+      EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()), bytes.data(), static_cast<int>(bytes.size()));
+  text.resize(static_cast<std::size_t>(n));
+  return text;
 }
 
 ByteString fromHex(std::string digits) {

@@ -100,9 +100,16 @@ ByteString makeCRL(const Authority& issuer, const CRLSpec& wanted = {});
 // SEQUENCE { body, signatureAlgorithm, signature } over a body of any octets.
 ByteString makeSigned(const ByteString& body, const PrivateKey& key, const SigningSpec& signing = {});
 
+// An authority's certificate and private key as the files that servers read.
+void writeAuthority(const Authority& authority, const std::filesystem::path& certificate,
+                    const std::filesystem::path& key);
+// Whether OpenSSL finds the certificate signed by the key of the issuer's.
+bool openSSLVerifies(const ByteString& certificate, const ByteString& issuer);
+
 ByteString toPEM(const ByteString& der, const std::string& label);
 // The bytes of one armour, whatever its label; empty when there is none.
 ByteString fromPEM(const std::string& text);
+std::string toBase64(const ByteString& bytes);
 ByteString fromHex(std::string digits);  // blanks are passed over
 // With one bit turned over, counted from the end of the last byte: bit 0 spoils a signature, not the structure.
 ByteString withBitFlipped(ByteString bytes, std::size_t bitFromEnd = 0);

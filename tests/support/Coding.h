@@ -8,6 +8,11 @@
 
 namespace keystrand::test {
 
+inline ByteString held(const Buffer& buffer) {
+  const auto bytes = buffer.range(0, buffer.size());
+  return {bytes.begin(), bytes.end()};
+}
+
 // Reads a structure from its encoding, without a digest.
 template <class T, class... Tag>
 bool decode(T& object, const ByteString& encoding, Tag... tag) {
@@ -22,9 +27,7 @@ ByteString encode(const T& object, Tag... tag) {
   Buffer buffer(1);
   object.put(buffer, tag...);
   EXPECT_EQ(object.size(buffer, tag...), buffer.size());
-  std::uint32_t n = 0;
-  const unsigned char* bytes = buffer.data(n);
-  return {bytes, bytes + n};
+  return held(buffer);
 }
 
 // The text of an accessor, released; "(null)" for none.

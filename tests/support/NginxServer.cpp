@@ -6,7 +6,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "support/ServerCertificate.h"
+#include "support/Builders.h"
 #include "support/TestData.h"
 
 namespace keystrand::test {
@@ -56,7 +56,8 @@ http {
 
 NginxServer::NginxServer(const std::string& directives) {
   fs::create_directories(folder_ / "www");
-  writeServerCertificate(folder_ / "server.pem", folder_ / "server.key");
+  writeAuthority(makeAuthority({.subject = {{"CN", "somebody.else"}}, .notAfter = "20200102000000Z", .extensions = {}}),
+                 folder_ / "server.pem", folder_ / "server.key");
   constexpr int kAttempts = 5;  // another program may take a port before nginx does
   for (int attempt = 0; attempt < kAttempts; ++attempt)
     if (start(directives)) return;

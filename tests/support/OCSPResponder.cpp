@@ -1,8 +1,5 @@
 #include "support/OCSPResponder.h"
 
-#include <openssl/pem.h>
-
-#include <cstdio>
 #include <fstream>
 #include <memory>
 #include <stdexcept>
@@ -10,17 +7,7 @@
 #include "support/Process.h"
 
 namespace keystrand::test {
-
 namespace {
-
-struct CloseFile {
-  void operator()(std::FILE* file) const noexcept { static_cast<void>(std::fclose(file)); }
-};
-
-void writeFile(const std::filesystem::path& path, const ByteString& bytes) {
-  std::ofstream(path, std::ios::binary)
-      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-}
 
 ByteString bodyOf(const std::string& request) {
   const std::size_t head = request.find("\r\n\r\n");
@@ -34,14 +21,6 @@ void runOpenSSL(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), findProgram("openssl"));
   const Process openssl(arguments);
   if (!eventually([&] { return !openssl.running(); })) throw std::runtime_error("openssl does not end");
-}
-
-void writeAuthority(const Authority& authority, const std::filesystem::path& certificate,
-                    const std::filesystem::path& key) {
-  writeFile(certificate, toPEM(authority.certificate, "CERTIFICATE"));
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(key.c_str(), "w"));
-  if (!file || PEM_write_PrivateKey(file.get(), authority.key.get(), nullptr, nullptr, 0, nullptr, nullptr) != 1)
-    throw std::runtime_error("cannot write " + key.string());
 }
 
 bool OCSPResponder::installed() {

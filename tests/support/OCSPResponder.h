@@ -19,10 +19,6 @@ namespace keystrand::test {
 // Runs `openssl` with these arguments to its end.
 void runOpenSSL(std::vector<std::string> arguments);
 
-// An authority's certificate and private key as the files that openssl reads.
-void writeAuthority(const Authority& authority, const std::filesystem::path& certificate,
-                    const std::filesystem::path& key);
-
 class OCSPResponder {
  public:
   static constexpr const char* kNotInstalled = "openssl is not installed";

@@ -11,16 +11,13 @@
 #include "der/BorrowedBuffer.h"
 #include "keystrand/crypto/ECDSAPrivateKey.h"
 #include "keystrand/crypto/RSAPrivateKey.h"
-#include "support/Builders.h"
+#include "support/BuilderParts.h"
 
 namespace keystrand::test {
 
 // RSAPrivateKey or ECPrivateKey in DER.
 inline ByteString privateKeyCoding(const PrivateKey& key) {
-  ByteString der(static_cast<std::size_t>(i2d_PrivateKey(key.get(), nullptr)));
-  unsigned char* out = der.data();
-  i2d_PrivateKey(key.get(), &out);
-  return der;
+  return builder::encoded(key.get(), i2d_PrivateKey);
 }
 
 inline std::unique_ptr<Key> ownKey(const PrivateKey& key) {

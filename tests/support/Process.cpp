@@ -13,7 +13,6 @@
 #include "support/Socket.h"
 
 namespace keystrand::test {
-
 namespace {
 
 std::vector<char*> pointersTo(const std::vector<std::string>& texts) {

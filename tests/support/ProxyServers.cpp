@@ -10,7 +10,6 @@
 #include "support/TestData.h"
 
 namespace keystrand::test {
-
 namespace {
 
 std::string thisUser() {

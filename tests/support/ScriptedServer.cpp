@@ -7,7 +7,6 @@
 #include <algorithm>
 
 namespace keystrand::test {
-
 namespace {
 
 // One after the other, the last again and again.

@@ -1,30 +1,20 @@
 #include "support/SlapdServer.h"
 
-#include <openssl/evp.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
+#include "support/Builders.h"
 #include "support/Socket.h"
 
 namespace keystrand::test {
-
 namespace {
 
 constexpr const char* kRequests = "256";  // what its log shall tell
 
-std::string base64(const ByteString& bytes) {
-  std::string text(4 * ((bytes.size() + 2) / 3) + 1, '\0');
-  const int n =
-      EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()), bytes.data(), static_cast<int>(bytes.size()));
-  text.resize(static_cast<std::size_t>(n));
-  return text;
-}
-
 std::string valueLine(const std::string& attribute, const ByteString& bytes) {
-  return attribute + ":: " + base64(bytes) + "\n";
+  return attribute + ":: " + toBase64(bytes) + "\n";
 }
 
 std::string recordOf(const SlapdServer::Entry& entry) {

@@ -9,7 +9,6 @@
 #include <thread>
 
 namespace keystrand::test {
-
 namespace {
 
 sockaddr_in loopback(std::uint16_t port) {

@@ -1,7 +1,5 @@
 #include "support/TSLBuilders.h"
 
-#include <openssl/evp.h>
-
 namespace keystrand::test {
 namespace {
 
@@ -32,14 +30,6 @@ std::string serviceOf(const TSLServiceSpec& service) {
 
 std::string element(const std::string& name, const std::string& content) {
   return "<" + name + ">" + content + "</" + name + ">\n";
-}
-
-std::string toBase64(const ByteString& bytes) {
-  std::string text(4 * ((bytes.size() + 2) / 3) + 1, '\0');
-  const int length =
-      EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()), bytes.data(), static_cast<int>(bytes.size()));
-  text.resize(static_cast<std::size_t>(length));
-  return text;
 }
 
 std::string replaced(std::string text, const std::string& old, const std::string& by) {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "support/TestData.h"
+#include "support/Builders.h"
 
 namespace keystrand::test {
 
@@ -46,7 +46,6 @@ struct TSLPointerSpec {
 std::string makeEuropeanList(const std::vector<TSLPointerSpec>& pointers);
 
 std::string element(const std::string& name, const std::string& content);
-std::string toBase64(const ByteString& bytes);
 // The text with every occurrence replaced.
 std::string replaced(std::string text, const std::string& old, const std::string& by);
 

@@ -18,6 +18,11 @@ inline ByteString readFile(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
+inline void writeFile(const std::filesystem::path& path, const ByteString& bytes) {
+  std::ofstream out(path, std::ios::binary);
+  out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
 // A file or folder of the test data outside the tree, named by KEYSTRAND_TESTDATA; nothing where it is absent, and the
 // test then skips, saying so: if (!path) GTEST_SKIP() << kNoTestData;
 constexpr const char* kNoTestData = "KEYSTRAND_TESTDATA does not hold this file";

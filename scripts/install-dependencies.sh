@@ -6,11 +6,11 @@ set -euo pipefail
 
 declare -A packages=(
   [build]="g++ cmake ninja-build pkg-config ccache libssl-dev libcurl4-openssl-dev libp11-kit-dev libpacparser-dev
-           libxml2-dev"
+           libxml2-dev libxslt1-dev"
   [demo]="python3 python3-cryptography-vectors openssl ca-certificates slapd ldap-utils xmlsec1"
   [test]="libgtest-dev libgmock-dev nlohmann-json3-dev python3 python3-cryptography-vectors openssl ca-certificates
-          nginx-light tinyproxy-bin dante-server microsocks softhsm2 slapd ldap-utils opensc"
-  [bench]="libbenchmark-dev"
+          nginx-light tinyproxy-bin dante-server microsocks softhsm2 slapd ldap-utils opensc xmlsec1"
+  [bench]="libbenchmark-dev libxmlsec1-dev"
   [fuzz]="clang libclang-rt-14-dev"
   [lint]="clang-format clang-tidy"
 )

@@ -9,9 +9,10 @@
 #include <mutex>
 #include <new>
 #include <span>
+#include <utility>
 
 #include "support/File.h"
-#include "xml/XMLTree.h"
+#include "xml/XMLFileTree.h"
 
 namespace keystrand {
 namespace {
@@ -87,6 +88,12 @@ bool unlessOutOfMemory(Load load) {
 
 }  // namespace
 
+XMLDocument parseOctets(std::string_view octets) {
+  const XMLParser parser = readWhole(takeFromMemory, &octets);
+  XMLDocument document(std::exchange(parser->myDoc, nullptr));
+  return document && expandsModestly(*document) ? std::move(document) : nullptr;
+}
+
 XMLFile::Tree::Tree() : nodeBuffer(xmlBufferCreate()) {
   if (!nodeBuffer) throw std::bad_alloc();
   clear();
@@ -96,6 +103,7 @@ void XMLFile::Tree::clear() {
   bookmarks.clear();
   current = nullptr;
   dumpText.reset();
+  transforms = {};
   parser.reset();
   document.reset(xmlNewDoc(toXML("1.0")));
   if (!document) throw std::bad_alloc();

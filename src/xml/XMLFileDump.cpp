@@ -1,5 +1,5 @@
 // A document as text.
-#include "xml/XMLTree.h"
+#include "xml/XMLFileTree.h"
 
 namespace keystrand {
 namespace {

@@ -1,5 +1,5 @@
 // The cursor of XMLFile.
-#include "xml/XMLTree.h"
+#include "xml/XMLFileTree.h"
 
 namespace keystrand {
 

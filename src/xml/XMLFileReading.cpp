@@ -1,5 +1,5 @@
 // Texts and attributes.
-#include "xml/XMLTree.h"
+#include "xml/XMLFileTree.h"
 
 namespace keystrand {
 namespace {

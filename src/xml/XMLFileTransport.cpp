@@ -6,7 +6,7 @@
 
 #include "log/Logger.h"
 #include "net/Transport.h"
-#include "xml/XMLTree.h"
+#include "xml/XMLFileTree.h"
 
 namespace keystrand {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "der/UTF8Text.h"
-#include "xml/XMLTree.h"
+#include "xml/XMLFileTree.h"
 
 namespace keystrand {
 namespace {
@@ -18,11 +18,6 @@ std::string repaired(const char* text) {
   std::string result;
   appendRepaired(result, text);
   return result;
-}
-
-bool isInside(const xmlNode* node, const xmlNode* tree) {
-  while (node != nullptr && node != tree) node = node->parent;
-  return node == tree;
 }
 
 xmlNs* namespaceOf(const xmlNode* node) {
@@ -53,6 +48,7 @@ xmlNode* XMLFile::Tree::addBelow(XMLNode node) {
 
 void XMLFile::Tree::remove(xmlNode* node) {
   std::erase_if(bookmarks, [&](const xmlNode* mark) { return isInside(mark, node); });
+  transforms.forgetNodes();
   if (isInside(current, node)) current = isElement(node->parent) ? node->parent : nullptr;
   xmlUnlinkNode(node);
   const XMLNode gone(node);

@@ -59,6 +59,11 @@ inline xmlNode* search(xmlNode* start, std::string_view name) {
   return searchIf(start, [&](const xmlNode* node) { return fromXML(node->name) == name; });
 }
 
+inline bool isInside(const xmlNode* node, const xmlNode* tree) {
+  while (node != nullptr && node != tree) node = node->parent;
+  return node == tree;
+}
+
 // The text of an element or attribute from its children, entities expanded; nothing when there is none or it passes
 // XMLFile::kMaxText.
 std::optional<std::string> textBelow(const xmlDoc* document, const xmlNode* children);
@@ -68,34 +73,11 @@ constexpr int kMaxEntityDepth = 48;
 // that reads every element takes no more than its own size and that.
 bool expandsModestly(const xmlDoc& document);
 
+// A document from octets that are no file's, NUL counting as any other; nullptr for what is not well-formed or expands
+// beyond measure.
+XMLDocument parseOctets(std::string_view octets);
+
 // The library's own writer; nothing when an attribute is not UTF-8 or longer than XMLFile::kMaxText.
 std::optional<std::string> writeDocument(const xmlDoc* document);
-
-struct XMLFile::Tree {
-  void* maker = nullptr;
-  XMLDocument document;
-  XMLNode clipboard;  // of no document, so that it outlives this one
-  XMLParser parser;   // for the errors of the last parse only: its document is taken out
-  XMLBuffer nodeBuffer;
-  xmlNode* current = nullptr;
-  std::vector<xmlNode*> bookmarks;
-  std::optional<std::string> dumpText;
-
-  Tree();
-  // An empty document, and nothing left that pointed into the former one.
-  void clear();
-  bool parse(std::string_view text, bool finish);  // INT_MAX bytes at most
-  // Takes the document out of the parser, if there is one and it is wanted.
-  bool adopt(bool wanted);
-  bool moveTo(xmlNode* found);
-  [[nodiscard]] xmlNode* element() const { return isElement(current) ? current : nullptr; }
-  [[nodiscard]] xmlNode* childrenOfCurrent() const { return element() != nullptr ? current->children : nullptr; }
-  // Makes the node the only element of the document and the current one.
-  bool makeRoot(XMLNode node);
-  // Adds the node below the current element; nullptr when that fails.
-  xmlNode* addBelow(XMLNode node);
-  // Unlinks and frees a node; the cursor and bookmarks do not stay inside it.
-  void remove(xmlNode* node);
-};
 
 }  // namespace keystrand

@@ -126,6 +126,52 @@ class KEYSTRAND_API XMLFile {
   [[nodiscard]] owner<char*> dumpOwn() const;
   [[nodiscard]] const char* dumpNode(bool plain);  // the current element, valid until the next call
 
+  // --- XML Signature transforms (XML Signature section 6.6): a chain of steps, taken in the order of a Transforms
+  // element. It begins with one of the two selections, and its octets are for the caller to digest. These steps check
+  // no digest and no signature value, and know no Reference: which step is due, and whether what is selected is what
+  // should have been signed, is for the caller to say.
+  //
+  // A step that gives false leaves the chain as it was, but for a selection, which then leaves none. Expressions are
+  // XPath 1.0 with the prefixes that the document declares, the last element with one in force deciding, and ds for XML
+  // Signature; any result but nodes gives false. They reach nothing but the document. What takes more than 10 seconds
+  // of processor time or makes the process grow by more than 512 MB gives false; so do documents of more than 4 million
+  // nodes, for expressions and stylesheets half a million, 1000 levels, or 1000 attributes or namespaces of an element.
+  // A document with references to entities has no canonical form. Removing an element from the document ends the chain:
+  // only octets made before stay.
+  //
+  // "#name" is an element by its attribute Id, "#xpointer(...)" an expression; "#xpointer(id('name'))" finds an element
+  // by ID, id or Id. Whole elements are selected, with their comments. The empty URI is selectWholeDocument.
+  bool selectReference(const char* uri);
+  bool selectWholeDocument();
+  // The octets so far, canonical ones with comments where there are none, are read as a new document, and those of its
+  // nodes selected for which the expression holds. true() makes octets a node set again. here() is not known.
+  bool applyXPath(const char* expression);
+  // Without the Signature element that the cursor stands in. The cursor goes there.
+  bool applyEnveloped();
+  // XPath Filter 2: up to 31 steps, "intersect", "subtract" or "union", to be applied at once. What is in all
+  // intersections and in no subtraction stays. A union changes nothing: the document itself is the first of them.
+  bool beginFilter();
+  bool addFilter(const char* operation, const char* expression);
+  bool applyFilter();
+  // The first element named stylesheet in the document is run over the whole document, whatever the chain holds. It can
+  // read no other document, write none and takes no part from elsewhere.
+  bool applyStylesheet();
+  // The octets so far, or the texts of the nodes, through a decoder that passes over what is not Base64.
+  bool applyBase64();
+  // The octets of the nodes by mode 0, Canonical XML 1.0, 1, Exclusive XML Canonicalization 1.0 without a list of
+  // prefixes, or 2, Canonical XML 1.1; octets held before are replaced, not read. "urn:FIXUUID" is cut out of them
+  // wherever it stands.
+  bool canonical(int mode, bool withComments);
+  bool canonicalSubtree(int mode, bool withComments);  // of the current element, whatever is selected
+  // Whether that was cut out of anything since the chain began. Who verifies a signature refuses such a document, since
+  // others could be changed into it without changing its digest.
+  [[nodiscard]] bool isOutputShortened() const noexcept;
+  // The octets held, else those that canonical makes; the first form is Canonical XML 1.0 without comments. nullptr
+  // where there are none to make. Valid until the next step; a NUL stands behind the last.
+  [[nodiscard]] const unsigned char* output(int mode, bool withComments);
+  [[nodiscard]] const unsigned char* output();
+  [[nodiscard]] std::uint32_t outputLength() const noexcept;
+
   // Whether the text is an xs:dateTime (XML Schema part 2, section 3.2.7).
   [[nodiscard]] static bool isDateTime(const char* text);
 

@@ -1,0 +1,128 @@
+#include "xml/StylesheetRun.h"
+
+#include <libxslt/security.h>
+#include <libxslt/transform.h>
+#include <libxslt/xsltInternals.h>
+#include <libxslt/xsltutils.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+#include "xml/LibraryErrors.h"
+#include "xml/TreeWalk.h"
+#include "xml/Watchdog.h"
+
+namespace keystrand {
+namespace {
+
+using Stylesheet = std::unique_ptr<xsltStylesheet, Releaser<&xsltFreeStylesheet>>;
+using Context = std::unique_ptr<xsltTransformContext, Releaser<&xsltFreeTransformContext>>;
+using Preferences = std::unique_ptr<xsltSecurityPrefs, Releaser<&xsltFreeSecurityPrefs>>;
+
+struct ReleaseText {
+  void operator()(xmlChar* text) const { xmlFree(text); }
+};
+using LibraryText = std::unique_ptr<xmlChar, ReleaseText>;
+
+constexpr std::string_view kXSLT = "http://www.w3.org/1999/XSL/Transform";
+constexpr int kMaxTemplates = 1000;             // one within the other
+constexpr unsigned long kMaxSteps = 1'000'000;  // of the stylesheet, and of its expressions
+
+// For some of what it says libxslt has no other place than this, one for the whole process: while any stylesheet runs,
+// that goes nowhere.
+class StylesheetErrors {
+ public:
+  StylesheetErrors() {
+    const std::lock_guard lock(state().mutex);
+    if (state().count++ > 0) return;
+    state().handler = xsltGenericError;
+    state().context = xsltGenericErrorContext;
+    xsltSetGenericErrorFunc(nullptr, saysNothing);
+  }
+  ~StylesheetErrors() {
+    const std::lock_guard lock(state().mutex);
+    if (--state().count == 0) xsltSetGenericErrorFunc(state().context, state().handler);
+  }
+  StylesheetErrors(const StylesheetErrors&) = delete;
+  StylesheetErrors& operator=(const StylesheetErrors&) = delete;
+
+ private:
+  struct State {
+    std::mutex mutex;
+    int count = 0;  // of runs
+    xmlGenericErrorFunc handler = nullptr;
+    void* context = nullptr;
+  };
+  static State& state() {
+    static State instance;
+    return instance;
+  }
+
+  LibraryErrors inLibrary_;
+};
+
+// Parts from elsewhere are read while the stylesheet is compiled, when no preferences are asked.
+bool takesParts(xmlNode* stylesheet) {
+  const auto isPart = [](const xmlNode* node) {
+    const bool isOfXSLT = node->ns != nullptr && fromXML(node->ns->href) == kXSLT;
+    return isOfXSLT && (fromXML(node->name) == "import" || fromXML(node->name) == "include");
+  };
+  return searchIf(stylesheet, isPart) != nullptr;
+}
+
+Stylesheet compile(xmlNode& element) {
+  XMLDocument document(xmlNewDoc(toXML("1.0")));
+  xmlNode* copy = document ? xmlDocCopyNode(&element, document.get(), 1) : nullptr;
+  if (copy == nullptr) return nullptr;
+  xmlDocSetRootElement(document.get(), copy);
+  if (takesParts(copy)) return nullptr;
+  Stylesheet stylesheet(xsltParseStylesheetDoc(document.get()));
+  if (stylesheet) static_cast<void>(document.release());  // now the stylesheet's
+  return stylesheet && stylesheet->errors == 0 ? std::move(stylesheet) : nullptr;
+}
+
+Preferences nothingAllowed() {
+  Preferences preferences(xsltNewSecurityPrefs());
+  for (const xsltSecurityOption option :
+       {XSLT_SECPREF_READ_FILE, XSLT_SECPREF_WRITE_FILE, XSLT_SECPREF_CREATE_DIRECTORY, XSLT_SECPREF_READ_NETWORK,
+        XSLT_SECPREF_WRITE_NETWORK})
+    if (!preferences || xsltSetSecurityPrefs(preferences.get(), option, xsltSecurityForbid) != 0) return nullptr;
+  return preferences;
+}
+
+void stop(xsltTransformContext& context) {
+  std::atomic_ref(context.state).store(XSLT_STATE_STOPPED, std::memory_order_relaxed);
+  std::atomic_ref(context.xpathCtxt->opLimit).store(1, std::memory_order_relaxed);
+}
+
+XMLDocument apply(xsltStylesheet& stylesheet, xmlDoc& document) {
+  const Preferences preferences = nothingAllowed();
+  const Context context(xsltNewTransformContext(&stylesheet, &document));
+  if (!context || !preferences || xsltSetCtxtSecurityPrefs(preferences.get(), context.get()) != 0) return nullptr;
+  xsltSetTransformErrorFunc(context.get(), nullptr, saysNothing);
+  context->maxTemplateDepth = kMaxTemplates;
+  context->opLimit = kMaxSteps;
+  context->xpathCtxt->opLimit = kMaxSteps;
+  context->xpathCtxt->error = [](void*, xmlError*) {};
+  const Watchdog watchdog([&] { stop(*context); });
+  XMLDocument result(xsltApplyStylesheetUser(&stylesheet, &document, nullptr, nullptr, nullptr, context.get()));
+  return context->state == XSLT_STATE_OK ? std::move(result) : nullptr;
+}
+
+}  // namespace
+
+std::optional<std::string> runStylesheet(xmlDoc& document, xmlNode& element) {
+  if (!countSearched(document)) return std::nullopt;
+  const StylesheetErrors silent;
+  const Stylesheet stylesheet = compile(element);
+  const XMLDocument source(xmlCopyDoc(&document, 1));  // xsl:strip-space takes nodes out of it
+  const XMLDocument result = stylesheet && source ? apply(*stylesheet, *source) : nullptr;
+  owner<xmlChar*> text = nullptr;
+  int length = 0;
+  if (!result || xsltSaveResultToString(&text, &length, result.get(), stylesheet.get()) != 0) return std::nullopt;
+  const LibraryText made(text);
+  return std::string(reinterpret_cast<const char*>(text), static_cast<std::size_t>(length));
+}
+
+}  // namespace keystrand

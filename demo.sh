@@ -12,7 +12,8 @@ scripts/install-dependencies.sh build demo
 echo "== Building (some minutes the first time)"
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 cmake -S . -B build-demo -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_COMPILE_WARNING_AS_ERROR=ON >/dev/null
-cmake --build build-demo --target ask_revocation ask_responder load_trusted_lists update_cache -- --quiet
+cmake --build build-demo --target ask_revocation ask_responder load_trusted_lists update_cache \
+  verify_trust_list -- --quiet
 examples=$PWD/build-demo/examples
 demo=$PWD/scripts/demo
 testdata=${KEYSTRAND_TESTDATA:-}

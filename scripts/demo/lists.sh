@@ -102,6 +102,24 @@ make_lists() {
     -set_serial 17 -days 30 -out "$folder/certificate"
 }
 
+# verify_list FILE: by way of the list of lists, as it was signed. A refusal ends the demonstration.
+verify_list() {
+  local way
+  if [[ -d $testdata/tl/2023 ]]; then
+    local lists=$testdata/tl/2023/eu-lotl
+    way=(--signers "$testdata/tl/anchors/lotl-bootstrap-0.cert.pem" --via "$lists-pivot-282.xml"
+      --via "$lists-pivot-300.xml" --via "$lists.xml")
+  else
+    way=(--signers "$folder/Signer of EU.pem" --via "$work/www/eu.xml")
+  fi
+  "$examples/verify_trust_list" "${way[@]}" "$1" | tail -n 1 | sed 's|.*/|  |'
+}
+
+verify_lists() {
+  local list
+  for list in "$work"/www/[A-Z][A-Z].xml; do verify_list "$list"; done
+}
+
 demonstrate_lists() {
   local folder=$work/lists etsi=http://uri.etsi.org/TrstSvc
   local load=("$examples/load_trusted_lists" --data "$folder/data" --log "$work/log")
@@ -115,11 +133,13 @@ demonstrate_lists() {
     echo "== From a list of lists to the CAs of two countries"
     make_lists
   fi
+  verify_lists
   "${load[@]}" --eu "$url/eu.xml" --certificate "$folder/certificate"
 
   echo
   echo "== Restarting from the saved list: who has published a newer issue?"
   [[ -d $testdata/tl/2023 ]] || publish_italy 42
+  verify_list "$work/www/IT.xml"
   "${load[@]}" --load --eu "$url/eu.xml" --certificate "$folder/certificate"
   stop_server
   : >"$work/log"

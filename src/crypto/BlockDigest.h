@@ -11,6 +11,8 @@
 //   };
 #pragma once
 
+#include <string.h>
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -25,6 +27,12 @@ namespace keystrand {
 template <class Algorithm>
 class BlockDigest : public MessageDigest {
  public:
+  // What was digested may have been a key or a password.
+  ~BlockDigest() override {
+    explicit_bzero(state_.data(), sizeof state_);
+    explicit_bzero(pending_.data(), sizeof pending_);
+  }
+
   void reset() override {
     state_ = Algorithm::kInitial;
     length_ = 0;

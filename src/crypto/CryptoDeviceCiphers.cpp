@@ -42,8 +42,6 @@ constexpr CipherRow kCiphers[] = {
     {CKK_DES3, CKM_DES3_CBC_PAD}, {CKK_RC2, CKM_RC2_CBC_PAD},
 };
 
-constexpr std::size_t kVectorLength = 8;
-
 }  // namespace
 
 bool CryptoDevice::State::crypt(bool encrypts, const CK_MECHANISM& mechanism, std::span<const unsigned char> data,
@@ -114,21 +112,28 @@ CK_MECHANISM_TYPE CryptoDevice::State::paddedMechanism(CK_OBJECT_HANDLE secret) 
 }
 
 // RC2 has its effective length in front of the vector: all bits of the key.
+std::optional<Bytes> CryptoDevice::State::parameterOf(CK_MECHANISM_TYPE padded, CK_OBJECT_HANDLE secret,
+                                                      std::span<const unsigned char> vector) {
+  if (padded != CKM_RC2_CBC_PAD) return Bytes(vector.begin(), vector.end());
+  const auto length = attributeOf(secret, CKA_VALUE_LEN);
+  RC2Parameters parameters{};
+  if (!length || length->size() != sizeof parameters.effectiveBits || vector.size() != sizeof parameters.vector) {
+    succeeded(CKR_MECHANISM_PARAM_INVALID);
+    return std::nullopt;
+  }
+  std::memcpy(&parameters.effectiveBits, length->data(), length->size());
+  parameters.effectiveBits *= 8;
+  std::ranges::copy(vector, parameters.vector);
+  const auto* octets = reinterpret_cast<const unsigned char*>(&parameters);
+  return Bytes(octets, octets + sizeof parameters);
+}
+
 bool CryptoDevice::State::cryptSecret(bool encrypts, std::span<const unsigned char> vector,
                                       std::span<const unsigned char> data, Buffer& out) {
   const CK_MECHANISM_TYPE mechanism = paddedMechanism(keyInUse);
   if (mechanism == kNoMechanism) return succeeded(CKR_KEY_TYPE_INCONSISTENT);
-  Bytes iv(vector.begin(), vector.end());
-  if (mechanism != CKM_RC2_CBC_PAD) return crypt(encrypts, {mechanism, iv.data(), iv.size()}, data, keyInUse, out);
-  const auto length = attributeOf(keyInUse, CKA_VALUE_LEN);
-  RC2Parameters parameters{};
-  if (!length || length->size() != sizeof parameters.effectiveBits || iv.size() != kVectorLength) {
-    return succeeded(CKR_MECHANISM_PARAM_INVALID);
-  }
-  std::memcpy(&parameters.effectiveBits, length->data(), length->size());
-  parameters.effectiveBits *= 8;
-  std::ranges::copy(iv, parameters.vector);
-  return crypt(encrypts, {mechanism, &parameters, sizeof parameters}, data, keyInUse, out);
+  auto parameter = parameterOf(mechanism, keyInUse, vector);
+  return parameter && crypt(encrypts, {mechanism, parameter->data(), parameter->size()}, data, keyInUse, out);
 }
 
 bool CryptoDevice::encryptSecret(const unsigned char* data, std::size_t length, const unsigned char* vector,

@@ -176,10 +176,10 @@ bool CryptoDevice::wrap(Handle key, const KeyInfo& recipient, Buffer& out) {
 
 bool CryptoDevice::wrapWithKey(Handle key, Handle wrappingKey, const unsigned char* vector, std::size_t vectorLength,
                                Buffer& out) {
-  Bytes iv(vector, vector + vectorLength);
   const auto mechanism = state_->paddedMechanism(wrappingKey);
   if (mechanism == kNoMechanism) return state_->succeeded(CKR_WRAPPING_KEY_TYPE_INCONSISTENT);
-  return state_->wrap(key, {mechanism, iv.data(), iv.size()}, wrappingKey, out);
+  auto parameter = state_->parameterOf(mechanism, wrappingKey, {vector, vectorLength});
+  return parameter && state_->wrap(key, {mechanism, parameter->data(), parameter->size()}, wrappingKey, out);
 }
 
 bool CryptoDevice::unwrap(const unsigned char* wrapped, std::size_t length, unsigned long type, Handle privateKey,
@@ -190,10 +190,11 @@ bool CryptoDevice::unwrap(const unsigned char* wrapped, std::size_t length, unsi
 bool CryptoDevice::unwrapWithKey(const unsigned char* wrapped, std::size_t length, unsigned long type,
                                  Handle wrappingKey, const unsigned char* vector, std::size_t vectorLength,
                                  const char* label) {
-  Bytes iv(vector, vector + vectorLength);
   const auto mechanism = state_->paddedMechanism(wrappingKey);
   if (mechanism == kNoMechanism) return state_->succeeded(CKR_UNWRAPPING_KEY_TYPE_INCONSISTENT);
-  return state_->unwrap({wrapped, length}, type, {mechanism, iv.data(), iv.size()}, wrappingKey, label);
+  auto parameter = state_->parameterOf(mechanism, wrappingKey, {vector, vectorLength});
+  return parameter &&
+         state_->unwrap({wrapped, length}, type, {mechanism, parameter->data(), parameter->size()}, wrappingKey, label);
 }
 
 }  // namespace keystrand

@@ -2,6 +2,7 @@
 #include "crypto/DeviceState.h"
 #include "crypto/ECDSASigValue.h"
 #include "crypto/TemporaryKey.h"
+#include "support/SecretBytes.h"
 
 namespace keystrand {
 
@@ -123,9 +124,7 @@ bool CryptoDevice::verifyWithSecret(const unsigned char* data, std::size_t lengt
   if (again == nullptr) return false;
   const auto octets = again->view();
   if (octets.size() != macLength) return state_->succeeded(CKR_SIGNATURE_LEN_RANGE);
-  unsigned difference = 0;
-  for (std::size_t i = 0; i < macLength; ++i) difference |= static_cast<unsigned>(octets[i] ^ mac[i]);
-  return state_->succeeded(difference == 0 ? CKR_OK : CKR_SIGNATURE_INVALID);
+  return state_->succeeded(areEqual(octets, {mac, macLength}) ? CKR_OK : CKR_SIGNATURE_INVALID);
 }
 
 bool CryptoDevice::verifySecret(const unsigned char* data, std::size_t length, const Signature& mac,

@@ -48,14 +48,17 @@ bool CryptoDevice::State::verifyDigest(const DigestInfo& info, std::span<const u
 }
 
 // Some signers leave the NULL behind the digest's identifier out, so a signature over either coding is good. With ECDSA
-// only the digest itself counts, and there is nothing to try again.
+// only the digest itself counts, and there is nothing to try again. The built-in token finds it in either coding; other
+// modules would take the coding for the digest, and cut it to the length of the order.
 bool CryptoDevice::State::verifyBoth(const DigestInfo& given, std::span<const unsigned char> octets,
                                      CK_OBJECT_HANDLE key) {
   if (given.algorithmView() == nullptr) return succeeded(CKR_DATA_INVALID);
+  const bool ec = cipher && cipher->mechanism == CKM_ECDSA;
+  if (ec && !vendor.takesDigestInfo) return verify(cipher, given.valueView(), octets, key);
   DigestInfo info(*given.algorithmView(), given.valueView());
   info.setHasParameters(true);
   if (verifyDigest(info, octets, key)) return true;
-  if (cipher && cipher->mechanism == CKM_ECDSA) return false;
+  if (ec) return false;
   info.setHasParameters(false);
   return verifyDigest(info, octets, key);
 }

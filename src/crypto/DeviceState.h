@@ -106,6 +106,9 @@ struct CryptoDevice::State {
               CK_OBJECT_HANDLE by, const char* label);
   // CBC with padding by a secret key of the token; kNoMechanism for another object.
   CK_MECHANISM_TYPE paddedMechanism(CK_OBJECT_HANDLE secret);
+  // What that mechanism takes beside the key.
+  std::optional<Bytes> parameterOf(CK_MECHANISM_TYPE padded, CK_OBJECT_HANDLE secret,
+                                   std::span<const unsigned char> vector);
   bool store(const AttributeTemplate& attributes);
   bool valueOf(CK_OBJECT_HANDLE object, Buffer& out);
   bool changeValue(CK_OBJECT_HANDLE object, std::span<const unsigned char> value);

@@ -42,7 +42,7 @@ constexpr VendorRow kVendors[] = {
     {.text = "SafeNet", .readWrite = true},
     {.text = "Safenet", .readWrite = true},
     {.text = "AEP", .readWrite = true, .signsDigests = true},
-    {.text = "Halvorn", .readWrite = true, .fallsBack = true},
+    {.text = "Halvorn", .readWrite = true, .fallsBack = true, .takesDigestInfo = true},
 };
 constexpr VendorRow kPlainVendor{};
 

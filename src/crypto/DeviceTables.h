@@ -39,6 +39,7 @@ struct VendorRow {
   bool withoutPIN = false;        // nothing is passed at login
   bool dropsLeadingZero = false;  // of a signature that it is to verify
   bool signsDigests = false;      // what is signed is digested by calls of its own
+  bool takesDigestInfo = false;   // to verify by ECDSA, where the standard has the digest alone
 };
 
 // The row of the first text found; the plain row for a maker that is not known.

@@ -7,8 +7,6 @@ namespace keystrand {
 
 namespace {
 
-constexpr CK_ATTRIBUTE_TYPE kIntegers[] = {CKA_MODULUS, CKA_PUBLIC_EXPONENT, CKA_PRIVATE_EXPONENT, CKA_PRIME_1,
-                                           CKA_PRIME_2, CKA_EXPONENT_1,      CKA_EXPONENT_2,       CKA_COEFFICIENT};
 constexpr std::size_t kPublicIntegers = 2;
 
 void addInteger(AttributeTemplate& attributes, CK_ATTRIBUTE_TYPE type, const BigInteger& value) {
@@ -18,7 +16,7 @@ void addInteger(AttributeTemplate& attributes, CK_ATTRIBUTE_TYPE type, const Big
 }
 
 void addIntegers(AttributeTemplate& attributes, const RSAPrivateKey& key, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) addInteger(attributes, kIntegers[i], key.integers()[i]);
+  for (std::size_t i = 0; i < count; ++i) addInteger(attributes, kRSAIntegers[i], key.integers()[i]);
 }
 
 void addDomain(AttributeTemplate& attributes, const ECDSAPrivateKey& key) {
@@ -46,7 +44,7 @@ bool addPublicParts(AttributeTemplate& attributes, const Key& key) {
 
 bool addPrivateParts(AttributeTemplate& attributes, const Key& key) {
   if (const auto* rsa = dynamic_cast<const RSAPrivateKey*>(&key)) {
-    addIntegers(attributes, *rsa, std::size(kIntegers));
+    addIntegers(attributes, *rsa, std::size(kRSAIntegers));
     return true;
   }
   const auto* ec = dynamic_cast<const ECDSAPrivateKey*>(&key);

@@ -6,6 +6,10 @@
 
 namespace keystrand {
 
+// The eight integers, in the order of RSAPrivateKey.
+constexpr CK_ATTRIBUTE_TYPE kRSAIntegers[] = {CKA_MODULUS, CKA_PUBLIC_EXPONENT, CKA_PRIVATE_EXPONENT, CKA_PRIME_1,
+                                              CKA_PRIME_2, CKA_EXPONENT_1,      CKA_EXPONENT_2,       CKA_COEFFICIENT};
+
 // Of an RSAPrivateKey or ECDSAPrivateKey; false, and nothing added, for another key.
 bool addPublicParts(AttributeTemplate& attributes, const Key& key);
 bool addPrivateParts(AttributeTemplate& attributes, const Key& key);

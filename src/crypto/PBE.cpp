@@ -103,10 +103,10 @@ std::optional<SecretBytes> pbkdf1(std::span<const unsigned char> password, std::
   return value;
 }
 
-std::optional<SecretBytes> pbkdf2(std::span<const unsigned char> password, std::span<const unsigned char> salt,
-                                  std::uint64_t iterations, std::size_t length) {
+std::optional<SecretBytes> pbkdf2(std::unique_ptr<MessageDigest> digest, std::span<const unsigned char> password,
+                                  std::span<const unsigned char> salt, std::uint64_t iterations, std::size_t length) {
   if (!isInRange(iterations, length)) return std::nullopt;
-  HMAC mac(std::make_unique<SHA1>());
+  HMAC mac(std::move(digest));
   mac.setKey(password);
   SecretBytes value(mac.length());
   SecretBytes key;

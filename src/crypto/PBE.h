@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 
+#include "keystrand/crypto/MessageDigest.h"
 #include "support/SecretBytes.h"
 
 namespace keystrand {
@@ -26,8 +28,8 @@ std::optional<SecretBytes> bmpPassword(std::span<const unsigned char> utf8);
 // PBKDF1 with MD5: up to 16 octets.
 std::optional<SecretBytes> pbkdf1(std::span<const unsigned char> password, std::span<const unsigned char> salt,
                                   std::uint64_t iterations, std::size_t length);
-// PBKDF2 with HMAC-SHA-1.
-std::optional<SecretBytes> pbkdf2(std::span<const unsigned char> password, std::span<const unsigned char> salt,
-                                  std::uint64_t iterations, std::size_t length);
+// PBKDF2 with the HMAC of that digest.
+std::optional<SecretBytes> pbkdf2(std::unique_ptr<MessageDigest> digest, std::span<const unsigned char> password,
+                                  std::span<const unsigned char> salt, std::uint64_t iterations, std::size_t length);
 
 }  // namespace keystrand

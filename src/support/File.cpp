@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 
 namespace keystrand {
 
@@ -123,6 +124,41 @@ std::optional<std::size_t> readAllAt(int descriptor, std::span<unsigned char> by
   return transfer(bytes.size(), [&](std::size_t done) {
     return pread(descriptor, bytes.data() + done, bytes.size() - done, static_cast<off_t>(position + done));
   });
+}
+
+namespace {
+
+bool sync(int descriptor) {
+  return uninterrupted([descriptor] { return fsync(descriptor); }) == 0;
+}
+
+// Of the folder that a path lies in: a new name in it is kept from then on. Where that fails, as some file systems have
+// it, a crash may bring the old file back, whole.
+void syncFolder(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  const int descriptor = uninterrupted([&] { return open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+  if (descriptor < 0) return;
+  sync(descriptor);
+  ::close(descriptor);
+}
+
+}  // namespace
+
+bool replaceFile(const std::string& path, std::span<const unsigned char> bytes) {
+  const std::string fresh = path + ".new";
+  unlink(fresh.c_str());  // left by a process that ended in the middle
+  const int descriptor = uninterrupted(
+      [&] { return open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kForOwner); });
+  if (descriptor < 0) return false;
+  const bool written = writeAll(descriptor, bytes) && sync(descriptor);
+  const bool closed = ::close(descriptor) == 0 || errno == EINTR;
+  if (!written || !closed || std::rename(fresh.c_str(), path.c_str()) != 0) {
+    unlink(fresh.c_str());
+    return false;
+  }
+  syncFolder(path);
+  return true;
 }
 
 }  // namespace keystrand

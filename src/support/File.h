@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <utility>
 
 namespace keystrand {
@@ -69,5 +70,11 @@ bool writeAll(int descriptor, std::span<const unsigned char> bytes);
 // The number of bytes read: fewer than asked for at the end of the file, nothing when a read fails.
 std::optional<std::size_t> readAll(int descriptor, std::span<unsigned char> bytes);
 std::optional<std::size_t> readAllAt(int descriptor, std::span<unsigned char> bytes, std::uint64_t position);
+
+// The file of that path becomes these bytes, for its owner alone, in one step: whoever reads it, and whoever finds it
+// after a crash, sees all of the old bytes or all of the new ones. They are written to `path` with ".new" behind it
+// first. False, and the file as it was, when they cannot be kept. Two replacements at once are for a lock to keep
+// apart.
+bool replaceFile(const std::string& path, std::span<const unsigned char> bytes);
 
 }  // namespace keystrand

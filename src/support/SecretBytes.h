@@ -15,6 +15,14 @@ inline void wipe(std::span<unsigned char> octets) noexcept {
   if (!octets.empty()) explicit_bzero(octets.data(), octets.size());
 }
 
+// In a time that does not tell where they differ.
+inline bool areEqual(std::span<const unsigned char> left, std::span<const unsigned char> right) noexcept {
+  if (left.size() != right.size()) return false;
+  unsigned difference = 0;
+  for (std::size_t i = 0; i < left.size(); ++i) difference |= static_cast<unsigned>(left[i] ^ right[i]);
+  return difference == 0;
+}
+
 template <class T>
 struct WipingAllocator {
   using value_type = T;

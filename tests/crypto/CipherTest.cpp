@@ -3,6 +3,8 @@
 #include <openssl/crmf.h>
 #include <openssl/evp.h>
 #include <openssl/pkcs12.h>
+#include <openssl/provider.h>
+#include <openssl/x509.h>
 #include <p11-kit/pkcs11.h>
 
 #include <fstream>
@@ -288,6 +290,34 @@ TEST(PasswordKeys, AgreeWithOpenSSLAndTheRFCs) {
     given.iterations = 0;
     EXPECT_EQ(open.ki.generateKey(open.handle, &mechanism, nullptr, 0, &key), CKR_MECHANISM_PARAM_INVALID);
   }
+}
+
+// OpenSSL has DES in its legacy provider alone.
+TEST(PasswordKeys, OpenWhatPKCS5Enciphered) {
+  const std::unique_ptr<OSSL_PROVIDER, decltype(&OSSL_PROVIDER_unload)> legacy(OSSL_PROVIDER_load(nullptr, "legacy"),
+                                                                               OSSL_PROVIDER_unload);
+  if (legacy == nullptr) GTEST_SKIP() << "OpenSSL's legacy provider is not installed";
+  const std::unique_ptr<OSSL_PROVIDER, decltype(&OSSL_PROVIDER_unload)> usual(OSSL_PROVIDER_load(nullptr, "default"),
+                                                                              OSSL_PROVIDER_unload);
+  ByteString salt = {8, 7, 6, 5, 4, 3, 2, 1};
+  ByteString password = {'p', 'a', 's', 's'};
+  const ByteString text(21, 't');
+  const std::unique_ptr<X509_ALGOR, decltype(&X509_ALGOR_free)> algorithm(
+      PKCS5_pbe_set(NID_pbeWithMD5AndDES_CBC, 1000, salt.data(), static_cast<int>(salt.size())), X509_ALGOR_free);
+  unsigned char* made = nullptr;
+  int length = 0;
+  ASSERT_NE(PKCS12_pbe_crypt(algorithm.get(), "pass", 4, text.data(), static_cast<int>(text.size()), &made, &length, 1),
+            nullptr);
+  const ByteString sealed(made, made + length);
+  OPENSSL_free(made);
+  Session open;
+  ByteString vector(8);
+  PBEParameters given{vector.data(), password.data(), password.size(), salt.data(), salt.size(), 1000};
+  const CK_MECHANISM generation{CKM_PBE_MD5_DES_CBC, &given, sizeof given};
+  CK_OBJECT_HANDLE key = 0;
+  ASSERT_EQ(open.ki.generateKey(open.handle, &generation, nullptr, 0, &key), CKR_OK);
+  const CK_MECHANISM cipher{CKM_DES_CBC_PAD, vector.data(), vector.size()};
+  EXPECT_EQ(crypted(open, Way::kDecrypt, cipher, key, sealed).octets, text);
 }
 
 TEST(PasswordKeys, FollowPBKDF2) {

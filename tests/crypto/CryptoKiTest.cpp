@@ -156,6 +156,13 @@ TEST(CryptoKi, BindsAModuleInAFile) {
   EXPECT_TRUE(verifies(device, data, signature, keyInfo));
   EXPECT_FALSE(verifies(device, data, withBitFlipped(signature), keyInfo));
   EXPECT_EQ(device.lastResult(), CKR_SIGNATURE_INVALID);
+  for (const char* curve : {"P-256", "P-384"}) {
+    const PrivateKey ec = test::privateKey(curve);
+    const ByteString ours = signatureOf(ec, {"SHA256"}, data);
+    ASSERT_TRUE(device.setSignatureAlgorithm("1.2.840.10045.4.3.2"));
+    EXPECT_TRUE(verifies(device, data, ours, *keyInfoOf(ec))) << curve << ": the digest alone";
+    EXPECT_FALSE(verifies(device, {'d'}, ours, *keyInfoOf(ec))) << curve;
+  }
 }
 
 // What the device knows of makers, on a module that is whoever it is told to be.

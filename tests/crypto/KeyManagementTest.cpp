@@ -326,6 +326,12 @@ TEST(DeviceKeys, WrapAndUseSecrets) {
     ASSERT_TRUE(open.device.decryptSecret(by.data(), by.size(), iv.data(), 8, out)) << type;
     EXPECT_EQ(held(out), kText) << type;
   }
+  ASSERT_TRUE(open.device.selectSecretKey("RC2 Key"));
+  const auto rc2 = open.device.selectedKey();
+  ASSERT_TRUE(open.device.wrapWithKey(secret, rc2, iv.data(), 8, wrapped));
+  const ByteString byRC2 = held(wrapped);
+  EXPECT_TRUE(open.device.unwrapWithKey(byRC2.data(), byRC2.size(), CKK_AES, rc2, iv.data(), 8));
+  EXPECT_FALSE(open.device.wrapWithKey(secret, rc2, iv.data(), 16, wrapped)) << "a vector of a wrong length";
   ASSERT_TRUE(open.device.selectSecretKey("DES2 Key"));
   ASSERT_TRUE(open.device.wrapWithKey(open.device.selectedKey(), secret, iv.data(), iv.size(), wrapped));
   const ByteString under = held(wrapped);

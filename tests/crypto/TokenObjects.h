@@ -51,8 +51,8 @@ inline Template note() {
 
 // A read-write session of its own binding.
 struct Session {
-  explicit Session(CK_FLAGS flags = CKF_SERIAL_SESSION | CKF_RW_SESSION) {
-    EXPECT_EQ(ki.openSession(0, flags, nullptr, nullptr, &handle), CKR_OK);
+  explicit Session(CK_FLAGS flags = CKF_SERIAL_SESSION | CKF_RW_SESSION, CK_SLOT_ID slot = 0) {
+    EXPECT_EQ(ki.openSession(slot, flags, nullptr, nullptr, &handle), CKR_OK);
   }
   CK_RV create(Template values, CK_OBJECT_HANDLE* object) {
     const auto attributes = attributesOf(values);

@@ -8,8 +8,8 @@
 // Operations return false, 0 or nullptr on failure; lastResult() then tells the PKCS #11 return value. A mechanism that
 // cannot be selected leaves none selected, so that nothing is ever checked by the one of the object before.
 //
-// What is made on the built-in token lives as long as the session: it keeps no file. Private parts never leave it but
-// enciphered, by wrap.
+// What is made on the virtual token of slot 0 lives as long as the session; the tokens of docs/token.md keep it in
+// files. Private parts never leave a token but enciphered, by wrap.
 //
 // Signatures with MD5, SHA-1 and RIPEMD-160 verify like any other, and so does every RSA modulus up to 16384 bits: what
 // still counts is for the caller to say.
@@ -100,6 +100,12 @@ class KEYSTRAND_API CryptoDevice {
   virtual bool encrypt(const unsigned char* data, std::size_t length, const KeyInfo& key, Buffer& out);
   virtual bool decrypt(const unsigned char* data, std::size_t length, Buffer& out);
   virtual bool decrypt(const unsigned char* data, std::size_t length, Handle key, Buffer& out);
+  // Five places of the interface that do nothing: each returns 0.
+  [[nodiscard]] virtual int reserved1() { return 0; }
+  [[nodiscard]] virtual int reserved2() { return 0; }
+  [[nodiscard]] virtual int reserved3() { return 0; }
+  [[nodiscard]] virtual int reserved4() { return 0; }
+  [[nodiscard]] virtual int reserved5() { return 0; }
   // Of a digest, by the key in use.
   [[nodiscard]] virtual owner<Signature*> signDigestInfo(const DigestInfo& digest);
   // Of a whole message, by the signature algorithm that is selected.
@@ -196,6 +202,7 @@ class KEYSTRAND_API CryptoDevice {
   virtual bool changeData(const unsigned char* id, std::size_t idLength, const unsigned char* value,
                           std::size_t length);
   virtual bool changeData(const char* label, const unsigned char* value, std::size_t length);
+  [[nodiscard]] virtual int reserved6() { return 0; }  // and one more
 
  private:
   struct State;

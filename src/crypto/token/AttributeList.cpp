@@ -22,6 +22,15 @@ void AttributeList::set(CK_ATTRIBUTE_TYPE type, std::span<const unsigned char> v
   values_.insert(values_.end(), value.begin(), value.end());
 }
 
+std::vector<CK_ATTRIBUTE> AttributeList::attributes() const {
+  std::vector<CK_ATTRIBUTE> all;
+  for (const Entry& entry : entries_) {
+    const auto value = valueOf(entry);
+    all.push_back({entry.type, const_cast<unsigned char*>(value.data()), value.size()});
+  }
+  return all;
+}
+
 void AttributeList::complete(const AttributeList& other) {
   for (const Entry& entry : other.entries_) {
     if (!find(entry.type)) set(entry.type, other.valueOf(entry));

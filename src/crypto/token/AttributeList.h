@@ -19,6 +19,7 @@ class AttributeList {
   // Valid until the next set.
   [[nodiscard]] std::optional<std::span<const unsigned char>> find(CK_ATTRIBUTE_TYPE type) const;
   void set(CK_ATTRIBUTE_TYPE type, std::span<const unsigned char> value);
+  [[nodiscard]] std::vector<CK_ATTRIBUTE> attributes() const;  // valid until the next set
   // Takes over the values of the other that are missing here.
   void complete(const AttributeList& other);
 

@@ -15,7 +15,7 @@ enum class Access : unsigned char {
   kFixed,     // creation alone
   kOnCopy,    // creation and C_CopyObject
   kFree,      // these, and C_SetAttributeValue
-  kComputed,  // none: the token sets it
+  kComputed,  // none: the token sets it, and finds it in its file
 };
 
 // What the attribute has to do with keeping a key secret.

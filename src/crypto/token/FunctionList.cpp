@@ -79,9 +79,6 @@ using NeverSupported =
     Group<&List::C_DigestEncryptUpdate, &List::C_DecryptDigestUpdate, &List::C_SignEncryptUpdate,
           &List::C_DecryptVerifyUpdate, &List::C_GetFunctionStatus, &List::C_CancelFunction, &List::C_WaitForSlotEvent>;
 
-// What belongs to tokens that are kept in files.
-using NotYetSupported = Group<&List::C_InitToken, &List::C_InitPIN, &List::C_SetPIN>;
-
 constexpr CK_FUNCTION_LIST makeList() {
   using Module = PKCS11CryptoKi;
   CK_FUNCTION_LIST list{};
@@ -95,6 +92,9 @@ constexpr CK_FUNCTION_LIST makeList() {
   list.C_GetTokenInfo = kForward<&Module::getTokenInfo>;
   list.C_GetMechanismList = kForward<&Module::getMechanismList>;
   list.C_GetMechanismInfo = kForward<&Module::getMechanismInfo>;
+  list.C_InitToken = kForward<&Module::initToken>;
+  list.C_InitPIN = kForward<&Module::initPIN>;
+  list.C_SetPIN = kForward<&Module::setPIN>;
   list.C_OpenSession = kForward<&Module::openSession>;
   list.C_CloseSession = kForward<&Module::closeSession>;
   list.C_CloseAllSessions = kForward<&Module::closeAllSessions>;
@@ -145,7 +145,6 @@ constexpr CK_FUNCTION_LIST makeList() {
   list.C_SeedRandom = kForward<&Module::seedRandom>;
   list.C_GenerateRandom = kForward<&Module::generateRandom>;
   NeverSupported::refuseIn(list);
-  NotYetSupported::refuseIn(list);
   return list;
 }
 

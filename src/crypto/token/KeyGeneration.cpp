@@ -74,14 +74,6 @@ CK_ULONG fixedLength(CK_KEY_TYPE type) {
   }
 }
 
-CK_RV findNumber(KeyTemplate given, CK_ATTRIBUTE_TYPE type, CK_ULONG& out) {
-  const auto attribute = std::ranges::find(given, type, &CK_ATTRIBUTE::type);
-  if (attribute == given.end()) return CKR_TEMPLATE_INCOMPLETE;
-  const auto number = numberIn(valueIn(*attribute));
-  out = number.value_or(0);
-  return number ? CKR_OK : CKR_ATTRIBUTE_VALUE_INVALID;
-}
-
 CK_RV makeKey(const AttributeTemplate& own, KeyTemplate given, std::span<const CK_ATTRIBUTE_TYPE> consumed,
               std::shared_ptr<PKCS11Key>& out) {
   std::vector<CK_ATTRIBUTE> all = own.attributes();

@@ -27,8 +27,6 @@ CK_RV generatePair(const CK_MECHANISM& mechanism, KeyTemplate publicGiven, KeyTe
                    RandomGenerator& random, std::shared_ptr<PKCS11Key>& publicKey,
                    std::shared_ptr<PKCS11Key>& privateKey);
 
-// What the template says in an attribute that is a number.
-CK_RV findNumber(KeyTemplate given, CK_ATTRIBUTE_TYPE type, CK_ULONG& out);
 // Octets of a key of that type, 0 where its length is its own.
 CK_ULONG fixedLength(CK_KEY_TYPE type);
 void setOddParity(std::span<unsigned char> key);

@@ -4,7 +4,7 @@ namespace keystrand {
 
 namespace {
 
-// CKA_TRUSTED is the security officer's to set, and the token has none.
+// No caller sets CKA_TRUSTED: what is trusted is not the token's to say.
 constexpr AttributeRow kRows[] = {
     {CKA_CERTIFICATE_TYPE, ValueKind::kNumber, Access::kFixed, true},
     {CKA_TRUSTED, ValueKind::kBool, Access::kComputed},

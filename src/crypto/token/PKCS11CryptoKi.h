@@ -1,4 +1,5 @@
-// The PKCS #11 module built into the library: one virtual slot, its sessions and their objects, all in memory.
+// The PKCS #11 module built into the library: its slots, its sessions and their objects. All is in memory, but for the
+// token objects of the slots whose tokens are kept in files.
 //
 // One for the process, made when it is first asked for and never freed. Each member is the standard's function of that
 // name and gives its return values. A function of a session takes the session that the caller's handle names; what it
@@ -15,6 +16,7 @@
 
 #include "crypto/SystemRandomGenerator.h"
 #include "crypto/token/PKCS11Key.h"
+#include "crypto/token/SlotTable.h"
 #include "crypto/token/TokenSession.h"
 
 namespace keystrand {
@@ -36,6 +38,10 @@ class PKCS11CryptoKi {
   CK_RV getTokenInfo(CK_SLOT_ID slot, CK_TOKEN_INFO* info);
   CK_RV getMechanismList(CK_SLOT_ID slot, CK_MECHANISM_TYPE* mechanisms, CK_ULONG* count);
   CK_RV getMechanismInfo(CK_SLOT_ID slot, CK_MECHANISM_TYPE mechanism, CK_MECHANISM_INFO* info);
+
+  CK_RV initToken(CK_SLOT_ID slot, CK_BYTE* pin, CK_ULONG pinLength, CK_BYTE* label);
+  CK_RV initPIN(TokenSession& session, CK_BYTE* pin, CK_ULONG pinLength);
+  CK_RV setPIN(TokenSession& session, CK_BYTE* former, CK_ULONG formerLength, CK_BYTE* fresh, CK_ULONG freshLength);
 
   CK_RV openSession(CK_SLOT_ID slot, CK_FLAGS flags, void* application, CK_NOTIFY notify, CK_SESSION_HANDLE* session);
   CK_RV closeSession(TokenSession& session);
@@ -110,25 +116,54 @@ class PKCS11CryptoKi {
  private:
   struct ObjectEntry {
     std::shared_ptr<PKCS11Storage> object;
-    CK_SESSION_HANDLE owner;
+    CK_SLOT_ID slot;
+    CK_SESSION_HANDLE owner;   // none for an object that is kept in a file
+    std::uint64_t number = 0;  // there
   };
+  using Objects = std::map<CK_OBJECT_HANDLE, ObjectEntry>;
 
   PKCS11CryptoKi();
-  CK_RV find(CK_OBJECT_HANDLE handle, std::shared_ptr<PKCS11Storage>& object) const;
-  CK_RV find(CK_OBJECT_HANDLE handle, std::shared_ptr<const PKCS11Key>& key) const;
-  CK_RV beginCipher(CipherOperation& operation, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key,
-                    CK_ATTRIBUTE_TYPE usage) const;
+  [[nodiscard]] DiskToken* diskOf(const TokenSession& session) const;
+  [[nodiscard]] CK_STATE stateOf(const TokenSession& session) const;
+  [[nodiscard]] bool hasSessions(CK_SLOT_ID slot) const;
+  // Puts the token's objects of one kind at the disposal of its sessions.
+  CK_RV takeIn(const Slot& slot, bool privateOnes);
+  template <class Condition>
+  void dropObjects(Condition condition);
+
+  // The objects of the session's slot alone.
+  [[nodiscard]] Objects::iterator find(const TokenSession& session, CK_OBJECT_HANDLE handle);
+  CK_RV find(const TokenSession& session, CK_OBJECT_HANDLE handle, std::shared_ptr<PKCS11Storage>& object);
+  CK_RV find(const TokenSession& session, CK_OBJECT_HANDLE handle, std::shared_ptr<const PKCS11Key>& key);
+  // Begins an operation with a mechanism and a key: `begin` gets both.
+  template <class Begin>
+  CK_RV beginWithKey(const TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key, Begin begin);
   CK_RV add(const TokenSession& owner, std::shared_ptr<PKCS11Storage> object, CK_OBJECT_HANDLE* handle);
+  CK_RV destroy(Objects::iterator row);
 
   int bindings_ = 0;
   bool initialized_ = false;
   CK_INFO info_{};
   CK_SLOT_INFO slotInfo_{};
-  CK_TOKEN_INFO tokenInfo_{};
+  SlotTable slots_;
   std::array<TokenSession, 5> sessions_;  // of the handles 1 to 5
-  std::map<CK_OBJECT_HANDLE, ObjectEntry> objects_;
+  Objects objects_;
   CK_OBJECT_HANDLE lastObject_ = CK_INVALID_HANDLE;
   SystemRandomGenerator random_;
 };
+
+template <class Begin>
+CK_RV PKCS11CryptoKi::beginWithKey(const TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key,
+                                   Begin begin) {
+  if (mechanism == nullptr) return CKR_ARGUMENTS_BAD;
+  std::shared_ptr<const PKCS11Key> found;
+  if (const CK_RV result = find(session, key, found); result != CKR_OK) return result;
+  return begin(*mechanism, std::move(found));
+}
+
+template <class Condition>
+void PKCS11CryptoKi::dropObjects(Condition condition) {
+  std::erase_if(objects_, [&condition](const auto& row) { return condition(row.second); });
+}
 
 }  // namespace keystrand

@@ -71,16 +71,10 @@ CK_RV renamed(CK_RV result, CK_RV handle, CK_RV type) {
 
 }  // namespace
 
-CK_RV PKCS11CryptoKi::beginCipher(CipherOperation& operation, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key,
-                                  CK_ATTRIBUTE_TYPE usage) const {
-  if (mechanism == nullptr) return CKR_ARGUMENTS_BAD;
-  std::shared_ptr<const PKCS11Key> found;
-  if (const CK_RV result = find(key, found); result != CKR_OK) return result;
-  return operation.begin(*mechanism, std::move(found), usage);
-}
-
 CK_RV PKCS11CryptoKi::encryptInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key) {
-  return beginCipher(session.encryption, mechanism, key, CKA_ENCRYPT);
+  return beginWithKey(session, mechanism, key, [&session](const auto& given, auto found) {
+    return session.encryption.begin(given, std::move(found), CKA_ENCRYPT);
+  });
 }
 CK_RV PKCS11CryptoKi::encrypt(TokenSession& session, CK_BYTE* data, CK_ULONG length, CK_BYTE* out,
                               CK_ULONG* outLength) {
@@ -94,7 +88,9 @@ CK_RV PKCS11CryptoKi::encryptFinal(TokenSession& session, CK_BYTE* out, CK_ULONG
   return session.encryption.finish(out, outLength);
 }
 CK_RV PKCS11CryptoKi::decryptInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key) {
-  return beginCipher(session.decryption, mechanism, key, CKA_DECRYPT);
+  return beginWithKey(session, mechanism, key, [&session](const auto& given, auto found) {
+    return session.decryption.begin(given, std::move(found), CKA_DECRYPT);
+  });
 }
 CK_RV PKCS11CryptoKi::decrypt(TokenSession& session, CK_BYTE* data, CK_ULONG length, CK_BYTE* out,
                               CK_ULONG* outLength) {
@@ -111,7 +107,7 @@ CK_RV PKCS11CryptoKi::decryptFinal(TokenSession& session, CK_BYTE* out, CK_ULONG
 // The octets of a secret key go into the digest that is under way.
 CK_RV PKCS11CryptoKi::digestKey(TokenSession& session, CK_OBJECT_HANDLE key) {
   std::shared_ptr<const PKCS11Key> found;
-  if (const CK_RV result = find(key, found); result != CKR_OK) return result;
+  if (const CK_RV result = find(session, key, found); result != CKR_OK) return result;
   const auto* secret = dynamic_cast<const PKCS11SecretKey*>(found.get());
   if (secret == nullptr) return CKR_KEY_INDIGESTIBLE;
   return session.digest.update(secret->value().data(), secret->value().size());
@@ -139,18 +135,20 @@ CK_RV PKCS11CryptoKi::generateKeyPair(TokenSession& session, CK_MECHANISM* mecha
   if (result != CKR_OK) return result;
   if (const CK_RV added = add(session, std::move(half), publicKey); added != CKR_OK) return added;
   const CK_RV added = add(session, std::move(whole), privateKey);
-  if (added != CKR_OK) objects_.erase(*publicKey);
+  if (added != CKR_OK) destroy(objects_.find(*publicKey));
   return added;
 }
 
-CK_RV PKCS11CryptoKi::wrapKey(TokenSession&, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE wrappingKey,
+CK_RV PKCS11CryptoKi::wrapKey(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE wrappingKey,
                               CK_OBJECT_HANDLE key, CK_BYTE* wrapped, CK_ULONG* wrappedLength) {
   if (mechanism == nullptr || wrappedLength == nullptr) return CKR_ARGUMENTS_BAD;
   std::shared_ptr<const PKCS11Key> meant;
-  if (const CK_RV result = find(key, meant); result != CKR_OK) return result;
+  if (const CK_RV result = find(session, key, meant); result != CKR_OK) return result;
   if (!meant->flag(CKA_EXTRACTABLE)) return CKR_KEY_UNEXTRACTABLE;
   CipherOperation operation;
-  const CK_RV begun = beginCipher(operation, mechanism, wrappingKey, CKA_WRAP);
+  const CK_RV begun = beginWithKey(session, mechanism, wrappingKey, [&operation](const auto& given, auto found) {
+    return operation.begin(given, std::move(found), CKA_WRAP);
+  });
   if (begun != CKR_OK) return renamed(begun, CKR_WRAPPING_KEY_HANDLE_INVALID, CKR_WRAPPING_KEY_TYPE_INCONSISTENT);
   SecretBytes octets;
   if (const CK_RV taken = wrappingOf(*meant, operation.blockLength(), octets); taken != CKR_OK) return taken;
@@ -163,7 +161,9 @@ CK_RV PKCS11CryptoKi::unwrapKey(TokenSession& session, CK_MECHANISM* mechanism, 
                                 CK_OBJECT_HANDLE* key) {
   if (mechanism == nullptr || wrapped == nullptr || attributes == nullptr || key == nullptr) return CKR_ARGUMENTS_BAD;
   CipherOperation operation;
-  const CK_RV begun = beginCipher(operation, mechanism, unwrappingKey, CKA_UNWRAP);
+  const CK_RV begun = beginWithKey(session, mechanism, unwrappingKey, [&operation](const auto& given, auto found) {
+    return operation.begin(given, std::move(found), CKA_UNWRAP);
+  });
   if (begun != CKR_OK) return renamed(begun, CKR_UNWRAPPING_KEY_HANDLE_INVALID, CKR_UNWRAPPING_KEY_TYPE_INCONSISTENT);
   SecretBytes octets;
   const CK_RV taken = operation.take({wrapped, wrappedLength}, octets);

@@ -1,22 +1,62 @@
 // The objects of the module's sessions. The virtual token asks for no login, so private objects are open to every
-// session; and it keeps nothing, so token objects too end with the session that made them.
+// session; and it keeps nothing, so token objects too end with the session that made them. A token in a file keeps its
+// objects, and hands the private ones to its user alone.
 #include <algorithm>
 
 #include "crypto/token/PKCS11CryptoKi.h"
 
 namespace keystrand {
 
-CK_RV PKCS11CryptoKi::find(CK_OBJECT_HANDLE handle, std::shared_ptr<PKCS11Storage>& object) const {
+PKCS11CryptoKi::Objects::iterator PKCS11CryptoKi::find(const TokenSession& session, CK_OBJECT_HANDLE handle) {
   const auto row = objects_.find(handle);
+  return row != objects_.end() && row->second.slot == session.slot ? row : objects_.end();
+}
+
+CK_RV PKCS11CryptoKi::find(const TokenSession& session, CK_OBJECT_HANDLE handle,
+                           std::shared_ptr<PKCS11Storage>& object) {
+  const auto row = find(session, handle);
   if (row == objects_.end()) return CKR_OBJECT_HANDLE_INVALID;
   object = row->second.object;
   return CKR_OK;
 }
 
+CK_RV PKCS11CryptoKi::takeIn(const Slot& slot, bool privateOnes) {
+  std::vector<DiskToken::StoredObject> stored;
+  if (const CK_RV result = slot.disk->objects(privateOnes, stored); result != CKR_OK) return result;
+  for (auto& [number, object] : stored) {
+    objects_.emplace_hint(objects_.end(), ++lastObject_,
+                          ObjectEntry{std::move(object), slot.id, CK_INVALID_HANDLE, number});
+  }
+  return CKR_OK;
+}
+
 CK_RV PKCS11CryptoKi::add(const TokenSession& owner, std::shared_ptr<PKCS11Storage> object, CK_OBJECT_HANDLE* handle) {
   if (object->isOnToken() && !owner.isReadWrite()) return CKR_SESSION_READ_ONLY;
-  objects_.emplace_hint(objects_.end(), lastObject_ + 1, ObjectEntry{std::move(object), owner.handle});
+  DiskToken* disk = diskOf(owner);
+  const bool kept = disk != nullptr && object->isOnToken();
+  if (kept) {
+    if (const CK_RV result = object->keepSecret(); result != CKR_OK) return result;
+  }
+  if (disk != nullptr && object->isPrivate() && !disk->isUserIn()) return CKR_USER_NOT_LOGGED_IN;
+  const auto row =
+      objects_.emplace_hint(objects_.end(), lastObject_ + 1, ObjectEntry{std::move(object), owner.slot, owner.handle});
+  if (kept) {
+    row->second.owner = CK_INVALID_HANDLE;
+    if (const CK_RV result = disk->store(*row->second.object, row->second.number); result != CKR_OK) {
+      objects_.erase(row);
+      return result;
+    }
+  }
   *handle = ++lastObject_;
+  return CKR_OK;
+}
+
+CK_RV PKCS11CryptoKi::destroy(Objects::iterator row) {
+  const ObjectEntry& entry = row->second;
+  if (entry.number != 0) {
+    if (const CK_RV result = slots_.find(entry.slot)->disk->remove(entry.number); result != CKR_OK) return result;
+  }
+  objects_.erase(row);
   return CKR_OK;
 }
 
@@ -32,43 +72,49 @@ CK_RV PKCS11CryptoKi::copyObject(TokenSession& session, CK_OBJECT_HANDLE object,
                                  CK_OBJECT_HANDLE* copy) {
   if ((changes == nullptr && count != 0) || copy == nullptr) return CKR_ARGUMENTS_BAD;
   std::shared_ptr<PKCS11Storage> original;
-  if (const CK_RV result = find(object, original); result != CKR_OK) return result;
+  if (const CK_RV result = find(session, object, original); result != CKR_OK) return result;
   auto made = original->clone();
   if (const CK_RV result = made->change({changes, count}, Access::kOnCopy); result != CKR_OK) return result;
   return add(session, std::move(made), copy);
 }
 
 CK_RV PKCS11CryptoKi::destroyObject(TokenSession& session, CK_OBJECT_HANDLE object) {
-  const auto row = objects_.find(object);
+  const auto row = find(session, object);
   if (row == objects_.end()) return CKR_OBJECT_HANDLE_INVALID;
   if (row->second.object->isOnToken() && !session.isReadWrite()) return CKR_SESSION_READ_ONLY;
-  objects_.erase(row);
-  return CKR_OK;
+  return destroy(row);
 }
 
-CK_RV PKCS11CryptoKi::getObjectSize(TokenSession&, CK_OBJECT_HANDLE object, CK_ULONG* size) {
+CK_RV PKCS11CryptoKi::getObjectSize(TokenSession& session, CK_OBJECT_HANDLE object, CK_ULONG* size) {
   if (size == nullptr) return CKR_ARGUMENTS_BAD;
   std::shared_ptr<PKCS11Storage> meant;
-  if (const CK_RV result = find(object, meant); result != CKR_OK) return result;
+  if (const CK_RV result = find(session, object, meant); result != CKR_OK) return result;
   *size = meant->size();
   return CKR_OK;
 }
 
-CK_RV PKCS11CryptoKi::getAttributeValue(TokenSession&, CK_OBJECT_HANDLE object, CK_ATTRIBUTE* attributes,
+CK_RV PKCS11CryptoKi::getAttributeValue(TokenSession& session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE* attributes,
                                         CK_ULONG count) {
   if (attributes == nullptr) return CKR_ARGUMENTS_BAD;
   std::shared_ptr<PKCS11Storage> meant;
-  if (const CK_RV result = find(object, meant); result != CKR_OK) return result;
+  if (const CK_RV result = find(session, object, meant); result != CKR_OK) return result;
   return meant->read({attributes, count});
 }
 
 CK_RV PKCS11CryptoKi::setAttributeValue(TokenSession& session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE* attributes,
                                         CK_ULONG count) {
   if (attributes == nullptr) return CKR_ARGUMENTS_BAD;
-  std::shared_ptr<PKCS11Storage> meant;
-  if (const CK_RV result = find(object, meant); result != CKR_OK) return result;
-  if (meant->isOnToken() && !session.isReadWrite()) return CKR_SESSION_READ_ONLY;
-  return meant->isModifiable() ? meant->change({attributes, count}, Access::kFree) : CKR_ATTRIBUTE_READ_ONLY;
+  const auto row = find(session, object);
+  if (row == objects_.end()) return CKR_OBJECT_HANDLE_INVALID;
+  ObjectEntry& entry = row->second;
+  if (entry.object->isOnToken() && !session.isReadWrite()) return CKR_SESSION_READ_ONLY;
+  if (!entry.object->isModifiable()) return CKR_ATTRIBUTE_READ_ONLY;
+  if (entry.number == 0) return entry.object->change({attributes, count}, Access::kFree);
+  auto changed = entry.object->clone();
+  if (const CK_RV result = changed->change({attributes, count}, Access::kFree); result != CKR_OK) return result;
+  const CK_RV kept = diskOf(session)->replace(entry.number, *changed);
+  if (kept == CKR_OK) entry.object = std::move(changed);
+  return kept;
 }
 
 CK_RV PKCS11CryptoKi::findObjectsInit(TokenSession& session, CK_ATTRIBUTE* attributes, CK_ULONG count) {
@@ -76,7 +122,8 @@ CK_RV PKCS11CryptoKi::findObjectsInit(TokenSession& session, CK_ATTRIBUTE* attri
   if (session.found) return CKR_OPERATION_ACTIVE;
   std::vector<CK_OBJECT_HANDLE> matching;
   for (auto row = objects_.rbegin(); row != objects_.rend(); ++row) {
-    if (row->second.object->matches({attributes, count})) matching.push_back(row->first);
+    if (row->second.slot == session.slot && row->second.object->matches({attributes, count}))
+      matching.push_back(row->first);
   }
   session.found = std::move(matching);
   return CKR_OK;

@@ -19,18 +19,18 @@ CK_RV PKCS11CryptoKi::digestFinal(TokenSession& session, CK_BYTE* out, CK_ULONG*
   return session.digest.finish(out, outLength);
 }
 
-CK_RV PKCS11CryptoKi::find(CK_OBJECT_HANDLE handle, std::shared_ptr<const PKCS11Key>& key) const {
+CK_RV PKCS11CryptoKi::find(const TokenSession& session, CK_OBJECT_HANDLE handle,
+                           std::shared_ptr<const PKCS11Key>& key) {
   std::shared_ptr<PKCS11Storage> object;
-  if (find(handle, object) != CKR_OK) return CKR_KEY_HANDLE_INVALID;
+  if (find(session, handle, object) != CKR_OK) return CKR_KEY_HANDLE_INVALID;
   key = std::dynamic_pointer_cast<const PKCS11Key>(std::move(object));
   return key != nullptr ? CKR_OK : CKR_KEY_HANDLE_INVALID;
 }
 
 CK_RV PKCS11CryptoKi::signInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key) {
-  if (mechanism == nullptr) return CKR_ARGUMENTS_BAD;
-  std::shared_ptr<const PKCS11Key> signer;
-  if (const CK_RV found = find(key, signer); found != CKR_OK) return found;
-  return session.signature.begin(mechanism, std::move(signer), CKA_SIGN);
+  return beginWithKey(session, mechanism, key, [&session](const auto& given, auto found) {
+    return session.signature.begin(&given, std::move(found), CKA_SIGN);
+  });
 }
 
 CK_RV PKCS11CryptoKi::sign(TokenSession& session, CK_BYTE* data, CK_ULONG length, CK_BYTE* signature,
@@ -47,10 +47,9 @@ CK_RV PKCS11CryptoKi::signFinal(TokenSession& session, CK_BYTE* signature, CK_UL
 }
 
 CK_RV PKCS11CryptoKi::signRecoverInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key) {
-  if (mechanism == nullptr) return CKR_ARGUMENTS_BAD;
-  std::shared_ptr<const PKCS11Key> signer;
-  if (const CK_RV found = find(key, signer); found != CKR_OK) return found;
-  return session.recoverableSignature.begin(mechanism, std::move(signer), CKA_SIGN_RECOVER);
+  return beginWithKey(session, mechanism, key, [&session](const auto& given, auto found) {
+    return session.recoverableSignature.begin(&given, std::move(found), CKA_SIGN_RECOVER);
+  });
 }
 
 CK_RV PKCS11CryptoKi::signRecover(TokenSession& session, CK_BYTE* data, CK_ULONG length, CK_BYTE* signature,
@@ -59,10 +58,9 @@ CK_RV PKCS11CryptoKi::signRecover(TokenSession& session, CK_BYTE* data, CK_ULONG
 }
 
 CK_RV PKCS11CryptoKi::verifyInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key) {
-  if (mechanism == nullptr) return CKR_ARGUMENTS_BAD;
-  std::shared_ptr<const PKCS11Key> publicKey;
-  if (const CK_RV found = find(key, publicKey); found != CKR_OK) return found;
-  return session.verification.begin(*mechanism, std::move(publicKey));
+  return beginWithKey(session, mechanism, key, [&session](const auto& given, auto found) {
+    return session.verification.begin(given, std::move(found));
+  });
 }
 
 CK_RV PKCS11CryptoKi::verify(TokenSession& session, CK_BYTE* data, CK_ULONG length, CK_BYTE* signature,
@@ -94,10 +92,8 @@ CK_RV PKCS11CryptoKi::verifyFinal(TokenSession& session, CK_BYTE* signature, CK_
 }
 
 CK_RV PKCS11CryptoKi::verifyRecoverInit(TokenSession& session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key) {
-  if (mechanism == nullptr) return CKR_ARGUMENTS_BAD;
-  std::shared_ptr<const PKCS11Key> publicKey;
-  if (const CK_RV found = find(key, publicKey); found != CKR_OK) return found;
-  return session.recovery.begin(*mechanism, publicKey);
+  return beginWithKey(session, mechanism, key,
+                      [&session](const auto& given, auto found) { return session.recovery.begin(given, found); });
 }
 
 CK_RV PKCS11CryptoKi::verifyRecover(TokenSession& session, CK_BYTE* signature, CK_ULONG signatureLength, CK_BYTE* data,

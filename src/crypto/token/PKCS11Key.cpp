@@ -18,10 +18,12 @@ constexpr AttributeRow kRows[] = {
 
 constinit const AttributeTable PKCS11Key::kTable{&PKCS11Storage::kTable, kRows};
 
-// From here on a private or secret key can only get more secret, so these hold as long as it lives.
+// From here on a private or secret key can only get more secret, so the last two hold as long as it lives. A public key
+// has them not.
 void PKCS11Key::setGenerated(CK_MECHANISM_TYPE mechanism) {
   setFlag(CKA_LOCAL, true);
   setNumber(CKA_KEY_GEN_MECHANISM, mechanism);
+  if (number(CKA_CLASS) == CKO_PUBLIC_KEY) return;
   setFlag(CKA_ALWAYS_SENSITIVE, flag(CKA_SENSITIVE));
   setFlag(CKA_NEVER_EXTRACTABLE, !flag(CKA_EXTRACTABLE));
 }

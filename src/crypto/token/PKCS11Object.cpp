@@ -59,8 +59,16 @@ std::optional<CK_ULONG> numberIn(std::span<const unsigned char> value) {
   return number;
 }
 
-CK_RV PKCS11Object::create(std::span<const CK_ATTRIBUTE> given) {
-  if (const CK_RV taken = take(given, Access::kFixed, attributes_); taken != CKR_OK) return taken;
+CK_RV findNumber(std::span<const CK_ATTRIBUTE> given, CK_ATTRIBUTE_TYPE type, CK_ULONG& out) {
+  const auto attribute = std::ranges::find(given, type, &CK_ATTRIBUTE::type);
+  if (attribute == given.end()) return CKR_TEMPLATE_INCOMPLETE;
+  const auto number = numberIn(valueIn(*attribute));
+  out = number.value_or(0);
+  return number ? CKR_OK : CKR_ATTRIBUTE_VALUE_INVALID;
+}
+
+CK_RV PKCS11Object::create(std::span<const CK_ATTRIBUTE> given, Access access) {
+  if (const CK_RV taken = take(given, access, attributes_); taken != CKR_OK) return taken;
   return isComplete() ? prepare() : CKR_TEMPLATE_INCOMPLETE;
 }
 
@@ -95,11 +103,13 @@ CK_RV PKCS11Object::accept(const CK_ATTRIBUTE& attribute, Access access) const {
   if (row == nullptr) {
     return isStandardAttribute(attribute.type) ? CKR_TEMPLATE_INCONSISTENT : CKR_ATTRIBUTE_TYPE_INVALID;
   }
-  if (row->access == Access::kComputed || row->access < access) return CKR_ATTRIBUTE_READ_ONLY;
+  const bool fromFile = access == Access::kComputed;
+  if (!fromFile && (row->access == Access::kComputed || row->access < access)) return CKR_ATTRIBUTE_READ_ONLY;
   const bool present = attribute.pValue != nullptr ? attribute.ulValueLen <= kLongestValue : attribute.ulValueLen == 0;
   if (!present || !hasForm(row->kind, valueIn(attribute))) return CKR_ATTRIBUTE_VALUE_INVALID;
   if (row->required && attribute.ulValueLen == 0) return CKR_ATTRIBUTE_VALUE_INVALID;
-  return access == Access::kFixed || mayBecome(*row, valueIn(attribute)) ? CKR_OK : CKR_ATTRIBUTE_READ_ONLY;
+  const bool isNew = fromFile || access == Access::kFixed;
+  return isNew || mayBecome(*row, valueIn(attribute)) ? CKR_OK : CKR_ATTRIBUTE_READ_ONLY;
 }
 
 // A key that is kept secret stays so.

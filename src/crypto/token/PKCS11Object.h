@@ -13,7 +13,7 @@ class PKCS11Object {
   virtual ~PKCS11Object() = default;
 
   // Each gives CKR_OK, or what is wrong with the template; the object is then as it was.
-  CK_RV create(std::span<const CK_ATTRIBUTE> given);  // C_CreateObject
+  CK_RV create(std::span<const CK_ATTRIBUTE> given, Access access);  // kFixed: C_CreateObject, kComputed: from a file
   CK_RV change(std::span<const CK_ATTRIBUTE> given,
                Access access);  // kOnCopy: C_CopyObject, kFree: C_SetAttributeValue
 
@@ -21,6 +21,8 @@ class PKCS11Object {
   CK_RV read(std::span<CK_ATTRIBUTE> wanted) const;
   // C_FindObjectsInit: whether the object has all of these with these very values.
   [[nodiscard]] bool matches(std::span<const CK_ATTRIBUTE> wanted) const;
+  // All that a template or the token itself said of the object; valid until it changes.
+  [[nodiscard]] std::vector<CK_ATTRIBUTE> stored() const { return attributes_.attributes(); }
   // Octets of all values together.
   [[nodiscard]] CK_ULONG size() const;
 
@@ -39,6 +41,7 @@ class PKCS11Object {
   virtual CK_RV prepare() { return CKR_OK; }
   void setNumber(CK_ATTRIBUTE_TYPE type, CK_ULONG value);
   void setFlag(CK_ATTRIBUTE_TYPE type, bool value);
+  [[nodiscard]] bool has(CK_ATTRIBUTE_TYPE type) const { return attributes_.find(type).has_value(); }
 
  private:
   CK_RV take(std::span<const CK_ATTRIBUTE> given, Access access, AttributeList& out) const;
@@ -55,5 +58,7 @@ class PKCS11Object {
 std::span<const unsigned char> valueIn(const CK_ATTRIBUTE& attribute);
 // A number of that value, nothing when it has not the size of one.
 std::optional<CK_ULONG> numberIn(std::span<const unsigned char> value);
+// What a template says in an attribute that is a number: CKR_TEMPLATE_INCOMPLETE when it says nothing.
+CK_RV findNumber(std::span<const CK_ATTRIBUTE> given, CK_ATTRIBUTE_TYPE type, CK_ULONG& out);
 
 }  // namespace keystrand

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "crypto/KeyAttributes.h"
+
 namespace keystrand {
 
 namespace {
@@ -24,13 +26,6 @@ constexpr AttributeRow kRows[] = {
 
 }  // namespace
 
-std::span<const CK_ATTRIBUTE_TYPE> PKCS11RSAPrivateKey::integerTypes() noexcept {
-  static constexpr CK_ATTRIBUTE_TYPE kTypes[] = {CKA_MODULUS,    CKA_PUBLIC_EXPONENT, CKA_PRIVATE_EXPONENT,
-                                                 CKA_PRIME_1,    CKA_PRIME_2,         CKA_EXPONENT_1,
-                                                 CKA_EXPONENT_2, CKA_COEFFICIENT};
-  return kTypes;
-}
-
 const AttributeTable& PKCS11RSAPrivateKey::table() const {
   static constinit const AttributeTable table{&PKCS11PrivateKey::kTable, kRows};
   return table;
@@ -38,7 +33,7 @@ const AttributeTable& PKCS11RSAPrivateKey::table() const {
 
 CK_RV PKCS11RSAPrivateKey::prepare() {
   RSAPrivateKey::Integers integers;
-  std::ranges::transform(integerTypes(), integers.begin(),
+  std::ranges::transform(kRSAIntegers, integers.begin(),
                          [this](CK_ATTRIBUTE_TYPE type) { return BigInteger(bytes(type)); });
   key_ = RSAPrivateKey(std::move(integers));
   return CKR_OK;

@@ -13,9 +13,6 @@ class PKCS11RSAPrivateKey final : public PKCS11PrivateKey {
   }
   [[nodiscard]] const RSAPrivateKey& key() const noexcept { return key_; }
 
-  // The attributes of the eight integers, in the order of RSAPrivateKey.
-  static std::span<const CK_ATTRIBUTE_TYPE> integerTypes() noexcept;
-
  protected:
   [[nodiscard]] const AttributeTable& table() const override;
   CK_RV prepare() override;

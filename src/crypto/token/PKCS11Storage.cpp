@@ -50,14 +50,6 @@ constexpr ObjectRow kObjects[] = {
     {CKO_SECRET_KEY, CKA_KEY_TYPE, CKK_RC2, makeEmpty<PKCS11RC2SecretKey>},
 };
 
-CK_RV findNumber(std::span<const CK_ATTRIBUTE> given, CK_ATTRIBUTE_TYPE type, CK_ULONG& out) {
-  const auto attribute = std::ranges::find(given, type, &CK_ATTRIBUTE::type);
-  if (attribute == given.end()) return CKR_TEMPLATE_INCOMPLETE;
-  const auto number = numberIn(valueIn(*attribute));
-  out = number.value_or(0);
-  return number ? CKR_OK : CKR_ATTRIBUTE_VALUE_INVALID;
-}
-
 // A class or type that this token does not keep is an invalid value.
 CK_RV findRow(std::span<const CK_ATTRIBUTE> given, const ObjectRow*& out) {
   CK_ULONG objectClass = 0;
@@ -77,11 +69,19 @@ CK_RV findRow(std::span<const CK_ATTRIBUTE> given, const ObjectRow*& out) {
 
 constinit const AttributeTable PKCS11Storage::kTable{&PKCS11Object::kTable, kRows};
 
-CK_RV PKCS11Storage::make(std::span<const CK_ATTRIBUTE> given, std::shared_ptr<PKCS11Storage>& out) {
+CK_RV PKCS11Storage::keepSecret() {
+  const CK_OBJECT_CLASS objectClass = number(CKA_CLASS);
+  if (isPrivate() || (objectClass != CKO_PRIVATE_KEY && objectClass != CKO_SECRET_KEY)) return CKR_OK;
+  if (has(CKA_PRIVATE)) return CKR_TEMPLATE_INCONSISTENT;
+  setFlag(CKA_PRIVATE, true);
+  return CKR_OK;
+}
+
+CK_RV PKCS11Storage::make(std::span<const CK_ATTRIBUTE> given, std::shared_ptr<PKCS11Storage>& out, Access access) {
   const ObjectRow* row = nullptr;
   if (const CK_RV found = findRow(given, row); found != CKR_OK) return found;
   auto object = row->makeEmpty();
-  const CK_RV created = object->create(given);
+  const CK_RV created = object->create(given, access);
   if (created == CKR_OK) out = std::move(object);
   return created;
 }

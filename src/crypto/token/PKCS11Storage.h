@@ -8,10 +8,16 @@ namespace keystrand {
 class PKCS11Storage : public PKCS11Object {
  public:
   // C_CreateObject: an object of the class and type that the template names. Nothing is made unless this is CKR_OK.
-  static CK_RV make(std::span<const CK_ATTRIBUTE> given, std::shared_ptr<PKCS11Storage>& out);
+  // With kComputed the template comes out of the token's own file.
+  static CK_RV make(std::span<const CK_ATTRIBUTE> given, std::shared_ptr<PKCS11Storage>& out,
+                    Access access = Access::kFixed);
   [[nodiscard]] virtual std::shared_ptr<PKCS11Storage> clone() const = 0;
 
   [[nodiscard]] bool isOnToken() const { return flag(CKA_TOKEN); }
+  [[nodiscard]] bool isPrivate() const { return flag(CKA_PRIVATE); }
+  // A private or secret key that does not say so becomes private; CKR_TEMPLATE_INCONSISTENT for one that says it is
+  // not.
+  CK_RV keepSecret();
   [[nodiscard]] bool isModifiable() const { return flag(CKA_MODIFIABLE); }
 
  protected:

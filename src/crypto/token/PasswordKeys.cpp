@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "crypto/PBE.h"
+#include "crypto/SHA1.h"
 #include "crypto/token/PasswordParameters.h"
 
 namespace keystrand {
@@ -86,7 +87,7 @@ CK_RV fromPBKD2(const CK_MECHANISM& mechanism, KeyTemplate wanted, CK_KEY_TYPE& 
     if (const CK_RV found = findNumber(wanted, CKA_VALUE_LEN, length); found != CKR_OK) return found;
   }
   if (length == 0 || length > kLongestKey) return CKR_KEY_SIZE_RANGE;
-  auto derived = pbkdf2(octets(given.password, passwordLength),
+  auto derived = pbkdf2(std::make_unique<SHA1>(), octets(given.password, passwordLength),
                         octets(given.saltSourceData, given.saltSourceDataLength), given.iterations, length);
   if (!derived) return CKR_MECHANISM_PARAM_INVALID;
   value = std::move(*derived);

@@ -102,11 +102,4 @@ CK_RV makeMac(const SignatureMechanism& row, const CK_MECHANISM& mechanism, Octe
   return CKR_OK;
 }
 
-bool areEqual(Octets left, Octets right) noexcept {
-  if (left.size() != right.size()) return false;
-  unsigned difference = 0;
-  for (std::size_t i = 0; i < left.size(); ++i) difference |= static_cast<unsigned>(left[i] ^ right[i]);
-  return difference == 0;
-}
-
 }  // namespace keystrand

@@ -36,7 +36,5 @@ std::optional<Bytes> digestIn(std::span<const unsigned char> data);
 // For a mechanism of Scheme::kMAC, ready for the message.
 CK_RV makeMac(const SignatureMechanism& row, const CK_MECHANISM& mechanism, std::span<const unsigned char> key,
               std::unique_ptr<PasswordBasedMac>& out);
-// In a time that does not tell where they differ.
-bool areEqual(std::span<const unsigned char> left, std::span<const unsigned char> right) noexcept;
 
 }  // namespace keystrand

@@ -32,6 +32,9 @@ struct TokenSession {
   // The digest instances stay, for the next session in this row.
   void close() noexcept {
     open = false;
+    endOperations();
+  }
+  void endOperations() noexcept {
     digest.end();
     encryption.end();
     decryption.end();

@@ -22,10 +22,6 @@ std::string contentOf(const std::filesystem::path& path) {
   return {bytes.begin(), bytes.end()};
 }
 
-bool parse(XMLFile& file, std::string_view text) {
-  return file.parse(text.data(), static_cast<int>(text.size()), true);
-}
-
 std::string transform(const std::string& algorithm, const std::string& content = "") {
   return "<ds:Transform Algorithm=\"" + algorithm + "\">" + content + "</ds:Transform>";
 }

@@ -1,6 +1,7 @@
 // XML documents: what parse takes is found again, element by element, and is written as a document that both ways of
 // reading take and write the same again. Documents with a DTD are only walked: libxml2 writes some of them otherwise;
-// and it writes the blanks of a namespace's name as they are, which makes them spaces once.
+// so are those with a carriage return in CDATA, which only one way of reading makes a line feed. And it writes the
+// blanks of a namespace's name as they are, which makes them spaces once.
 #include <algorithm>
 #include <cstdint>
 #include <string>
@@ -65,6 +66,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   require(countElements(file) > 0, "a document has a root");
   static_cast<void>(file.dump(true));
   const std::string again = written(file);
-  if (again.find("<!DOCTYPE") == std::string::npos) comesBack(file);
+  if (again.find("<!DOCTYPE") == std::string::npos && again.find('\r') == std::string::npos) comesBack(file);
   return 0;
 }

@@ -124,13 +124,13 @@ void BM_CAListFromPEM_ours(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(fillList());
   perCertificate(state);
 }
-BENCHMARK(BM_CAListFromPEM_ours)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_CAListFromPEM_ours)->Name("ca_list_from_pem/ours")->Unit(benchmark::kMillisecond);
 
 void BM_CAListFromPEM_openssl(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(filledStore());
   perCertificate(state);
 }
-BENCHMARK(BM_CAListFromPEM_openssl)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_CAListFromPEM_openssl)->Name("ca_list_from_pem/openssl")->Unit(benchmark::kMillisecond);
 
 void BM_CAByName_ours(benchmark::State& state) {
   if (!fillList()) return state.SkipWithError("the list cannot be filled");
@@ -145,7 +145,7 @@ void BM_CAByName_ours(benchmark::State& state) {
   Walk walk;
   for (auto _ : state) benchmark::DoNotOptimize(context().rowOf(*names[walk.next()]));
 }
-BENCHMARK(BM_CAByName_ours);
+BENCHMARK(BM_CAByName_ours)->Name("ca_by_name/ours");
 
 void BM_CAByName_openssl(benchmark::State& state) {
   const StoreHandle store = filledStore();
@@ -157,7 +157,7 @@ void BM_CAByName_openssl(benchmark::State& state) {
     if (!found) return state.SkipWithError("not found");
   }
 }
-BENCHMARK(BM_CAByName_openssl);
+BENCHMARK(BM_CAByName_openssl)->Name("ca_by_name/openssl");
 
 void BM_CASourceByDER_ours(benchmark::State& state) {
   if (!fillList()) return state.SkipWithError("the list cannot be filled");
@@ -166,7 +166,7 @@ void BM_CASourceByDER_ours(benchmark::State& state) {
     if (context().sourceOfDER(input().der[walk.next()]) != kSourceInitPEM) return state.SkipWithError("not found");
   }
 }
-BENCHMARK(BM_CASourceByDER_ours);
+BENCHMARK(BM_CASourceByDER_ours)->Name("ca_source_by_der/ours");
 
 void BM_CASourceByDER_openssl(benchmark::State& state) {
   const StoreHandle store = filledStore();
@@ -183,7 +183,7 @@ void BM_CASourceByDER_openssl(benchmark::State& state) {
     }
   }
 }
-BENCHMARK(BM_CASourceByDER_openssl);
+BENCHMARK(BM_CASourceByDER_openssl)->Name("ca_source_by_der/openssl");
 
 }  // namespace
 

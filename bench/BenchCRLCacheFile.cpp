@@ -78,7 +78,7 @@ void BM_CRLCacheFileLoad_ours(benchmark::State& state) {
   const CRLSnapshot last = library().crlTable.row(kLists - 1).snapshot();
   if (library().crlTable.count() != kLists || !last->crl) state.SkipWithError("rows are missing");
 }
-BENCHMARK(BM_CRLCacheFileLoad_ours)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_CRLCacheFileLoad_ours)->Name("crl_cache_file_load/ours")->Unit(benchmark::kMillisecond)->UseRealTime();
 
 ByteString contentOf(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -99,7 +99,10 @@ void BM_CRLCacheFileLoad_openssl(benchmark::State& state) {
     }
   }
 }
-BENCHMARK(BM_CRLCacheFileLoad_openssl)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_CRLCacheFileLoad_openssl)
+    ->Name("crl_cache_file_load/openssl")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 }  // namespace
 

@@ -93,8 +93,8 @@ void opensslCertificate(benchmark::State& state) {
   state.counters["bytes_kept"] = bytesKept(read);
 }
 
-BENCHMARK(oursCertificate);
-BENCHMARK(opensslCertificate);
+BENCHMARK(oursCertificate)->Name("certificate/ours");
+BENCHMARK(opensslCertificate)->Name("certificate/openssl");
 
 }  // namespace
 }  // namespace keystrand

@@ -69,17 +69,17 @@ void portable(benchmark::State& state, void (*function)(Word*, const unsigned ch
 constexpr auto portable32 = &portable<std::uint32_t>;
 constexpr auto portable64 = &portable<std::uint64_t>;
 
-BENCHMARK_CAPTURE(ours, sha1, CKM_SHA_1, EVP_sha1());
-BENCHMARK_CAPTURE(openssl, sha1, "SHA1");
-BENCHMARK_CAPTURE(ours, sha256, CKM_SHA256, EVP_sha256());
-BENCHMARK_CAPTURE(openssl, sha256, "SHA256");
-BENCHMARK_CAPTURE(ours, sha384, CKM_SHA384, EVP_sha384());
-BENCHMARK_CAPTURE(openssl, sha384, "SHA384");
-BENCHMARK_CAPTURE(ours, md5, CKM_MD5, EVP_md5());
-BENCHMARK_CAPTURE(openssl, md5, "MD5");
-BENCHMARK_CAPTURE(portable32, sha1, &sha1Portable);
-BENCHMARK_CAPTURE(portable32, sha256, &sha256Portable);
-BENCHMARK_CAPTURE(portable64, sha512, &sha512Portable);
+BENCHMARK_CAPTURE(ours, sha1, CKM_SHA_1, EVP_sha1())->Name("digest/ours/sha1");
+BENCHMARK_CAPTURE(openssl, sha1, "SHA1")->Name("digest/openssl/sha1");
+BENCHMARK_CAPTURE(ours, sha256, CKM_SHA256, EVP_sha256())->Name("digest/ours/sha256");
+BENCHMARK_CAPTURE(openssl, sha256, "SHA256")->Name("digest/openssl/sha256");
+BENCHMARK_CAPTURE(ours, sha384, CKM_SHA384, EVP_sha384())->Name("digest/ours/sha384");
+BENCHMARK_CAPTURE(openssl, sha384, "SHA384")->Name("digest/openssl/sha384");
+BENCHMARK_CAPTURE(ours, md5, CKM_MD5, EVP_md5())->Name("digest/ours/md5");
+BENCHMARK_CAPTURE(openssl, md5, "MD5")->Name("digest/openssl/md5");
+BENCHMARK_CAPTURE(portable32, sha1, &sha1Portable)->Name("digest/portable/sha1");
+BENCHMARK_CAPTURE(portable32, sha256, &sha256Portable)->Name("digest/portable/sha256");
+BENCHMARK_CAPTURE(portable64, sha512, &sha512Portable)->Name("digest/portable/sha512");
 
 }  // namespace
 }  // namespace keystrand

@@ -41,7 +41,7 @@ void encode(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(encodeBase64(bytes));
   setBytes(state, kSize);
 }
-BENCHMARK(encode)->Name("base64/encode/keystrand");
+BENCHMARK(encode)->Name("base64_encode/ours");
 
 void encodeByOpenSSL(benchmark::State& state) {
   const Bytes bytes = someBytes(kSize);
@@ -51,7 +51,7 @@ void encodeByOpenSSL(benchmark::State& state) {
   }
   setBytes(state, kSize);
 }
-BENCHMARK(encodeByOpenSSL)->Name("base64/encode/openssl");
+BENCHMARK(encodeByOpenSSL)->Name("base64_encode/openssl");
 
 void decode(benchmark::State& state) {
   const std::string text = encodeBase64(someBytes(kSize));
@@ -60,7 +60,7 @@ void decode(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(decodeBase64(in));
   setBytes(state, text.size());
 }
-BENCHMARK(decode)->Name("base64/decode/keystrand");
+BENCHMARK(decode)->Name("base64_decode/ours");
 
 void decodeByOpenSSL(benchmark::State& state) {
   std::string text = encodeBase64(someBytes(kSize));
@@ -70,7 +70,7 @@ void decodeByOpenSSL(benchmark::State& state) {
   }
   setBytes(state, text.size());
 }
-BENCHMARK(decodeByOpenSSL)->Name("base64/decode/openssl");
+BENCHMARK(decodeByOpenSSL)->Name("base64_decode/openssl");
 
 // Certificates of usual size under one another.
 class ArmourFile {
@@ -101,7 +101,7 @@ void readArmours(benchmark::State& state) {
   }
   state.SetItemsProcessed(kArmours * state.iterations());
 }
-BENCHMARK(readArmours)->Name("pem/file_of_2048/keystrand")->Unit(benchmark::kMicrosecond);
+BENCHMARK(readArmours)->Name("pem_file_of_2048/ours")->Unit(benchmark::kMicrosecond);
 
 void readArmoursByOpenSSL(benchmark::State& state) {
   const ArmourFile file;
@@ -122,7 +122,7 @@ void readArmoursByOpenSSL(benchmark::State& state) {
   }
   state.SetItemsProcessed(kArmours * state.iterations());
 }
-BENCHMARK(readArmoursByOpenSSL)->Name("pem/file_of_2048/openssl")->Unit(benchmark::kMicrosecond);
+BENCHMARK(readArmoursByOpenSSL)->Name("pem_file_of_2048/openssl")->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 }  // namespace keystrand

@@ -58,7 +58,7 @@ void BM_TrustedList_ours(benchmark::State& state) {
   report(state, kept);
   library().caTable.clear();
 }
-BENCHMARK(BM_TrustedList_ours)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_TrustedList_ours)->Name("trusted_list/ours")->Unit(benchmark::kMillisecond);
 
 void BM_TrustedList_libxml2(benchmark::State& state) {
   if (isSkipped(state)) return;
@@ -69,7 +69,7 @@ void BM_TrustedList_libxml2(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(parsed());
   report(state, bytes);
 }
-BENCHMARK(BM_TrustedList_libxml2)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_TrustedList_libxml2)->Name("trusted_list/libxml2")->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace keystrand::bench

@@ -111,18 +111,18 @@ void opensslPreparedKey(benchmark::State& state, const Algorithm& algorithm) {
   state.SetItemsProcessed(state.iterations());
 }
 
-BENCHMARK_CAPTURE(verifyFromKeyBytes, RSA2048, kRSA2048);
-BENCHMARK_CAPTURE(opensslFromKeyBytes, RSA2048, kRSA2048);
-BENCHMARK_CAPTURE(opensslPreparedKey, RSA2048, kRSA2048);
-BENCHMARK_CAPTURE(verifyFromKeyBytes, RSA4096, kRSA4096);
-BENCHMARK_CAPTURE(opensslFromKeyBytes, RSA4096, kRSA4096);
-BENCHMARK_CAPTURE(opensslPreparedKey, RSA4096, kRSA4096);
-BENCHMARK_CAPTURE(verifyFromKeyBytes, P256, kP256);
-BENCHMARK_CAPTURE(opensslFromKeyBytes, P256, kP256);
-BENCHMARK_CAPTURE(opensslPreparedKey, P256, kP256);
-BENCHMARK_CAPTURE(verifyFromKeyBytes, P384, kP384);
-BENCHMARK_CAPTURE(opensslFromKeyBytes, P384, kP384);
-BENCHMARK_CAPTURE(opensslPreparedKey, P384, kP384);
+BENCHMARK_CAPTURE(verifyFromKeyBytes, RSA2048, kRSA2048)->Name("verify/ours/RSA2048");
+BENCHMARK_CAPTURE(opensslFromKeyBytes, RSA2048, kRSA2048)->Name("verify/openssl/RSA2048");
+BENCHMARK_CAPTURE(opensslPreparedKey, RSA2048, kRSA2048)->Name("verify/openssl_prepared_key/RSA2048");
+BENCHMARK_CAPTURE(verifyFromKeyBytes, RSA4096, kRSA4096)->Name("verify/ours/RSA4096");
+BENCHMARK_CAPTURE(opensslFromKeyBytes, RSA4096, kRSA4096)->Name("verify/openssl/RSA4096");
+BENCHMARK_CAPTURE(opensslPreparedKey, RSA4096, kRSA4096)->Name("verify/openssl_prepared_key/RSA4096");
+BENCHMARK_CAPTURE(verifyFromKeyBytes, P256, kP256)->Name("verify/ours/P256");
+BENCHMARK_CAPTURE(opensslFromKeyBytes, P256, kP256)->Name("verify/openssl/P256");
+BENCHMARK_CAPTURE(opensslPreparedKey, P256, kP256)->Name("verify/openssl_prepared_key/P256");
+BENCHMARK_CAPTURE(verifyFromKeyBytes, P384, kP384)->Name("verify/ours/P384");
+BENCHMARK_CAPTURE(opensslFromKeyBytes, P384, kP384)->Name("verify/openssl/P384");
+BENCHMARK_CAPTURE(opensslPreparedKey, P384, kP384)->Name("verify/openssl_prepared_key/P384");
 
 // What decoding a certificate asks of the device: an algorithm selected by its identifier, a digest of the body.
 void digestOfBody(benchmark::State& state) {
@@ -135,7 +135,7 @@ void digestOfBody(benchmark::State& state) {
     benchmark::DoNotOptimize(digest.get());
   }
 }
-BENCHMARK(digestOfBody)->Arg(64)->Arg(1024);
+BENCHMARK(digestOfBody)->Name("digest_of_body/ours")->Arg(64)->Arg(1024);
 
 }  // namespace
 }  // namespace keystrand

@@ -10,7 +10,7 @@ declare -A packages=(
   [demo]="python3 python3-cryptography-vectors openssl ca-certificates slapd ldap-utils xmlsec1"
   [test]="libgtest-dev libgmock-dev nlohmann-json3-dev python3 python3-cryptography-vectors openssl ca-certificates
           nginx-light tinyproxy-bin dante-server microsocks softhsm2 slapd ldap-utils opensc xmlsec1"
-  [bench]="libbenchmark-dev libxmlsec1-dev"
+  [bench]="libbenchmark-dev libxmlsec1-dev nginx-light slapd ldap-utils python3"
   [fuzz]="clang libclang-rt-14-dev"
   [lint]="clang-format clang-tidy"
 )

@@ -77,6 +77,8 @@ BENCHMARK_CAPTURE(ours, sha384, CKM_SHA384, EVP_sha384())->Name("digest/ours/sha
 BENCHMARK_CAPTURE(openssl, sha384, "SHA384")->Name("digest/openssl/sha384");
 BENCHMARK_CAPTURE(ours, md5, CKM_MD5, EVP_md5())->Name("digest/ours/md5");
 BENCHMARK_CAPTURE(openssl, md5, "MD5")->Name("digest/openssl/md5");
+BENCHMARK_CAPTURE(ours, ripemd160, CKM_RIPEMD160, EVP_ripemd160())->Name("digest/ours/ripemd160");
+BENCHMARK_CAPTURE(openssl, ripemd160, "RIPEMD160")->Name("digest/openssl/ripemd160");
 BENCHMARK_CAPTURE(portable32, sha1, &sha1Portable)->Name("digest/portable/sha1");
 BENCHMARK_CAPTURE(portable32, sha256, &sha256Portable)->Name("digest/portable/sha256");
 BENCHMARK_CAPTURE(portable64, sha512, &sha512Portable)->Name("digest/portable/sha512");

@@ -2,38 +2,13 @@
 // and OpenSSL's with a key prepared once. All over the same digest and signature. And the device's digest of a small
 // body.
 #include <benchmark/benchmark.h>
-#include <openssl/evp.h>
 #include <openssl/x509.h>
 
-#include <memory>
-#include <vector>
-
+#include "BenchKeys.h"
 #include "der/BorrowedBuffer.h"
-#include "keystrand/crypto/CryptoDevice.h"
-#include "keystrand/crypto/CryptoKi.h"
 
 namespace keystrand {
 namespace {
-
-using Octets = std::vector<unsigned char>;
-
-template <auto Release>
-struct Releaser {
-  void operator()(auto* handle) const noexcept { Release(handle); }
-};
-using KeyHandle = std::unique_ptr<EVP_PKEY, Releaser<&EVP_PKEY_free>>;
-using KeyContext = std::unique_ptr<EVP_PKEY_CTX, Releaser<&EVP_PKEY_CTX_free>>;
-
-struct Algorithm {
-  const char* oid;
-  const char* digest;
-  KeyHandle (*generate)();
-};
-
-const Algorithm kRSA2048 = {"1.2.840.113549.1.1.11", "SHA256", [] { return KeyHandle(EVP_RSA_gen(2048)); }};
-const Algorithm kRSA4096 = {"1.2.840.113549.1.1.11", "SHA256", [] { return KeyHandle(EVP_RSA_gen(4096)); }};
-const Algorithm kP256 = {"1.2.840.10045.4.3.2", "SHA256", [] { return KeyHandle(EVP_EC_gen("P-256")); }};
-const Algorithm kP384 = {"1.2.840.10045.4.3.3", "SHA384", [] { return KeyHandle(EVP_EC_gen("P-384")); }};
 
 // A message digest signed with a new key.
 struct Signed {
@@ -70,12 +45,6 @@ struct Signed {
   Octets keyBytes;
   Octets digest;
   Octets signature;
-};
-
-struct OpenDevice {
-  OpenDevice() : device(&ki) { device.open(0, nullptr, 0); }
-  CryptoKi ki;
-  CryptoDevice device;
 };
 
 bool verifiedFromKeyBytes(CryptoDevice& device, const Signed& made, const Signature& signature,

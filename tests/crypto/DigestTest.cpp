@@ -94,6 +94,8 @@ TEST(Digest, AgreesWithOpenSSLAtEveryLengthAndSplit) {
         digest->update(data.data() + split, n - split);
         ASSERT_EQ(finished(*digest), expected) << algorithm.name << " " << split << " of " << n;
       }
+      const std::unique_ptr<DigestInfo> info(digest->digest(data.data(), n));
+      ASSERT_TRUE(std::ranges::equal(info->valueView(), expected)) << algorithm.name << " of " << n;
     }
   }
 }

@@ -87,6 +87,15 @@ TEST(BufferHeader, ReadsHeadersAndPeeksAtThem) {
   }
 }
 
+TEST(BufferHeader, ConstructedTypesWantTheirTag) {
+  std::uint32_t n = 0;
+  bool definite = true;
+  EXPECT_FALSE(Holding("3100").getSequence(n, definite) || Holding("3180").getSequenceIndefinite());
+  EXPECT_FALSE(Holding("3000").getSet(n) || Holding("3000").getSet(n, definite));
+  EXPECT_TRUE(Holding("3080").getSequence(n, definite));
+  EXPECT_FALSE(definite);
+}
+
 TEST(BufferHeader, IndefiniteFormAndItsEnd) {
   EXPECT_EQ(written([](Buffer& out) {
               out.putSequenceIndefinite();

@@ -120,5 +120,20 @@ TEST(NameCoding, KeepsTheOrderOfASet) {
   EXPECT_EQ(encode(name), notSorted);
 }
 
+TEST(NameList, IsClonedInAndOut) {
+  const auto name = nameOf("C=IT,CN=X+SER=1");
+  const std::unique_ptr<RelativeDistinguishedNameList> list(name->list());
+  const std::unique_ptr<RelativeDistinguishedName> rdn(list->get(1));
+  const std::unique_ptr<AttributeTypeAndValue> attribute(rdn->get(1));
+  EXPECT_EQ(taken(attribute->typeText()), "2.5.4.5");
+  EXPECT_TRUE(rdn->get(2) == nullptr && list->get(-1) == nullptr);
+  list->add(*rdn);
+  name->setList(list.get());
+  EXPECT_EQ(name->text(), "C=IT,CN=X+SER=1,CN=X+SER=1");
+  RelativeDistinguishedName read;
+  constexpr unsigned char kTag = 0xA1;
+  EXPECT_TRUE(decode(read, encode(*rdn, kTag), kTag) && read.equals(*rdn));
+}
+
 }  // namespace
 }  // namespace keystrand::test

@@ -79,6 +79,7 @@ TEST(NameText, InLinesTagsAndTemplates) {
   const char* const labels[] = {"country", "unit"};
   EXPECT_EQ(taken(name->toPrintable()),
             "    2.5.4.6: IT\n    2.5.4.11: 1\n    1.2.3: \xC3\xA0\n    2.5.4.11: 2\n    2.5.4.11: 3\n");
+  EXPECT_EQ(taken(name->toPrintableUTF8()), taken(name->toPrintable()));
   EXPECT_EQ(taken(name->toPrintableUTF8(identifiers, labels, 2)),
             "\tcountry: IT\n\tunit: 1\n\t1.2.3: \xC3\xA0\n\tunit: 2\n\tunit: 3\n");
   EXPECT_EQ(taken(name->toPrintable(kAttributeIdentifiers.data(), kAttributeItalianLabels.data(), 1)),
@@ -87,6 +88,17 @@ TEST(NameText, InLinesTagsAndTemplates) {
             "<country>\n\tIT\n</country>\n<oid oidValue = \"2.5.4.11\">\n\t1\n</oid>\n");
   EXPECT_EQ(taken(name->toAttributes(identifiers, labels, 2)),
             "       country=\"IT\"\n\n       unit=\"1\"\n\n       unit2=\"2\"\n\n       unit3=\"3\"\n\n");
+}
+
+TEST(NameText, FindsTheFirstAttributeOfAType) {
+  const auto name = nameOf("C=IT,CN=one+CN=two");
+  EXPECT_EQ(taken(name->firstValue("2.5.4.3")), "one");
+  EXPECT_EQ(taken(name->firstValueUTF8("2.5.4.3")), "one");
+  EXPECT_EQ(name->firstValue("2.5.4.10"), nullptr);
+  const std::unique_ptr<AttributeTypeAndValue> found(name->findAttribute("2.5.4.6"));
+  EXPECT_EQ(found->tag(), 19);
+  EXPECT_EQ(name->findAttribute("2.5.4"), nullptr);
+  EXPECT_EQ(Name().findAttribute("2.5.4.6"), nullptr);
 }
 
 // --- text in -----------------------------------------------------------------------------------------------

@@ -86,6 +86,24 @@ TEST(Extension, NamesTheWellKnown) {
   EXPECT_EQ(taken(Extension().name()), "(null)");
 }
 
+TEST(ExtensionList, EditsAndFinds) {
+  ExtensionList list;
+  for (const char* id : {"2.5.29.15", "2.5.29.14", "2.5.29.14"}) {
+    Extension extension;
+    extension.setID(id);
+    list.add(extension);
+  }
+  EXPECT_EQ(list.find(OID("2.5.29.14")), list.view(1));
+  EXPECT_TRUE(list.equals(0, "2.5.29.15") && list.equals(1, *list.view(2)));
+  EXPECT_TRUE(list.replace(1, *list.view(0)) && list.remove(0));
+  EXPECT_EQ(taken(list.id(0)), "2.5.29.15");
+  const std::unique_ptr<Extension> copy(list.get(1));
+  for (const int outside : {-1, 2}) {
+    EXPECT_FALSE(list.remove(outside) || list.replace(outside, *copy) || list.equals(outside, "2.5.29.14"));
+    EXPECT_TRUE(list.view(outside) == nullptr && list.get(outside) == nullptr && list.id(outside) == nullptr);
+  }
+}
+
 TEST(ExtensionList, KeepsWhatWasReadBeforeAFailure) {
   ExtensionList list;
   EXPECT_FALSE(decode(list, fromHex("3010 30070603551D0E0400 30050603551D0F")));

@@ -244,6 +244,42 @@ TEST_F(DiskTokens, KeepWhatIsTheirs) {
   EXPECT_EQ(login(fresh, CKU_USER, kUser), CKR_USER_PIN_NOT_INITIALIZED);
 }
 
+// What the token makes itself has attributes that no template may give.
+TEST_F(DiskTokens, KeepWhatTheyMake) {
+  prepare();
+  {
+    Session open(kReadWrite, 1);
+    ASSERT_EQ(login(open, CKU_USER, kUser), CKR_OK);
+    const Template ec = {{CKA_EC_PARAMS, {6, 8, 0x2A, 0x86, 0x48, 0xCE, 0x3D, 3, 1, 7}}};
+    for (const auto& [mechanism, more] :
+         {std::pair{CK_MECHANISM_TYPE{CKM_RSA_PKCS_KEY_PAIR_GEN}, Template{number(CKA_MODULUS_BITS, 1024)}},
+          {CKM_EC_KEY_PAIR_GEN, ec}}) {
+      Template publicOnes = with(more, flag(CKA_TOKEN, true));
+      Template privateOnes = {flag(CKA_TOKEN, true), flag(CKA_PRIVATE, true)};
+      const auto first = attributesOf(publicOnes);
+      const auto second = attributesOf(privateOnes);
+      const CK_MECHANISM generation{mechanism, nullptr, 0};
+      CK_OBJECT_HANDLE publicKey = 0;
+      CK_OBJECT_HANDLE privateKey = 0;
+      EXPECT_EQ(open.ki.generateKeyPair(open.handle, &generation, first.data(), first.size(), second.data(),
+                                        second.size(), &publicKey, &privateKey),
+                CKR_OK);
+    }
+    for (const CK_MECHANISM_TYPE mechanism : {CKM_DES_KEY_GEN, CKM_DES2_KEY_GEN, CKM_DES3_KEY_GEN}) {
+      Template wanted = {flag(CKA_TOKEN, true), flag(CKA_PRIVATE, true)};
+      const auto attributes = attributesOf(wanted);
+      const CK_MECHANISM generation{mechanism, nullptr, 0};
+      CK_OBJECT_HANDLE key = 0;
+      EXPECT_EQ(open.ki.generateKey(open.handle, &generation, attributes.data(), attributes.size(), &key), CKR_OK);
+    }
+    EXPECT_EQ(open.ki.closeSession(open.handle), CKR_OK);
+  }
+  Session again(kReadWrite, 1);
+  EXPECT_EQ(again.found({}).size(), 2U);
+  ASSERT_EQ(login(again, CKU_USER, kUser), CKR_OK);
+  EXPECT_EQ(again.found({flag(CKA_LOCAL, true)}).size(), 7U);
+}
+
 // The limit on the size of files stands for a disk that is full, or a process that ends, in the middle of a write.
 TEST_F(DiskTokens, LoseNothingWhenAWriteIsCutOff) {
   prepare();

@@ -166,6 +166,8 @@ CK_RV DiskToken::put(const TokenImage& image, const PKCS11Storage& object, Token
   const SecretBytes octets = putObject(object);
   record.isPrivate = object.isPrivate();
   if (octets.size() > TokenImage::kLongestRecord - TokenKey::kOverhead) return CKR_DEVICE_MEMORY;
+  // A token with an object that cannot be read is refused as a whole: none such is ever written.
+  if (getObject(octets) == nullptr) return CKR_FUNCTION_FAILED;
   if (!record.isPrivate) {
     record.octets.assign(octets.begin(), octets.end());
     return CKR_OK;

@@ -39,9 +39,9 @@ class HTTP : public FreshNetState {
   }
 
  private:
-  // Nothing waits for long where a peer says no more.
+  // Nothing waits for long where a peer never comes to an end.
   static ScriptedServer serverOf(const ScriptedServer::Answer& answer) {
-    httpSetTimeout(answer.then == Then::silence ? 1 : 20);
+    httpSetTimeout(answer.then == Then::close ? 20 : 1);
     return ScriptedServer(std::vector{answer});
   }
 };

@@ -75,7 +75,9 @@ class DerCheck {
       case 0x11:
       case 0x1C:  // loses octets when it is written, which its users know
         return false;
-      case 0x0C:
+      case 0x0C:  // what is no UTF-8 is repaired
+        if (std::ranges::any_of(content, [](unsigned char c) { return c >= 0x80; })) return false;
+        [[fallthrough]];
       case 0x12:
       case 0x13:
       case 0x14:

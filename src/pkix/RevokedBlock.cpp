@@ -33,8 +33,13 @@ std::span<const unsigned char> RevokedBlock::bytes(int from, int to) const noexc
   return {bytes_.data() + offset(from), offset(to) - offset(from)};
 }
 
-std::span<const unsigned char> RevokedBlock::serial(int index) const noexcept {
-  return contentAt(contentAt(bytes_.data() + offsets_.data()[index]).data());
+std::uint32_t RevokedBlock::serialPlace(int index) const noexcept {
+  const unsigned char* entry = bytes_.data() + offsets_.data()[index];
+  return static_cast<std::uint32_t>(contentAt(entry).data() - bytes_.data());
+}
+
+std::span<const unsigned char> RevokedBlock::serialAt(std::uint32_t place) const noexcept {
+  return contentAt(bytes_.data() + place);
 }
 
 void RevokedBlock::decode(int index, RevokedCertificate& out) const {

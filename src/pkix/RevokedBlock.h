@@ -23,8 +23,10 @@ class RevokedBlock {
   [[nodiscard]] int count() const noexcept { return static_cast<int>(count_); }
   // All entries from the one up to but not including the other.
   [[nodiscard]] std::span<const unsigned char> bytes(int from, int to) const noexcept;
-  // Content octets of the serial number.
-  [[nodiscard]] std::span<const unsigned char> serial(int index) const noexcept;
+  // Where the encoded serial number of an entry stands, and its content octets.
+  [[nodiscard]] std::uint32_t serialPlace(int index) const noexcept;
+  [[nodiscard]] std::span<const unsigned char> serialAt(std::uint32_t place) const noexcept;
+  [[nodiscard]] std::span<const unsigned char> serial(int index) const noexcept { return serialAt(serialPlace(index)); }
   // The index is one of the block's.
   void decode(int index, RevokedCertificate& out) const;
   // The first entry with these content octets as serial number, or -1.

@@ -90,60 +90,83 @@ std::uint64_t hashOf(std::span<const unsigned char> octets, const Key& key) noex
 }
 
 bool same(std::span<const unsigned char> a, std::span<const unsigned char> b) noexcept {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size()) == 0;
+  constexpr std::size_t kWord = sizeof(std::uint64_t);
+  const std::size_t n = a.size();
+  if (n != b.size()) return false;
+  if (n < kWord) return std::equal(a.begin(), a.end(), b.begin());
+  for (std::size_t i = 0; i + kWord < n; i += kWord) {
+    if (load(a.data() + i) != load(b.data() + i)) return false;
+  }
+  return load(a.data() + n - kWord) == load(b.data() + n - kWord);
+}
+
+std::uint64_t lowBits(int n) noexcept {
+  return (std::uint64_t{1} << n) - 1;
+}
+
+int bitsOf(std::uint64_t value) noexcept {
+  return static_cast<int>(std::bit_width(value));
 }
 
 }  // namespace
+
+struct SerialIndex::Entry {
+  std::uint32_t number = 0;
+  std::uint32_t place = 0;
+  std::uint64_t hash = 0;
+};
 
 std::size_t SerialIndex::home(std::uint64_t hash) const noexcept {
   return static_cast<std::size_t>((hash >> 32) * slots_.size() >> 32);
 }
 
-std::uint32_t SerialIndex::tag(std::uint64_t hash) const noexcept {
-  return static_cast<std::uint32_t>(hash) & ~numberMask_;
+std::uint64_t SerialIndex::tag(std::uint64_t hash) const noexcept {
+  return hash << tagShift_ | std::uint64_t{1} << 63;
 }
 
-// The slot that holds the serial number of this hash, as `isThis` confirms for an entry, or the empty one where it
-// would stand.
-template <class IsThis>
-std::size_t SerialIndex::seek(std::uint64_t hash, IsThis isThis) const noexcept {
-  const std::uint32_t wanted = tag(hash);
+// The slot that holds this serial number, or the empty one where it would stand.
+std::size_t SerialIndex::seek(const RevokedBlock& block, std::span<const unsigned char> serial,
+                              std::uint64_t hash) const noexcept {
+  const std::uint64_t wanted = tag(hash);
+  const std::uint64_t rest = lowBits(tagShift_);
   std::size_t slot = home(hash);
   for (; slots_.data()[slot] != 0; slot = slot + 1 == slots_.size() ? 0 : slot + 1) {
-    const std::uint32_t held = slots_.data()[slot];
-    if ((held & ~numberMask_) == wanted && isThis(static_cast<int>(held & numberMask_) - 1)) break;
+    const std::uint64_t differing = slots_.data()[slot] ^ wanted;
+    if (differing <= rest && same(block.serialAt(static_cast<std::uint32_t>(differing >> numberBits_)), serial)) break;
   }
   return slot;
 }
 
 void SerialIndex::build(const RevokedBlock& block) {
-  const auto count = static_cast<std::uint32_t>(block.count());
-  slots_ = HeapArray<std::uint32_t>::zeroed(std::size_t{count} * 2 + 1);
-  numberMask_ = (std::uint32_t{1} << std::bit_width(count)) - 1;
-  // Entries are hashed some way ahead of their insertion, so that their slots are fetched meanwhile.
-  constexpr std::uint32_t kAhead = 32;
-  std::array<std::uint64_t, kAhead> hashes{};
+  const int entries = block.count();
+  numberBits_ = bitsOf(static_cast<std::uint64_t>(entries));
+  tagShift_ = numberBits_ + bitsOf(block.bytes(0, entries).size());
+  slots_ = HeapArray<std::uint64_t>::zeroed(static_cast<std::size_t>(entries) * 2 + 1);
+  // Entries are fetched well before they are hashed, and hashed some way ahead of their insertion, so that their slots
+  // are fetched meanwhile.
+  constexpr int kAhead = 32;
+  constexpr int kFarAhead = 64;
+  std::array<Entry, kAhead> ahead{};
   const Key& key = processKey();
-  for (std::uint32_t i = 0; i < count + kAhead; ++i) {
-    std::uint64_t& hash = hashes[i % kAhead];
-    if (i >= kAhead) insert(block, i - kAhead, hash);
-    if (i < count) {
-      hash = hashOf(block.serial(static_cast<int>(i)), key);
-      __builtin_prefetch(slots_.data() + home(hash), 1);
-    }
+  for (int i = 0; i < entries + kAhead; ++i) {
+    Entry& entry = ahead[static_cast<std::size_t>(i % kAhead)];
+    if (i >= kAhead) insert(block, entry);
+    if (i + kFarAhead < entries) __builtin_prefetch(block.bytes(i + kFarAhead, i + kFarAhead).data());
+    if (i >= entries) continue;
+    const std::uint32_t place = block.serialPlace(i);
+    entry = {static_cast<std::uint32_t>(i), place, hashOf(block.serialAt(place), key)};
+    __builtin_prefetch(slots_.data() + home(entry.hash), 1);
   }
 }
 
-void SerialIndex::insert(const RevokedBlock& block, std::uint32_t entry, std::uint64_t hash) noexcept {
-  const auto equals = [&](int other) { return same(block.serial(other), block.serial(static_cast<int>(entry))); };
-  std::uint32_t& slot = slots_.data()[seek(hash, equals)];
-  if (slot == 0) slot = (entry + 1) | tag(hash);
+void SerialIndex::insert(const RevokedBlock& block, const Entry& entry) noexcept {
+  std::uint64_t& slot = slots_.data()[seek(block, block.serialAt(entry.place), entry.hash)];
+  if (slot == 0) slot = tag(entry.hash) | std::uint64_t{entry.place} << numberBits_ | entry.number;
 }
 
 int SerialIndex::find(const RevokedBlock& block, std::span<const unsigned char> serial) const noexcept {
-  const auto equals = [&](int index) { return same(block.serial(index), serial); };
-  const std::size_t slot = seek(hashOf(serial, processKey()), equals);
-  return static_cast<int>(slots_.data()[slot] & numberMask_) - 1;
+  const std::uint64_t slot = slots_.data()[seek(block, serial, hashOf(serial, processKey()))];
+  return slot == 0 ? -1 : static_cast<int>(slot & lowBits(numberBits_));
 }
 
 }  // namespace keystrand

@@ -61,7 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view input(reinterpret_cast<const char*>(data), size);
   const std::size_t end = input.find('\n');
   if (end == input.npos || end == 0 || input.size() - end > kMaxDocument) return 0;
-  const std::string expression(input.substr(1, end - 1));
+  const std::string expression(std::string(input.substr(1, end - 1)).c_str());  // a text ends at its first NUL
   const std::string_view document = input.substr(end + 1);
   XMLFile file;
   if (!file.parse(document.data(), static_cast<int>(document.size()), true)) return 0;

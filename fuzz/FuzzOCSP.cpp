@@ -29,9 +29,17 @@ bool isPlain(const T&) {
   return true;
 }
 
+// A time that came in pieces, or under the tag of a sequence, is written in one: only DER is read again.
+template <class T, class... Tag>
+void isWritten(Bytes bytes, Tag... tag) {
+  if (fuzz::DerCheck::isElement(bytes)) return fuzz::roundTrip<T>(bytes, tag...);
+  T object;
+  if (fuzz::read(object, bytes, tag...)) static_cast<void>(fuzz::written(object, tag...));
+}
+
 template <class T, class... Tag>
 void comesBack(Bytes bytes, Tag... tag) {
-  fuzz::roundTrip<T>(bytes, tag...);
+  isWritten<T>(bytes, tag...);
   T object;
   if (!fuzz::DerCheck::isElement(bytes) || !fuzz::read(object, bytes, tag...) || !isPlain(object)) return;
   const auto written = fuzz::written(object, tag...);
@@ -70,25 +78,25 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       break;
     // The next ones hold names, certificates and general names, which have targets and properties of their own.
     case 5:
-      fuzz::roundTrip<ResponderID>(rest);
+      isWritten<ResponderID>(rest);
       break;
     case 6:
-      fuzz::roundTrip<ResponseData>(rest);
+      isWritten<ResponseData>(rest);
       break;
     case 10:
-      fuzz::roundTrip<OCSPSignature>(rest);
+      isWritten<OCSPSignature>(rest);
       break;
     case 11:
-      fuzz::roundTrip<BasicOCSPResponse>(rest);
+      isWritten<BasicOCSPResponse>(rest);
       break;
     case 12:
-      fuzz::roundTrip<Request>(rest);
+      isWritten<Request>(rest);
       break;
     case 13:
-      fuzz::roundTrip<TBSRequest>(rest);
+      isWritten<TBSRequest>(rest);
       break;
     default:
-      fuzz::roundTrip<OCSPRequest>(rest);
+      isWritten<OCSPRequest>(rest);
   }
   return 0;
 }

@@ -136,6 +136,8 @@ class KEYSTRAND_API XMLFile {
   // Signature; any result but nodes gives false. They reach nothing but the document. What takes more than 10 seconds
   // of processor time or makes the process grow by more than 512 MB gives false; so do documents of more than 4 million
   // nodes, for expressions and stylesheets half a million, 1000 levels, or 1000 attributes or namespaces of an element.
+  // The time is looked at between two steps of libxml2, and a union in parentheses or a comparison of two node sets is
+  // one step: minutes where both are as large as the largest document.
   // A document with references to entities has no canonical form. Removing an element from the document ends the chain:
   // only octets made before stay.
   //

@@ -107,7 +107,8 @@ XMLDocument apply(xsltStylesheet& stylesheet, xmlDoc& document) {
   context->xpathCtxt->error = [](void*, xmlError*) {};
   const Watchdog watchdog([&] { stop(*context); });
   XMLDocument result(xsltApplyStylesheetUser(&stylesheet, &document, nullptr, nullptr, nullptr, context.get()));
-  return context->state == XSLT_STATE_OK ? std::move(result) : nullptr;
+  const xsltTransformState state = std::atomic_ref(context->state).load(std::memory_order_relaxed);
+  return state == XSLT_STATE_OK ? std::move(result) : nullptr;
 }
 
 }  // namespace

@@ -39,9 +39,9 @@ class CRLSearch : public LibraryFixture {
     return crl;
   }
   // A row as an earlier fetch left it.
-  static void hold(const std::string& uri, const CRLSpec& spec) {
+  static void hold(const std::string& uri, const CRLSpec& wanted) {
     auto entry = std::make_shared<CRLCacheEntry>();
-    const auto crl = received(makeCRL(ca(), spec));
+    const auto crl = received(makeCRL(ca(), wanted));
     entry->issuer = kCASubject;
     entry->crl = crl;
     entry->thisUpdate = *crl->thisUpdateView();

@@ -20,11 +20,11 @@ class Retrieval : public testing::Test {
     ASSERT_TRUE(client_.addCA(ca_.certificate));
   }
   // A CRL that lists one serial number and says where it is issued.
-  void publish(const std::string& path, const char* serial, CRLSpec spec, const std::string& places = "") {
-    spec.entries = {{.serial = serial}};
+  void publish(const std::string& path, const char* serial, CRLSpec wanted, const std::string& places = "") {
+    wanted.entries = {{.serial = serial}};
     if (!places.empty())
-      spec.extensions.push_back({"issuingDistributionPoint", "@idp", "[idp]\nfullname=" + places + "\n"});
-    server_->put(path, makeCRL(ca_, spec));
+      wanted.extensions.push_back({"issuingDistributionPoint", "@idp", "[idp]\nfullname=" + places + "\n"});
+    server_->put(path, makeCRL(ca_, wanted));
   }
   long search(const std::string& path, const char* serial) { return client_.search({server_->url(path)}, serial); }
   // HEAD and GET requests for a path since the last call for any.

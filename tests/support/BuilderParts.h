@@ -88,11 +88,11 @@ inline ExtensionHandle extensionOf(const ExtensionSpec& wanted, X509V3_CTX& cont
 
 // Adds each extension with `add`, which is one of OpenSSL's three functions for it.
 template <class T, class Add>
-void addExtensions(T* target, const std::vector<ExtensionSpec>& specs, X509* issuer, X509* subject, X509_CRL* crl,
+void addExtensions(T* target, const std::vector<ExtensionSpec>& all, X509* issuer, X509* subject, X509_CRL* crl,
                    Add add) {
   X509V3_CTX context;
   X509V3_set_ctx(&context, issuer, subject, nullptr, crl, 0);
-  for (const ExtensionSpec& wanted : specs) {
+  for (const ExtensionSpec& wanted : all) {
     require(add(target, extensionOf(wanted, context).get(), -1) == 1, wanted.name);
   }
 }

@@ -27,6 +27,7 @@ enum class EntryKind : std::uint32_t { kFree, kPublic, kPrivate };
 
 class Writer {
  public:
+  Writer() { out_.reserve(kTableEnd); }  // what every image has; g++ 12 warns of inserting into a vector it sees empty
   void octets(Octets value) { out_.insert(out_.end(), value.begin(), value.end()); }
   void blanks(std::size_t count) { out_.insert(out_.end(), count, ' '); }
   template <class Word>

@@ -34,11 +34,6 @@ class TSLSelection : public LibraryFixture {
     EXPECT_EQ(library().caTable.rows()[0].entries.size(), 1U);
     return library().caTable.rows()[0].entries[0];
   }
-  std::string writeList(const std::string& text) const {
-    const std::string path = (folder / "list.xml").string();
-    std::ofstream(path) << text;
-    return path;
-  }
 
   std::unique_ptr<CACache> cache_;
 };
@@ -197,8 +192,9 @@ TEST_F(TSLSelection, EndsAndFailures) {
     };
   };
   const std::vector<std::string> before = {"Before"};
+  const std::vector<std::string> all = {"A", "B", "C"};
   const Row table[] = {
-      {"whole", [](const std::string& text) { return text; }, true, {"A", "B", "C"}},
+      {"whole", [](const std::string& text) { return text; }, true, all},
       {"no number", without("TSLSequenceNumber"), false, before},
       {"no territory", without("SchemeTerritory"), false, before},
       {"no providers", without("TrustServiceProviderList"), true, before},
@@ -211,15 +207,10 @@ TEST_F(TSLSelection, EndsAndFailures) {
       {"no identity", secondWithout("ServiceDigitalIdentity"), false, {"A"}},
       {"no form of the identity", secondWithout("DigitalId"), false, {"A"}},
       {"in another namespace",
-       [](const std::string& text) {
-         return replaced(text, "<TrustServiceStatusList>", "<TrustServiceStatusList xmlns='urn:other'>");
-       },
-       true,
-       {"A", "B", "C"}},
-      {"a number with text behind",
-       [](const std::string& text) { return replaced(text, ">42<", ">42nd<"); },
-       true,
-       {"A", "B", "C"}},
+       [](const std::string& text) { return replaced(text, "StatusList>\n<", "StatusList xmlns='urn:other'>\n<"); },
+       true, all},
+      {"a number with text behind", [](const std::string& text) { return replaced(text, ">42<", ">42nd<"); }, true,
+       all},
   };
   const std::string text = makeTSL({.providers = {{serviceOf("A")}, {serviceOf("B"), serviceOf("C")}}});
   for (const Row& row : table) {
@@ -252,8 +243,9 @@ TEST_F(TSLSelection, WarnsOfKeysThatAreNotCanonical) {
 }
 
 TEST_F(TSLSelection, FilesAddInitialiseAndImport) {
-  const std::string path = writeList(makeTSL({.providers = {{serviceOf("Of the file")}}}));
-  const std::string broken = (folder / "broken.xml").string();
+  const std::string path = folder / "list.xml";
+  const std::string broken = folder / "broken.xml";
+  std::ofstream(path) << makeTSL({.providers = {{serviceOf("Of the file")}}});
   std::ofstream(broken) << "<html>";
   cache_->addCertificatePEM(certificateOf("Own").c_str());
   static_cast<void>(logged());
@@ -280,6 +272,68 @@ TEST_F(TSLSelection, FilesAddInitialiseAndImport) {
   EXPECT_THAT(rows(), ElementsAre("Of the file"));
   EXPECT_FALSE(cache_->importTSLFile(broken.c_str()));
   EXPECT_THAT(rows(), IsEmpty()) << "an import that fails has emptied the list";
+}
+
+// Real lists, and how many certificates and former states XPath finds in their services (xmllint --xpath).
+TEST_F(TSLSelection, RealListsGiveWhatXPathFinds) {
+  struct Row {
+    const char* list;
+    std::pair<int, int> usual, ofAll;  // certificates and former states
+  };
+  for (const Row& row :
+       {Row{"2023/AT.xml", {61, 24}, {62, 25}}, Row{"2023/CY.xml", {6, 0}, {6, 0}}, Row{"2023/IS.xml", {4, 2}, {5, 2}},
+        Row{"2023/IT.xml", {200, 246}, {361, 363}}, Row{"2023/LU.xml", {5, 0}, {7, 0}},
+        Row{"2023/eu-lotl.xml", {0, 0}, {0, 0}}, Row{"third-country/ZZ-mra-test.xml", {0, 0}, {1, 0}},
+        Row{"xsw/TSL-noID.xml", {22, 18}, {23, 19}}, Row{"status-history/EE_T-CA-withdrawn.xml", {23, 5}, {26, 6}}}) {
+    const auto path = testData(std::string("tl/") + row.list);
+    if (!path) GTEST_SKIP() << kNoTestData;
+    for (const bool allServices : {false, true}) {
+      library().caTable.clear();
+      XMLFile list;
+      ASSERT_TRUE(list.load(path->c_str()) && cache_->addTSL(list, allServices)) << row.list;
+      std::pair<int, int> found;
+      for (const CARow& subject : library().caTable.rows()) {
+        for (const CACertEntryRef& entry : subject.entries) {
+          ++found.first;
+          for (const TSLMetadata* state = entry->metadata()->nextView(); state != nullptr; state = state->nextView())
+            ++found.second;
+        }
+      }
+      EXPECT_EQ(found, allServices ? row.ofAll : row.usual) << row.list;
+    }
+  }
+}
+
+TEST(TSLRecords, ACountryIsExactlyTwoCharacters) {
+  struct Row {
+    const char *set, *asked;
+    bool has;
+  };
+  for (const Row& row : {Row{"IT", "IT", true}, Row{"IT", "it", false}, Row{"IT", "ITA", false}, Row{"IT", "I", false},
+                         Row{"IT", "", false}, Row{"IT", nullptr, false}, Row{"ITALY", "IT", true},
+                         Row{"I", "I", false}, Row{"", "", false}, Row{nullptr, "", false}}) {
+    TSLMetadata record;
+    record.setCountryCode(row.set);
+    EXPECT_EQ(record.hasCountry(row.asked), row.has) << (row.asked != nullptr ? row.asked : "null");
+    EXPECT_EQ(TSLInfo(row.set != nullptr ? row.set : "", 1, "").hasCountry(row.asked), row.has);
+  }
+}
+
+// Each record owns the next: neither copying nor deleting may go down the chain by recursion.
+TEST(TSLRecords, ChainsOfAnyLengthAreCopiedAndDeleted) {
+  auto chain = std::make_unique<TSLMetadata>();
+  for (int i = 0; i < 1'000'000; ++i) {
+    auto newer = std::make_unique<TSLMetadata>();
+    newer->setNext(chain.release());
+    chain = std::move(newer);
+  }
+  std::unique_ptr<TSLMetadata> copy(chain->getNext());
+  chain.reset();
+  int count = 0;
+  for (const TSLMetadata* record = copy.get(); record != nullptr; record = record->nextView()) ++count;
+  EXPECT_EQ(count, 1'000'000);
+  copy->setNext(nullptr);
+  EXPECT_EQ(copy->getNext(), nullptr);
 }
 
 }  // namespace

@@ -59,15 +59,4 @@ void writePEM(const std::filesystem::path& path, const std::vector<ByteString>& 
   for (const ByteString& der : certificates) out << armoured(der);
 }
 
-std::vector<ByteString> certificatesBelow(const std::filesystem::path& folder, const std::string& extension) {
-  std::vector<ByteString> certificates;
-  for (const auto& file : std::filesystem::recursive_directory_iterator(folder)) {
-    if (file.path().extension() != extension) continue;
-    ByteString bytes = readFile(file.path());
-    const ByteString unarmoured = fromPEM({bytes.begin(), bytes.end()});
-    certificates.push_back(unarmoured.empty() ? std::move(bytes) : unarmoured);
-  }
-  return certificates;
-}
-
 }  // namespace keystrand::test

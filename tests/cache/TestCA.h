@@ -1,4 +1,4 @@
-// CAs in the few words that tests of the list need, and the certificates of folders.
+// CAs in the few words that tests of the list need.
 #pragma once
 
 #include <filesystem>
@@ -33,8 +33,5 @@ std::unique_ptr<Certificate> decoded(const ByteString& der);
 
 std::string armoured(const ByteString& der);
 void writePEM(const std::filesystem::path& path, const std::vector<ByteString>& certificates);
-
-// The certificates of the files below a folder that have this extension, bare or in armour, one each.
-std::vector<ByteString> certificatesBelow(const std::filesystem::path& folder, const std::string& extension);
 
 }  // namespace keystrand::test

@@ -2,7 +2,6 @@
 // process of its own, as ctest gives each test.
 #pragma once
 
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "keystrand/pkix/Certificate.h"
 #include "keystrand/pkix/CertificateList.h"
 #include "keystrand/pkix/DistributionPoint.h"
+#include "support/LogReader.h"
 #include "support/TempFolder.h"
 #include "support/TestData.h"
 
@@ -41,19 +41,11 @@ class RunningLibrary {
   [[nodiscard]] std::string logFile() const { return (folder_ / "log").string(); }
 
   // The messages logged since the last call, without time, ident and numbers.
-  std::vector<std::string> messages() {
-    std::ifstream in(logFile());
-    in.seekg(read_);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line); read_ += static_cast<std::streamoff>(line.size()) + 1) {
-      lines.push_back(line.substr(line.find("]: ") + 3));
-    }
-    return lines;
-  }
+  std::vector<std::string> messages() { return log_.next(); }
 
  private:
   TempFolder folder_;
-  std::streamoff read_ = 0;
+  LogReader log_{logFile()};
 };
 
 class Client {

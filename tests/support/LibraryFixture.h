@@ -4,7 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "cache/Library.h"
 #include "log/Catalogue.h"
 #include "log/Logger.h"
+#include "support/LogReader.h"
 #include "support/Settings.h"
 #include "support/TempFolder.h"
 
@@ -53,20 +53,12 @@ class LibraryFixture : public ::testing::Test {
   }
 
   // The messages that were logged since the last call.
-  std::vector<std::string> logged() {
-    std::ifstream log(folder / "log");
-    log.seekg(logRead_);
-    std::vector<std::string> messages;
-    for (std::string line; std::getline(log, line); logRead_ += static_cast<std::streamoff>(line.size() + 1)) {
-      messages.push_back(line.substr(line.find("l]: ") + 4));
-    }
-    return messages;
-  }
+  std::vector<std::string> logged() { return log_.next(); }
 
   TempFolder folder;
 
  private:
-  std::streamoff logRead_ = 0;
+  LogReader log_{folder / "log"};
 };
 
 }  // namespace keystrand::test

@@ -7,7 +7,7 @@
 #include <stdexcept>
 
 #include "support/Builders.h"
-#include "support/TestData.h"
+#include "support/Texts.h"
 
 namespace keystrand::test {
 
@@ -18,13 +18,7 @@ namespace {
 // Requests of the fixture itself: once such a mark is in the log, all requests before it are.
 constexpr std::string_view kMark = "/_mark_";
 
-std::string replaceAll(std::string text, std::string_view from, std::string_view to) {
-  for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
-    text.replace(at, from.size(), to);
-  return text;
-}
-
-constexpr std::string_view kConfiguration = R"(daemon off;
+constexpr const char* kConfiguration = R"(daemon off;
 master_process off;
 pid DIR/pid;
 error_log DIR/error.log;
@@ -102,8 +96,7 @@ void NginxServer::remove(const std::string& path) const {
 }
 
 std::string NginxServer::content(const std::string& path) const {
-  const ByteString bytes = readFile(fileOf(path));
-  return {bytes.begin(), bytes.end()};
+  return readText(fileOf(path));
 }
 
 std::vector<NginxServer::Request> NginxServer::requests() {
@@ -131,10 +124,10 @@ void NginxServer::forget() {
 }
 
 void NginxServer::writeConfiguration(const std::string& directives) const {
-  std::string text = replaceAll(std::string(kConfiguration), "DIRECTIVES", directives);
-  text = replaceAll(text, "TLSPORT", std::to_string(httpsPort_));
-  text = replaceAll(text, "PORT", std::to_string(port_));
-  std::ofstream(folder_ / "nginx.conf") << replaceAll(text, "DIR", folder_.path().string());
+  std::string text = replaced(kConfiguration, "DIRECTIVES", directives);
+  text = replaced(text, "TLSPORT", std::to_string(httpsPort_));
+  text = replaced(text, "PORT", std::to_string(port_));
+  std::ofstream(folder_ / "nginx.conf") << replaced(text, "DIR", folder_.path().string());
 }
 
 fs::path NginxServer::fileOf(const std::string& path) const {

@@ -47,9 +47,8 @@ ByteString makeBasicResponse(const Authority& issuer, const Authority& responder
   const BasicHandle response(OCSP_BASICRESP_new());
   for (const SingleSpec& single : wanted.singles) addSingle(response.get(), issuer, single);
   addExtensions(response.get(), wanted.extensions, nullptr, nullptr, nullptr, OCSP_BASICRESP_add_ext);
-  const unsigned long flags = OCSP_NOCERTS | (wanted.byKey ? OCSP_RESPID_KEY : 0);
   require(OCSP_basic_sign_ctx(response.get(), decodedCertificate(responder.certificate).get(),
-                              signer(responder.key, wanted.signing).get(), nullptr, flags) == 1,
+                              signer(responder.key, wanted.signing).get(), nullptr, OCSP_NOCERTS) == 1,
           "signature of a response");
   for (const ByteString& certificate : wanted.certs.value_or(std::vector<ByteString>{responder.certificate})) {
     require(OCSP_basic_add1_cert(response.get(), decodedCertificate(certificate).get()) == 1, "certificate");

@@ -29,7 +29,6 @@ struct SingleSpec {
 struct BasicResponseSpec {
   std::vector<SingleSpec> singles = {{}};
   std::optional<std::vector<ByteString>> certs = {};  // those enclosed; else the responder's own
-  bool byKey = false;
   SigningSpec signing = {};
   std::vector<ExtensionSpec> extensions = {};
 };

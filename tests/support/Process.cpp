@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <sstream>
 #include <stdexcept>
@@ -49,6 +50,17 @@ Process::~Process() {
 bool Process::running() const {
   if (!reaped_) reaped_ = waitpid(pid_, nullptr, WNOHANG) == pid_;
   return !reaped_;
+}
+
+Outcome runCommand(const std::string& command) {
+  Outcome outcome;
+  std::FILE* told = popen(command.c_str(), "r");
+  if (told == nullptr) throw std::runtime_error("cannot start " + command);
+  char piece[4096];
+  for (std::size_t n = 0; (n = std::fread(piece, 1, sizeof piece, told)) > 0;) outcome.text.append(piece, n);
+  const int ended = pclose(told);
+  if (WIFEXITED(ended)) outcome.status = WEXITSTATUS(ended);
+  return outcome;
 }
 
 std::string findProgram(const std::string& name) {

@@ -23,6 +23,13 @@ class Process {
   mutable bool reaped_ = false;
 };
 
+// What a command of the shell tells on its standard output, and its exit status, or -1 when a signal ended it.
+struct Outcome {
+  int status = -1;
+  std::string text;
+};
+Outcome runCommand(const std::string& command);
+
 // The full path of a program in /usr/bin, /usr/sbin or the PATH; empty when it is not installed.
 std::string findProgram(const std::string& name);
 

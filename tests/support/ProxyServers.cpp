@@ -7,7 +7,7 @@
 #include <stdexcept>
 
 #include "support/Socket.h"
-#include "support/TestData.h"
+#include "support/Texts.h"
 
 namespace keystrand::test {
 namespace {
@@ -36,10 +36,7 @@ std::string ProxyServer::configure(const std::string& configuration) const {
 }
 
 bool ProxyServer::logged(const std::string& text) const {
-  return eventually([&] {
-    const ByteString log = readFile(logPath());
-    return std::string(log.begin(), log.end()).find(text) != std::string::npos;
-  });
+  return eventually([&] { return readText(logPath()).find(text) != std::string::npos; });
 }
 
 HTTPProxyServer::HTTPProxyServer(const std::string& user, const std::string& password) {

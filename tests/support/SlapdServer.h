@@ -36,9 +36,6 @@ class SlapdServer {
 
   [[nodiscard]] std::uint16_t port() const { return port_; }
   [[nodiscard]] std::string url(const std::string& dnAndQuery) const;
-  // What it was asked so far, as its own log tells: 'op=1 SRCH base="c=IT" scope=0 deref=0 filter="(cn=a)"'. The number
-  // of an operation counts from 0 in each connection.
-  [[nodiscard]] std::vector<std::string> requests() const;
   // Another CRL in the entry; its modifyTimestamp becomes the present time.
   void replaceCRL(const std::string& rdn, const ByteString& crl) const;
 

@@ -32,12 +32,6 @@ std::string element(const std::string& name, const std::string& content) {
   return "<" + name + ">" + content + "</" + name + ">\n";
 }
 
-std::string replaced(std::string text, const std::string& old, const std::string& by) {
-  for (std::size_t at = text.find(old); at != std::string::npos; at = text.find(old, at + by.size()))
-    text.replace(at, old.size(), by);
-  return text;
-}
-
 std::string makeTSL(const TSLSpec& wanted) {
   std::string providers;
   for (const std::vector<TSLServiceSpec>& services : wanted.providers) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "support/Builders.h"
+#include "support/Texts.h"
 
 namespace keystrand::test {
 
@@ -46,7 +47,5 @@ struct TSLPointerSpec {
 std::string makeEuropeanList(const std::vector<TSLPointerSpec>& pointers);
 
 std::string element(const std::string& name, const std::string& content);
-// The text with every occurrence replaced.
-std::string replaced(std::string text, const std::string& old, const std::string& by);
 
 }  // namespace keystrand::test

@@ -1,14 +1,9 @@
 #include "support/XmlSec.h"
 
-#include <array>
-#include <cstdio>
+#include "support/Process.h"
 
 namespace keystrand::test {
 namespace {
-
-std::string quoted(const std::string& word) {
-  return "'" + word + "'";
-}
 
 // What stands between a line that begins a buffer and the one that ends it.
 std::vector<std::string> buffersIn(const std::string& told, const std::string& kind) {
@@ -26,13 +21,9 @@ std::vector<std::string> buffersIn(const std::string& told, const std::string& k
 
 XmlSecRun runXmlSec(const std::vector<std::string>& arguments) {
   std::string command = "xmlsec1 " + arguments.front() + " --store-references --store-signatures --print-debug";
-  for (std::size_t i = 1; i < arguments.size(); ++i) command += " " + quoted(arguments[i]);
-  std::FILE* told = popen((command + " 2>/dev/null").c_str(), "r");
-  if (told == nullptr) return {};
-  std::string text;
-  std::array<char, 65536> piece{};
-  for (std::size_t n = 1; n != 0; text.append(piece.data(), n)) n = std::fread(piece.data(), 1, piece.size(), told);
-  XmlSecRun run{pclose(told) == 0, buffersIn(text, "PreDigest"), {}};
+  for (std::size_t i = 1; i < arguments.size(); ++i) command += " '" + arguments[i] + "'";
+  const auto [status, text] = runCommand(command + " 2>/dev/null");
+  XmlSecRun run{status == 0, buffersIn(text, "PreDigest"), {}};
   const std::vector<std::string> presigned = buffersIn(text, "PreSigned");
   if (!presigned.empty()) run.signedInfo = presigned.front();
   return run;

@@ -163,21 +163,6 @@ TEST_F(CRLUpdate, OneURIOfTwoCAsIsOneRowFetchedTwice) {
   EXPECT_THAT(messages, testing::Contains("CRLs in the cache: 1"));
 }
 
-// The CRL at the CA's place has expired and names the place of its successor, which goes into the same row.
-TEST_F(CRLUpdate, ExpiredCRLLeadsToItsIssuingDistributionPoint) {
-  const Issuer plain = issuer(1, "");
-  const std::string fresh = published("/fresh.crl", plain.crl("2026"));
-  CRLSpec stale{.thisUpdate = "20250101000000Z", .nextUpdate = "20250201000000Z"};
-  stale.extensions.push_back({"issuingDistributionPoint", "@place", "[place]\nfullname=" + fresh + "\n"});
-  ASSERT_TRUE(client_.addCA(issuer(1, published("/stale.crl", makeCRL(plain.ca, stale))).ca.certificate));
-  running_.messages();
-  ASSERT_TRUE(update());
-  EXPECT_EQ(asked("/stale.crl"), Counts(0, 1));
-  EXPECT_EQ(asked("/fresh.crl"), Counts(0, 1));
-  EXPECT_THAT(running_.messages(), testing::Contains("CRLs in the cache: 1"));
-  EXPECT_EQ(client_.search({server_->url("/stale.crl")}, "0A"), 1);
-}
-
 TEST_F(CRLUpdate, EmptyListIsUpdatedAtOnce) {
   EXPECT_TRUE(update());
   EXPECT_THAT(running_.messages(), saysOf(0));

@@ -52,15 +52,6 @@ TEST(LifeCycle, TheFirstStartDecidesWhereTheFilesAre) {
   EXPECT_EQ(status.st_mode & 0777U, 0600U);
 }
 
-TEST(LifeCycle, WithoutACRLFolderBothFilesShareOne) {
-  const TempFolder folder;
-  ASSERT_TRUE(initialise(folder.path(), "", ""));
-  const Client client;
-  ASSERT_TRUE(client.addCA(kGoodCA));
-  EXPECT_EQ(cache_saveCACertList(client.context()) + cache_saveCRLCache(client.context()), 2);
-  EXPECT_TRUE(exists(folder / "caCertsList-3.5") && exists(folder / "crlCache"));
-}
-
 TEST(LifeCycle, AfterTheEndANewContextFailsAndTheLibraryDoesNotStartAgain) {
   const TempFolder folder;
   ASSERT_TRUE(initialise(folder.path()));

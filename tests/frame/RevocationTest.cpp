@@ -131,17 +131,6 @@ TEST_F(Revocation, FailuresOfTheServerAndOfTheCRLEndInTheirCodes) {
   EXPECT_EQ(client_.search({url_}, "0E"), 1);
 }
 
-TEST_F(Revocation, PEMBodiesAndRedirectsAreTaken) {
-  Buffer pem;
-  pem.assign(kGoodCRL.data(), static_cast<std::uint32_t>(kGoodCRL.size()));
-  const TempFolder folder;
-  ASSERT_TRUE(pem.savePEM((folder / "crl.pem").c_str(), "X509 CRL"));
-  server_.put("/pem.crl", readFile(folder / "crl.pem"));
-  EXPECT_EQ(client_.search({server_.url("/pem.crl")}, "0E"), 1);
-  const ScriptedServer moved({{"HTTP/1.1 302 Found\r\nLocation: " + url_ + "\r\nContent-Length: 0\r\n\r\n"}});
-  EXPECT_EQ(client_.search({moved.url("/x.crl")}, "0E"), 1);
-}
-
 TEST_F(Revocation, DistributionPointsWithoutAnAddress) {
   Buffer der;
   ASSERT_TRUE(der.loadFile(kGoodCA.c_str()));
@@ -273,39 +262,6 @@ TEST_F(Revocation, SavedFilesAnswerInAnotherProcessWithoutTheNetwork) {
   cache_setDownloadCRL(2);
   EXPECT_EQ(client_.search({url_}, "01"), 0);
   EXPECT_EQ(asked(), std::pair(1, 0)) << "the server's time was kept too";
-}
-
-TEST_F(Revocation, RealCRLsOfEuropeanProviders) {
-  struct Row {
-    const char *ca, *crl, *revoked;
-    int reason;
-  };
-  int skipped = 0;
-  for (const Row& row :
-       {Row{"ti-trust-technologies-ca-1-737fbaf1.pem", "crl_with_expiredCertsOnCRL_extension.crl", "39", 6},
-        Row{"ca-of-the-justice-of-ukraine-486e2dc1.pem", "CA-5358AA45-Full.crl",
-            "5358AA454903301404000000010D0500CBD30B00", 0},
-        Row{"d-trust-root-ca-1-2017-4d24807b.pem", "d-trust_root_ca_1_2017.crl", nullptr, 0},
-        Row{"ee-govca2018-f164abe5.pem", "EE-GovCA2018.crl", "2496AD10D10CD58B5B8FA14982BE15C8", 4},
-        Row{"belgium-root-ca2-9f974446.pem", "belgium2.crl", nullptr, 0},
-        Row{"chambersign-france-ac-2-toiles-b82d97ee.pem", "crl-expiredCertsOnCRL-UTCTime.crl",
-            "112756C263122451E95112539D7D34B6DE81", 0}}) {
-    const auto ca = testData(std::string("crl/real/issuers/") + row.ca);
-    const auto crl = testData(std::string("crl/real/") + row.crl);
-    if (!ca || !crl) {
-      ++skipped;
-      continue;
-    }
-    const Client client;
-    ASSERT_TRUE(client.addCA(*ca)) << row.ca;
-    const std::string path = std::string("/") + row.ca;
-    server_.put(path, readFile(*crl));
-    EXPECT_EQ(client.search({server_.url(path)}, "0102030405"), 0) << row.ca;
-    if (row.revoked == nullptr) continue;
-    EXPECT_EQ(client.search({server_.url(path)}, row.revoked), 1) << row.ca;
-    EXPECT_EQ(cache_getReason(client.context()), row.reason) << row.ca;
-  }
-  if (skipped > 0) GTEST_SKIP() << kNoTestData;
 }
 
 }  // namespace

@@ -58,19 +58,12 @@ TEST_F(OCSPCheck, FailuresOfTheExchange) {
                 std::string(good.begin(), good.end())},
                httpError(500)},
            Row{"silence", {"", Then::silence}, httpError(11)},
-           Row{"silence in the body",
-               {"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n0", Then::silence},
-               httpError(11)},
-           Row{"no HTTP", {"garbage"}, httpError(11)},
            Row{"more than any response has", {ScriptedServer::ok(std::string(5'000'000, '0'))}, httpError(11)},
-           Row{"reset", {"", Then::reset}, httpError(11)},
            Row{"nobody listens", {}, httpError(11), gone},
            Row{"an LDAP address", {}, httpError(0), "ldap://127.0.0.1/cn=x"},
            Row{"a file", {}, httpError(0), "file:///etc/passwd"},
-           Row{"no address", {}, httpError(0), "nonsense"},
            Row{"an empty address", {}, httpError(0), " "},
            Row{"an empty body", {ScriptedServer::ok("")}, incorrect},
-           Row{"a page", {ScriptedServer::ok("<html>sorry</html>")}, incorrect},
            Row{"half a response", {served(half)}, incorrect},
        }) {
     SCOPED_TRACE(row.name);
@@ -101,9 +94,7 @@ TEST_F(OCSPCheck, FailuresOfTheResponse) {
                                          "End of OCSP access: certificate not revoked"};
   for (const Row& row : {
            Row{"malformedRequest", makeResponse({}, 1), kNoAnswer, {status(1), kFailed}},
-           Row{"internalError", makeResponse({}, 2), kNoAnswer, {status(2), kFailed}},
            Row{"tryLater, though a response comes along", makeResponse(basic, 3), kNoAnswer, {status(3), kFailed}},
-           Row{"sigRequired", makeResponse({}, 5), kNoAnswer, {status(5), kFailed}},
            Row{"unauthorized", makeResponse({}, 6), kNoAnswer, {status(6), kFailed}},
            // Statuses that the standard does not have are looked into.
            Row{"status 4", makeResponse(basic, 4), kGood, good},
@@ -358,30 +349,6 @@ TEST(OCSPContext, MadeBeforeTheLibraryStartsHasNoAnswer) {
   const OCSPClient client;
   EXPECT_EQ(client.check(server.url(), kCA, "1001"), kNoAnswer);
   EXPECT_EQ(client.checkStored(goodResponse(), kCA), kNoAnswer);
-}
-
-// Real responses with real issuers: where the hashes fit the issuer, its response is verified.
-TEST_F(OCSPCheck, RealResponsesOfEuropeanProviders) {
-  const auto issuers = testData("ocsp/real-embedded/issuers");
-  if (!issuers) GTEST_SKIP() << kNoTestData;
-  int answered = 0;
-  for (const auto& file : std::filesystem::directory_iterator(issuers->parent_path())) {
-    if (file.path().extension() != ".ocsp") continue;
-    const ByteString der = readFile(file.path());
-    OCSPResponse response;
-    BasicOCSPResponse basic;
-    ASSERT_TRUE(decode(response, der));
-    const auto bytes = response.responseBytesView()->responseView();
-    ASSERT_TRUE(decode(basic, {bytes.begin(), bytes.end()}));
-    const CertID& asked = *basic.tbsResponseDataView()->responsesView()->view(0)->certIDView();
-    for (const auto& issuer : std::filesystem::directory_iterator(*issuers)) {
-      const ByteString pem = readFile(issuer.path());
-      const Authority authority{nullptr, fromPEM({pem.begin(), pem.end()})};
-      const Answer answer = client_.checkStored(der, authority, asked.serialNumberView().text(16));
-      answered += answer != kNoAnswer ? 1 : 0;
-    }
-  }
-  EXPECT_GE(answered, 10);
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include "net/FreshNetState.h"
 #include "net/HTTPS.h"
 #include "support/NginxServer.h"
-#include "support/TestData.h"
+#include "support/Texts.h"
 
 namespace keystrand {
 namespace {
@@ -44,9 +44,6 @@ TEST_F(HTTPSTest, ObjectAndTimeByGetTimeAloneByHead) {
   EXPECT_EQ(buffer_.size(), 0U);
   EXPECT_THAT(server_->requests(),
               ElementsAre(NginxServer::Request{"GET", "/ca.crl", 200}, NginxServer::Request{"HEAD", "/ca.crl", 200}));
-}
-
-TEST_F(HTTPSTest, AServerWithoutTimeGivesThe1970Text) {
   EXPECT_TRUE(httpsGetObjectAndTime(server_->url("/no-time"), buffer_, time_));
   EXPECT_EQ(time_, "thu, 01 jan 1970 00:00:01 gmt");
   EXPECT_EQ(httpsGetTime(server_->url("/no-time"), buffer_), "thu, 01 jan 1970 00:00:01 gmt");
@@ -65,11 +62,8 @@ TEST_F(HTTPSTest, ObjectsFollowRedirectsTimesDoNot) {
   EXPECT_EQ(time_, kModifiedValue);
   EXPECT_EQ(httpsGetTime(server_->url("/moved"), buffer_), std::nullopt);
   EXPECT_EQ(server_->count("HEAD", "/ca.crl"), 0);
-}
-
-TEST_F(HTTPSTest, RedirectsEndAfter50) {
   EXPECT_FALSE(httpsGetObject(server_->url("/loop"), buffer_));
-  EXPECT_EQ(server_->count("GET", "/loop"), 51);
+  EXPECT_EQ(server_->count("GET", "/loop"), 51) << "they end after 50";
 }
 
 TEST_F(HTTPSTest, NothingButHTTPIsEverAsked) {
@@ -105,8 +99,7 @@ TEST_F(HTTPSTest, ACertificateNobodyTrustsIsNoObstacle) {
 
 // A certificate in the forms in which distribution points serve theirs.
 TEST_F(HTTPSTest, TextFormsBecomeDER) {
-  const auto pem = test::readFile(test::treeData().parent_path().parent_path() / "data/roots/ISRG_Root_X1.pem");
-  const std::string armour(pem.begin(), pem.end());
+  const std::string armour = test::readText(test::treeData() / "../../data/roots/ISRG_Root_X1.pem");
   const std::string base64 = std::regex_replace(armour, std::regex("-----[^\n]*\n"), "");
   server_->put("/pem", armour);
   server_->put("/base64", base64);
@@ -140,8 +133,7 @@ TEST_F(HTTPSTest, LogShowsBothDirectionsToTheOwnerOnly) {
   const std::string path = folder / "curl.log";
   setCurlLog(path);
   EXPECT_TRUE(httpsGetObject(server_->httpsURL("/ca.crl"), buffer_));
-  const auto log = test::readFile(path);
-  const std::string text(log.begin(), log.end());
+  const std::string text = test::readText(path);
   EXPECT_TRUE(
       std::regex_search(text, std::regex(R"(\[\d{4}:\d\d:\d\d \d\d:\d\d:\d\d\]\[keystrand\] HEADER_OUT: GET /)")));
   EXPECT_THAT(text, HasSubstr("[keystrand] HEADER_IN: HTTP/1.1 200 OK\r\n"));

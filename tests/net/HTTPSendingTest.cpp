@@ -4,7 +4,6 @@
 #include "net/Bytes.h"
 #include "net/FreshNetState.h"
 #include "net/HTTP.h"
-#include "support/NginxServer.h"
 #include "support/ScriptedServer.h"
 
 namespace keystrand {
@@ -15,7 +14,6 @@ using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
-using Then = ScriptedServer::Then;
 
 constexpr const char* kHost = "127.0.0.1";
 const std::string kReply = std::string("\x30\x12\x04\x10", 4) + "0123456789abcdef";
@@ -170,25 +168,6 @@ TEST_F(HTTPSending, UploadsAsAForm) {
   };
   EXPECT_THAT(server.requests(), ElementsAre(headOf("POST /up HTTP/1.0", type + lengthOf(first)) + first,
                                              headOf("POST /up HTTP/1.0", type + lengthOf(second)) + second));
-}
-
-TEST_F(HTTPSending, ToARealServer) {
-  if (!test::NginxServer::installed()) GTEST_SKIP() << test::NginxServer::kNotInstalled;
-  const test::NginxServer server;
-  const std::string data(300'000, 'x');
-  for (const int version : {1, 2}) {
-    httpSetVersion(static_cast<unsigned char>(version));
-    const std::string path = "/dav/" + std::to_string(version);
-    EXPECT_EQ(httpPut(server.url(path), bytesOf(data)), 201);
-    EXPECT_EQ(server.content(path), data);
-    EXPECT_EQ(httpPost(server.url(path), bytesOf("x")), 405);
-  }
-}
-
-// Nothing here handles or ignores SIGPIPE: a signal would end the process.
-TEST_F(HTTPSending, AResetWhileSendingRaisesNoSignal) {
-  ScriptedServer server({{"HTTP/1.0 413 Too long\r\n\r\n", Then::reset}});
-  EXPECT_THAT(httpPut(server.url(), bytesOf(std::string(8'000'000, 'x'))), testing::AnyOf(413, kTransferFailed));
 }
 
 }  // namespace

@@ -69,13 +69,6 @@ class Driver {
 
 }  // namespace
 
-std::string attributeText(const XMLFile& file, const char* name) {
-  char* value = file.attribute(name);
-  std::string copy = value != nullptr ? value : "";
-  XMLFile::releaseText(value);
-  return copy;
-}
-
 std::string heldText(const XMLFile& file, const unsigned char* output) {
   return output != nullptr ? std::string(reinterpret_cast<const char*>(output), file.outputLength()) : "(none)";
 }

@@ -1,4 +1,5 @@
-// The references of a signed document, driven through the steps of XMLFile as a verifier does.
+// Documents as tests read them, and the references of a signed one, driven through the steps of XMLFile as a verifier
+// does.
 #pragma once
 
 #include <optional>
@@ -36,7 +37,20 @@ inline constexpr const char* kXPath = "http://www.w3.org/TR/1999/REC-xpath-19991
 inline constexpr const char* kXPathFilter2 = "http://www.w3.org/2002/06/xmldsig-filter2";
 inline constexpr const char* kXSLT = "http://www.w3.org/TR/1999/REC-xslt-19991116";
 
-std::string attributeText(const XMLFile& file, const char* name);
+inline bool parse(XMLFile& file, std::string_view text, bool finish = true) {
+  return file.parse(text.data(), static_cast<int>(text.size()), finish);
+}
+// A text of XMLFile, released; "(null)" for none.
+inline std::string taken(owner<char*> text) {
+  const std::string copy = text != nullptr ? text : "(null)";
+  XMLFile::releaseText(text);
+  return copy;
+}
+// The value of an attribute, empty without one.
+inline std::string attributeText(const XMLFile& file, const char* name) {
+  const std::string value = taken(file.attribute(name));
+  return value != "(null)" ? value : "";
+}
 std::string heldText(const XMLFile& file, const unsigned char* output);
 
 }  // namespace keystrand::test

@@ -7,23 +7,13 @@
 #include <functional>
 
 #include "keystrand/der/Name.h"
-#include "keystrand/xml/XMLFile.h"
 #include "support/TempFolder.h"
+#include "xml/References.h"
 
 namespace keystrand::test {
 namespace {
 
 using testing::HasSubstr;
-
-std::string taken(owner<char*> text) {
-  const std::string copy = text != nullptr ? text : "(null)";
-  XMLFile::releaseText(text);
-  return copy;
-}
-
-bool parse(XMLFile& file, std::string_view text, bool finish = true) {
-  return file.parse(text.data(), static_cast<int>(text.size()), finish);
-}
 
 // The root without declaration and line ends between elements.
 std::string written(const XMLFile& file) {

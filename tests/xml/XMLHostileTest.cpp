@@ -3,38 +3,21 @@
 #include <gtest/gtest.h>
 #include <libxml/parser.h>
 
-#include <chrono>
 #include <fstream>
 #include <string>
 
-#include "keystrand/xml/XMLFile.h"
 #include "support/ScriptedServer.h"
 #include "support/TempFolder.h"
-#include "support/TestData.h"
+#include "support/Texts.h"
+#include "xml/References.h"
 
 namespace keystrand::test {
 namespace {
-
-std::string repeated(const std::string& part, int times) {
-  std::string text;
-  for (int i = 0; i < times; ++i) text += part;
-  return text;
-}
-
-bool parse(XMLFile& file, std::string_view text, bool finish = true) {
-  return file.parse(text.data(), static_cast<int>(text.size()), finish);
-}
 
 bool load(XMLFile& file, const std::string& text) {
   Buffer buffer;
   buffer.assign(reinterpret_cast<const unsigned char*>(text.data()), static_cast<std::uint32_t>(text.size()));
   return file.load(buffer);
-}
-
-std::string taken(owner<char*> text) {
-  const std::string copy = text != nullptr ? text : "(null)";
-  XMLFile::releaseText(text);
-  return copy;
 }
 
 TEST(XMLHostile, TakesWhatIsWellFormedAndNothingElse) {
@@ -141,7 +124,6 @@ TEST(XMLHostile, EntitiesDoNotMultiply) {
   }
   const std::string flat =
       "<!DOCTYPE r [<!ENTITY a '" + std::string(100000, 'a') + "'>]><r>" + repeated("&a;", 3000) + "</r>";
-  const auto begin = std::chrono::steady_clock::now();
   // No text of these is long, and nobody reads what stands within an entity: what counts is all of them together.
   const std::string entity = "<!DOCTYPE r [<!ENTITY a '" + std::string(100000, 'a') + "'><!ENTITY b '<c>&a;</c>'>]>";
   const std::string scattered = entity + "<r>" + repeated("<b>&a;</b>", 101) + "</r>";
@@ -156,7 +138,6 @@ TEST(XMLHostile, EntitiesDoNotMultiply) {
   }
   XMLFile modest;
   EXPECT_TRUE(parse(modest, entity + "<r>" + repeated("<b>&a;</b>", 98) + "</r>"));
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
 }
 
 TEST(XMLHostile, SiblingsComeInAnyNumber) {
@@ -180,21 +161,6 @@ TEST(XMLHostile, DepthOfAClientsOwnMaking) {
   file.addElement("b");
   EXPECT_TRUE(file.toRoot() && file.find("b"));
   EXPECT_NE(taken(file.dumpOwn()), "(null)");
-}
-
-TEST(XMLHostile, PublishedAttacks) {
-  const auto folder = testData("malformed/xml");
-  if (!folder) GTEST_SKIP() << kNoTestData;
-  int files = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(*folder)) {
-    XMLFile file;
-    if (file.load(entry.path().c_str())) {
-      for (bool more = file.toRoot(); more; more = file.firstChildElement())
-        EXPECT_LE(file.value().value_or("").size(), 1000U) << entry.path() << " has grown";
-    }
-    ++files;
-  }
-  EXPECT_GE(files, 7);
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <fstream>
 #include <functional>
 
-#include "keystrand/xml/XMLFile.h"
 #include "support/ScriptedServer.h"
 #include "support/TSLBuilders.h"
 #include "support/TempFolder.h"
@@ -16,16 +15,6 @@ namespace keystrand::test {
 namespace {
 
 using Step = std::function<bool(XMLFile&)>;
-
-bool parse(XMLFile& file, std::string_view text) {
-  return file.parse(text.data(), static_cast<int>(text.size()), true);
-}
-
-std::string repeated(const std::string& part, int times) {
-  std::string text;
-  for (int i = 0; i < times; ++i) text += part;
-  return text;
-}
 
 bool selectAll(XMLFile& file) {
   return file.selectWholeDocument();

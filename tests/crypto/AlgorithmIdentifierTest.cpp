@@ -1,7 +1,7 @@
 // Algorithm identifiers and their parameters: what comes back, what stays unread, and what is refused.
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <functional>
 
 #include "crypto/Coding.h"
 #include "crypto/MGF1Parameters.h"
@@ -24,12 +24,9 @@ ByteString saltLength(const char* hex) {
 }
 
 TEST(AlgorithmIdentifier, ComesBackAsItWas) {
-  struct Row {
-    const char* name;
-    std::vector<ByteString> content;
-  };
+  using Row = std::pair<const char*, std::vector<ByteString>>;
   const ByteString pbe = sequence({octets("0102030405060708"), integer("0800")});
-  for (const Row& row : {
+  for (const auto& [name, content] : {
            Row{"absent", {oid("1.2.840.113549.1.1.11")}},
            Row{"NULL", {oid("1.2.840.113549.1.1.11"), kNull}},
            Row{"unknown, absent", {oid("1.3.101.112")}},
@@ -59,32 +56,22 @@ TEST(AlgorithmIdentifier, ComesBackAsItWas) {
            Row{"EC, explicit of any content", {kEC, sequence({kNull, octets("FF")})}},
            Row{"PBM", {kPBM, sequence({octets("01020304"), kSHA1, integer("2710"), kSHA256})}},
        }) {
-    const ByteString der = sequence(row.content);
+    const ByteString der = sequence(content);
     AlgorithmIdentifier algorithm;
-    EXPECT_TRUE(coded(algorithm, der).isExact(der)) << row.name;
-    const std::unique_ptr<AlgorithmIdentifier> copy(algorithm.clone());
-    EXPECT_EQ(encode(*copy), der) << row.name;
+    EXPECT_TRUE(coded(algorithm, der).isExact(der)) << name;
   }
-}
-
-// Parameters without a class stay unread and the answer is true: it is the enclosing structure that then fails.
-TEST(AlgorithmIdentifier, LeavesParametersOfUnknownAlgorithms) {
+  // Parameters without a class stay unread and the answer is true: it is the enclosing structure that then fails.
+  AlgorithmIdentifier unknown;
   const ByteString identifier = oid("1.2.3.4");
-  const ByteString der = sequence({identifier, octets("AABB")});
-  AlgorithmIdentifier algorithm;
-  const Coded result = coded(algorithm, der);
+  const Coded result = coded(unknown, sequence({identifier, octets("AABB")}));
   EXPECT_TRUE(result.read);
   EXPECT_EQ(result.position, 2 + identifier.size());
-  EXPECT_FALSE(algorithm.hasParameter());
-  EXPECT_TRUE(algorithm.hasParameters());
+  EXPECT_TRUE(unknown.hasParameters() && !unknown.hasParameter());
 }
 
 TEST(AlgorithmIdentifier, RefusesWhatItCannotRead) {
-  struct Row {
-    const char* name;
-    ByteString der;
-  };
-  for (const Row& row : {
+  using Row = std::pair<const char*, ByteString>;
+  for (const auto& [name, der] : {
            Row{"empty input", {}},
            Row{"a SET", withChildren(0x31, {kPSS})},
            Row{"no identifier", sequence({kNull})},
@@ -100,7 +87,7 @@ TEST(AlgorithmIdentifier, RefusesWhatItCannotRead) {
            Row{"DSA parameters cut off", fromHex("300B06072A8648CE3804013009")},
        }) {
     AlgorithmIdentifier algorithm;
-    EXPECT_FALSE(coded(algorithm, row.der).read) << row.name;
+    EXPECT_FALSE(coded(algorithm, der).read) << name;
   }
 }
 
@@ -138,56 +125,33 @@ TEST(PSSParameters, TakeTheirDefaults) {
   EXPECT_EQ(pss->trailerField(), 1);
 }
 
-// Each level wraps the one before: headers are laid down innermost first and turned round at the end.
-ByteString nested(const std::vector<ByteString>& heads, int levels, std::size_t content) {
-  ByteString reversed;
-  const auto wrap = [&](unsigned char tag) {
-    ByteString header;
-    Buffer out;
-    out.putHeader(tag, static_cast<std::uint32_t>(reversed.size() + content));
-    std::uint32_t n = 0;
-    const unsigned char* bytes = out.data(n);
-    reversed.insert(reversed.end(), std::reverse_iterator(bytes + n), std::reverse_iterator(bytes));
-  };
-  for (int i = 0; i < levels; ++i) {
-    for (const ByteString& head : heads) {
-      if (head.size() == 1) {
-        wrap(head[0]);
-      } else {
-        reversed.insert(reversed.end(), head.rbegin(), head.rend());
-      }
-    }
-  }
-  std::ranges::reverse(reversed);
-  return reversed;
-}
-
 TEST(AlgorithmIdentifier, EndsWhereItNestsTooDeep) {
-  struct Row {
-    const char* name;
-    std::vector<ByteString> heads;  // one octet: the tag of a wrapper
-  };
-  const ByteString pbmHead = [] {
-    ByteString head = octets("00");
-    const ByteString owf = sequence({oid("1.3.14.3.2.26")});
-    const ByteString count = integer("01");
-    head.insert(head.end(), owf.begin(), owf.end());
-    head.insert(head.end(), count.begin(), count.end());
-    return head;
-  }();
-  for (const Row& row :
-       {Row{"mask generation", {kMGF1, {0x30}}}, Row{"PSS, as its own hash", {{0xA0}, {0x30}, kPSS, {0x30}}},
-        Row{"PSS, as its own mask generation", {{0xA1}, {0x30}, kPSS, {0x30}}},
-        Row{"MAC of a MAC", {pbmHead, {0x30}, kPBM, {0x30}}}}) {
-    for (const auto& [levels, ok] : {std::pair{15, true}, {16, false}, {1000, false}, {50000, false}}) {
-      ByteString der = nested(row.heads, levels, kSHA1.size());
-      der.insert(der.end(), kSHA1.begin(), kSHA1.end());
+  const ByteString pbmHead = octets("00") + sequence({oid("1.3.14.3.2.26")}) + integer("01");
+  const std::pair<const char*, std::function<ByteString(const ByteString&)>> rows[] = {
+      {"mask generation",
+       [](const ByteString& inner) {
+         return sequence({kMGF1, inner});
+       }},
+      {"PSS, as its own hash",
+       [](const ByteString& inner) {
+         return sequence({kPSS, sequence({withChildren(0xA0, {inner})})});
+       }},
+      {"PSS, as its own mask generation",
+       [](const ByteString& inner) {
+         return sequence({kPSS, sequence({withChildren(0xA1, {inner})})});
+       }},
+      {"MAC of a MAC", [&](const ByteString& inner) {
+         return sequence({kPBM, sequence({pbmHead, inner})});
+       }}};
+  for (const auto& [name, wrap] : rows) {
+    ByteString der = kSHA1;
+    for (int levels = 1; levels <= 1000; ++levels) {
+      der = wrap(der);
+      if (levels != 15 && levels != 16 && levels != 1000) continue;
       AlgorithmIdentifier algorithm;
       const Coded result = coded(algorithm, der);
-      EXPECT_EQ(result.read, ok) << row.name << ", levels: " << levels;
-      if (ok) {
-        EXPECT_EQ(result.rewritten, der) << row.name;
-      }
+      EXPECT_EQ(result.read, levels == 15) << name << ", levels: " << levels;
+      EXPECT_TRUE(!result.read || result.rewritten == der) << name;
     }
   }
 }

@@ -5,66 +5,64 @@
 #include <fstream>
 #include <memory>
 
-#include "OpenDevice.h"
+#include "TokenObjects.h"
 #include "keystrand/crypto/CryptoKi.h"
 #include "keystrand/crypto/RSAPublicKey.h"
+#include "support/Coding.h"
 #include "support/TempFolder.h"
 
 namespace keystrand::test {
-namespace {
-
-std::string textOf(owner<char*> text) {
-  return std::unique_ptr<char[]>(text).get();
-}
-
-}  // namespace
-
 TEST(CryptoKi, SaysErrorsInItsOwnWords) {
-  struct Row {
-    CK_RV result;
-    const char* text;
-  };
-  for (const Row& row :
-       {Row{CKR_OK, "OK"}, Row{CKR_CANCEL, "cancel"}, Row{CKR_NEED_TO_CREATE_THREADS, "e' necessario creare threads"},
-        Row{CKR_FUNCTION_CANCELED, "funzione  cancellata"},
-        Row{CKR_SESSION_READ_WRITE_SO_EXISTS, "una sessione di lettura/scrittuta esiste gia'"},
-        Row{CKR_UNWRAPPING_KEY_SIZE_RANGE, "lunghezza della chiave di unwrapping non vaida"},
-        Row{CKR_SIGNATURE_INVALID, "firma non valida"}, Row{CKR_MUTEX_NOT_LOCKED, "mutex non bloccato"},
-        Row{CKR_VENDOR_DEFINED | 5, "definito dal produttore"}, Row{4, "errore sconosciuto"},
-        Row{CKR_FUNCTION_REJECTED, "errore sconosciuto"}}) {
-    EXPECT_EQ(textOf(CryptoKi::errorText(row.result)), row.text);
+  for (const auto& [result, text] :
+       {std::pair{CK_RV{CKR_OK}, "OK"},
+        {CKR_CANCEL, "cancel"},
+        {CKR_NEED_TO_CREATE_THREADS, "e' necessario creare threads"},
+        {CKR_FUNCTION_CANCELED, "funzione  cancellata"},
+        {CKR_SESSION_READ_WRITE_SO_EXISTS, "una sessione di lettura/scrittuta esiste gia'"},
+        {CKR_UNWRAPPING_KEY_SIZE_RANGE, "lunghezza della chiave di unwrapping non vaida"},
+        {CKR_SIGNATURE_INVALID, "firma non valida"},
+        {CKR_MUTEX_NOT_LOCKED, "mutex non bloccato"},
+        {CKR_VENDOR_DEFINED | 5, "definito dal produttore"},
+        {4, "errore sconosciuto"},
+        {CKR_FUNCTION_REJECTED, "errore sconosciuto"}}) {
+    EXPECT_EQ(taken(CryptoKi::errorText(result)), text);
   }
 }
 
 TEST(CryptoKi, NamesMechanisms) {
-  struct Row {
-    CK_MECHANISM_TYPE mechanism;
-    const char* name;
-  };
-  for (const Row& row :
-       {Row{0, "RSA_PKCS_KEY_PAIR_GEN"}, Row{0x40, "SHA256_RSA_PKCS"}, Row{0x220, "SHA_1"}, Row{0x255, "SHA224"},
-        Row{0x320, "CAST128_KEY_GEN"}, Row{0x3D5, "WTLS_CLIENT_KEY_AND_MAC_DERIVE"}, Row{0x1020, "FORTEZZA_TIMESTAMP"},
-        Row{0x1030, "BATON_KEY_GEN"}, Row{0x1036, "BATON_WRAP"}, Row{0x1040, "EC_KEY_PAIR_GEN"}, Row{0x1041, "ECDSA"},
-        Row{0x2002, "X9_42_DH_PARAMETER_GEN"}, Row{0x7777, ""}, Row{CKM_VENDOR_DEFINED, ""}}) {
-    EXPECT_EQ(textOf(CryptoKi::mechanismName(row.mechanism)), row.name);
+  for (const auto& [mechanism, name] : {std::pair{CK_MECHANISM_TYPE{0}, "RSA_PKCS_KEY_PAIR_GEN"},
+                                        {0x40, "SHA256_RSA_PKCS"},
+                                        {0x220, "SHA_1"},
+                                        {0x255, "SHA224"},
+                                        {0x320, "CAST128_KEY_GEN"},
+                                        {0x3D5, "WTLS_CLIENT_KEY_AND_MAC_DERIVE"},
+                                        {0x1020, "FORTEZZA_TIMESTAMP"},
+                                        {0x1030, "BATON_KEY_GEN"},
+                                        {0x1036, "BATON_WRAP"},
+                                        {0x1040, "EC_KEY_PAIR_GEN"},
+                                        {0x1041, "ECDSA"},
+                                        {0x2002, "X9_42_DH_PARAMETER_GEN"},
+                                        {0x7777, ""},
+                                        {CKM_VENDOR_DEFINED, ""}}) {
+    EXPECT_EQ(taken(CryptoKi::mechanismName(mechanism)), name);
   }
 }
 
 TEST(CryptoKi, SpellsFlagsAndStates) {
   CK_TOKEN_INFO token{};
-  EXPECT_EQ(textOf(CryptoKi::tokenFlagsText(token)), "");
+  EXPECT_EQ(taken(CryptoKi::tokenFlagsText(token)), "");
   token.flags = 0x467;
-  EXPECT_EQ(textOf(CryptoKi::tokenFlagsText(token)),
+  EXPECT_EQ(taken(CryptoKi::tokenFlagsText(token)),
             "RNG WRITE_PROTECTED LOGIN_REQUIRED RESTORE_KEY_NOT_NEEDED CLOCK_ON_TOKEN TOKEN_INITIALIZED ");
   CK_MECHANISM_INFO mechanism{0, 0, ~0UL};
-  EXPECT_EQ(textOf(CryptoKi::mechanismFlagsText(mechanism)),
+  EXPECT_EQ(taken(CryptoKi::mechanismFlagsText(mechanism)),
             "HW ENCRYPT DECRYPT DIGEST SIGN SIGN_RECOVER VERIFY VERIFY_RECOVER GENERATE GENERATE_KEY_PAIR WRAP UNWRAP "
             "DERIVE ");
   CK_SLOT_INFO slot{};
   slot.flags = CKF_TOKEN_PRESENT | CKF_HW_SLOT;
-  EXPECT_EQ(textOf(CryptoKi::slotFlagsText(slot)), "TOKEN_PRESENT HW_SLOT ");
-  EXPECT_EQ(textOf(CryptoKi::sessionStateText(CKS_RW_SO_FUNCTIONS)), "RW_SO_FUNCTIONS ");
-  EXPECT_EQ(textOf(CryptoKi::sessionStateText(99)), "");
+  EXPECT_EQ(taken(CryptoKi::slotFlagsText(slot)), "TOKEN_PRESENT HW_SLOT ");
+  EXPECT_EQ(taken(CryptoKi::sessionStateText(CKS_RW_SO_FUNCTIONS)), "RW_SO_FUNCTIONS ");
+  EXPECT_EQ(taken(CryptoKi::sessionStateText(99)), "");
 }
 
 TEST(CryptoKi, BindsNothingWithoutAModule) {
@@ -91,7 +89,8 @@ TEST(CryptoKi, BindsAModuleInAFile) {
                                           << "\nobjectstore.backend = file\nlog.level = ERROR\n";
   setenv("SOFTHSM2_CONF", (folder / "softhsm2.conf").c_str(), 1);
 
-  CryptoKi ki(kModule);
+  Session open(kModule);
+  CryptoKi& ki = open.ki;
   ASSERT_NE(ki.functionList(), nullptr);
   CK_INFO info{};
   EXPECT_EQ(ki.getInfo(&info), CKR_CRYPTOKI_NOT_INITIALIZED);
@@ -105,43 +104,27 @@ TEST(CryptoKi, BindsAModuleInAFile) {
   CK_ULONG slots = 1;
   ASSERT_EQ(ki.getSlotList(CK_FALSE, &slot, &slots), CKR_OK);
   ASSERT_EQ(ki.initToken(slot, pin, 6, label.data()), CKR_OK);
-  CK_SESSION_HANDLE session = 0;
-  ASSERT_EQ(ki.openSession(slot, CKF_SERIAL_SESSION | CKF_RW_SESSION, nullptr, nullptr, &session), CKR_OK);
-  ASSERT_EQ(ki.login(session, CKU_SO, pin, 6), CKR_OK);
-  ASSERT_EQ(ki.initPIN(session, pin, 6), CKR_OK);
-  ASSERT_EQ(ki.logout(session), CKR_OK);
-  ASSERT_EQ(ki.login(session, CKU_USER, pin, 6), CKR_OK);
+  ASSERT_EQ(ki.openSession(slot, kReadWrite, nullptr, nullptr, &open.handle), CKR_OK);
+  ASSERT_EQ(ki.login(open.handle, CKU_SO, pin, 6), CKR_OK);
+  ASSERT_EQ(ki.initPIN(open.handle, pin, 6), CKR_OK);
+  ASSERT_EQ(ki.logout(open.handle), CKR_OK);
+  ASSERT_EQ(ki.login(open.handle, CKU_USER, pin, 6), CKR_OK);
 
-  CK_ULONG bits = 2048;
-  CK_BBOOL yes = CK_TRUE;
-  ByteString exponent = {1, 0, 1};
-  CK_ATTRIBUTE publicTemplate[] = {{CKA_MODULUS_BITS, &bits, sizeof bits},
-                                   {CKA_PUBLIC_EXPONENT, exponent.data(), exponent.size()}};
-  CK_ATTRIBUTE privateTemplate[] = {{CKA_SIGN, &yes, sizeof yes}};
-  const CK_MECHANISM generation{CKM_RSA_PKCS_KEY_PAIR_GEN, nullptr, 0};
   CK_OBJECT_HANDLE publicKey = 0;
-  CK_OBJECT_HANDLE privateKey = 0;
-  ASSERT_EQ(ki.generateKeyPair(session, &generation, publicTemplate, 2, privateTemplate, 1, &publicKey, &privateKey),
-            CKR_OK);
-  ByteString modulus(256);
-  CK_ATTRIBUTE wanted{CKA_MODULUS, modulus.data(), modulus.size()};
-  ASSERT_EQ(ki.getAttributeValue(session, publicKey, &wanted, 1), CKR_OK);
-
-  const CK_MECHANISM signing{CKM_SHA256_RSA_PKCS, nullptr, 0};
-  const ByteString data = {'d', 'a', 't', 'a'};
-  ByteString signature(256);
-  CK_ULONG length = signature.size();
-  ASSERT_EQ(ki.signInit(session, &signing, privateKey), CKR_OK);
-  ASSERT_EQ(ki.sign(session, data.data(), data.size(), signature.data(), &length), CKR_OK);
-
-  OpenDevice open;
-  const RSAPublicKey key(BigInteger{std::span<const unsigned char>(modulus)},
-                         BigInteger{std::span<const unsigned char>(exponent)});
+  CK_OBJECT_HANDLE signer = 0;
+  ASSERT_EQ(
+      open.generatePair(CKM_RSA_PKCS_KEY_PAIR_GEN, {number(CKA_MODULUS_BITS, 2048), {CKA_PUBLIC_EXPONENT, kExponent}},
+                        {flag(CKA_SIGN, true)}, &publicKey, &signer),
+      CKR_OK);
+  ASSERT_EQ(open.begin(&CryptoKi::signInit, CKM_SHA256_RSA_PKCS, signer), CKR_OK);
+  const ByteString signature = open.call(&CryptoKi::sign, kMessage).octets;
+  const RSAPublicKey key(BigInteger(open.attribute(publicKey, CKA_MODULUS).octets), BigInteger(kExponent));
   KeyInfo keyInfo;
   keyInfo.setKey(&key);
-  ASSERT_TRUE(open.device.setSignatureAlgorithm("1.2.840.113549.1.1.11"));
-  EXPECT_TRUE(verifies(open.device, data, signature, keyInfo));
-  EXPECT_TRUE(open.device.verifyRaw(data.data(), data.size(), Signature(signature), keyInfo));
+  OpenDevice own;
+  ASSERT_TRUE(own.device.setSignatureAlgorithm("1.2.840.113549.1.1.11"));
+  EXPECT_TRUE(verifies(own.device, kMessage, signature, keyInfo));
+  EXPECT_TRUE(own.device.verifyRaw(kMessage.data(), kMessage.size(), Signature(signature), keyInfo));
 
   // And the other way round: a device on the module, which asks for a login.
   ASSERT_EQ(ki.closeAllSessions(slot), CKR_OK);
@@ -153,14 +136,14 @@ TEST(CryptoKi, BindsAModuleInAFile) {
   EXPECT_FALSE(device.setDigest("2.16.840.1.101.3.4.2.1") && device.digestInit()) << "a session stayed open";
   ASSERT_TRUE(device.open(0, pin, 6));
   ASSERT_TRUE(device.setSignatureAlgorithm("1.2.840.113549.1.1.11"));
-  EXPECT_TRUE(verifies(device, data, signature, keyInfo));
-  EXPECT_FALSE(verifies(device, data, withBitFlipped(signature), keyInfo));
+  EXPECT_TRUE(verifies(device, kMessage, signature, keyInfo));
+  EXPECT_FALSE(verifies(device, kMessage, withBitFlipped(signature), keyInfo));
   EXPECT_EQ(device.lastResult(), CKR_SIGNATURE_INVALID);
   for (const char* curve : {"P-256", "P-384"}) {
-    const PrivateKey ec = test::privateKey(curve);
-    const ByteString ours = signatureOf(ec, {"SHA256"}, data);
+    const PrivateKey ec = privateKey(curve);
+    const ByteString ours = signatureOf(ec, {"SHA256"}, kMessage);
     ASSERT_TRUE(device.setSignatureAlgorithm("1.2.840.10045.4.3.2"));
-    EXPECT_TRUE(verifies(device, data, ours, *keyInfoOf(ec))) << curve << ": the digest alone";
+    EXPECT_TRUE(verifies(device, kMessage, ours, *keyInfoOf(ec))) << curve << ": the digest alone";
     EXPECT_FALSE(verifies(device, {'d'}, ours, *keyInfoOf(ec))) << curve;
   }
 }

@@ -9,7 +9,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "TokenObjects.h"
@@ -18,27 +17,16 @@
 #include "support/TempFolder.h"
 
 namespace keystrand::test {
-
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr CK_FLAGS kReadWrite = CKF_SERIAL_SESSION | CKF_RW_SESSION;
 const std::string kLabel = "mine" + std::string(28, ' ');
 const std::string kOfficer = "87654321";
 const std::string kUser = "12345";
 
 const unsigned char* octets(const std::string& text) {
   return reinterpret_cast<const unsigned char*>(text.data());
-}
-
-ByteString contents(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-void write(const fs::path& path, const ByteString& bytes) {
-  std::ofstream(path, std::ios::binary)
-      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
 // The tokens lie in a folder of the test's own; the module is made when a test first asks for it.
@@ -77,7 +65,7 @@ Template kept(Template values, bool isPrivate = false) {
   return with(with(std::move(values), flag(CKA_TOKEN, true)), flag(CKA_PRIVATE, isPrivate));
 }
 Template secret(const ByteString& value) {
-  return {number(CKA_CLASS, CKO_SECRET_KEY), number(CKA_KEY_TYPE, CKK_GENERIC_SECRET), {CKA_VALUE, value}};
+  return secretKey(CKK_GENERIC_SECRET, value);
 }
 Template labelled(const char* label) {
   return {{CKA_LABEL, {label, label + std::string_view(label).size()}}};
@@ -112,7 +100,7 @@ TEST_F(DiskTokens, HaveTheirHeadInTheFile) {
   EXPECT_EQ(std::string(info.model, info.model + 16), "Disk Token      ");
   EXPECT_EQ(info.ulMaxPinLen, 8U);
 
-  const ByteString bytes = contents(file());
+  const ByteString bytes = readFile(file());
   ASSERT_EQ(bytes.size(), TokenImage::kShortestFile);
   EXPECT_EQ(fs::status(file()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
   const std::string head(bytes.begin(), bytes.begin() + 160);
@@ -120,8 +108,7 @@ TEST_F(DiskTokens, HaveTheirHeadInTheFile) {
             kLabel + "Halvorn S.p.A." + std::string(18, ' ') + "Disk Token      7305" + std::string(12, ' '));
   EXPECT_EQ(head.substr(96, 4), std::string("\0\0\x04\x05", 4));
   EXPECT_EQ(head.substr(116), std::string(44, ' '));
-  EXPECT_EQ(ByteString(bytes.begin() + 160, bytes.begin() + 180),
-            digestOf("SHA1", ByteString(bytes.begin(), bytes.begin() + 160)));
+  EXPECT_EQ(slice(bytes, 160, 20), digestOf("SHA1", slice(bytes, 0, 160)));
   Session open(kReadWrite, 1);
   EXPECT_EQ(initialize(1, kOfficer), CKR_SESSION_EXISTS);
   EXPECT_EQ(initialize(2, kOfficer), CKR_OK) << "another slot";
@@ -204,7 +191,7 @@ TEST_F(DiskTokens, KeepWhatIsTheirs) {
     EXPECT_EQ(open.found({}).size(), 1U);
     EXPECT_EQ(open.ki.closeSession(open.handle), CKR_OK);
   }
-  const ByteString bytes = contents(file());
+  const ByteString bytes = readFile(file());
   EXPECT_TRUE(std::ranges::search(bytes, value).empty()) << "the secret lies open in the file";
 
   Session open(kReadWrite, 1);
@@ -215,15 +202,10 @@ TEST_F(DiskTokens, KeepWhatIsTheirs) {
   ASSERT_EQ(login(open, CKU_USER, kUser), CKR_OK);
   const auto keys = open.found(with(labelled("key"), {CKA_ID, {7}}));
   ASSERT_EQ(keys.size(), 1U);
-  ByteString mac(20);
-  CK_ULONG n = mac.size();
-  const CK_MECHANISM hmac{CKM_SHA_1_HMAC, nullptr, 0};
-  ASSERT_EQ(open.ki.signInit(open.handle, &hmac, keys[0]), CKR_OK);
-  ASSERT_EQ(open.ki.sign(open.handle, value.data(), value.size(), mac.data(), &n), CKR_OK);
-  const CK_OBJECT_HANDLE same = open.created(secret(value));
-  ASSERT_EQ(open.ki.verifyInit(open.handle, &hmac, same), CKR_OK);
-  EXPECT_EQ(open.ki.verify(open.handle, value.data(), value.size(), mac.data(), n), CKR_OK)
-      << "another value came back";
+  ASSERT_EQ(open.begin(&CryptoKi::signInit, CKM_SHA_1_HMAC, keys[0]), CKR_OK);
+  const ByteString mac = open.call(&CryptoKi::sign, value).octets;
+  ASSERT_EQ(open.begin(&CryptoKi::verifyInit, CKM_SHA_1_HMAC, open.created(secret(value))), CKR_OK);
+  EXPECT_EQ(open.verify(value, mac), CKR_OK) << "another value came back";
   ASSERT_EQ(open.ki.destroyObject(open.handle, open.found(labelled("dat")).at(0)), CKR_OK);
   CK_OBJECT_HANDLE object = 0;
   for (int i = 2; i < 40; ++i) open.created(kept(note()));
@@ -250,28 +232,14 @@ TEST_F(DiskTokens, KeepWhatTheyMake) {
   {
     Session open(kReadWrite, 1);
     ASSERT_EQ(login(open, CKU_USER, kUser), CKR_OK);
-    const Template ec = {{CKA_EC_PARAMS, {6, 8, 0x2A, 0x86, 0x48, 0xCE, 0x3D, 3, 1, 7}}};
-    for (const auto& [mechanism, more] :
-         {std::pair{CK_MECHANISM_TYPE{CKM_RSA_PKCS_KEY_PAIR_GEN}, Template{number(CKA_MODULUS_BITS, 1024)}},
-          {CKM_EC_KEY_PAIR_GEN, ec}}) {
-      Template publicOnes = with(more, flag(CKA_TOKEN, true));
-      Template privateOnes = {flag(CKA_TOKEN, true), flag(CKA_PRIVATE, true)};
-      const auto first = attributesOf(publicOnes);
-      const auto second = attributesOf(privateOnes);
-      const CK_MECHANISM generation{mechanism, nullptr, 0};
-      CK_OBJECT_HANDLE publicKey = 0;
-      CK_OBJECT_HANDLE privateKey = 0;
-      EXPECT_EQ(open.ki.generateKeyPair(open.handle, &generation, first.data(), first.size(), second.data(),
-                                        second.size(), &publicKey, &privateKey),
-                CKR_OK);
-    }
-    for (const CK_MECHANISM_TYPE mechanism : {CKM_DES_KEY_GEN, CKM_DES2_KEY_GEN, CKM_DES3_KEY_GEN}) {
-      Template wanted = {flag(CKA_TOKEN, true), flag(CKA_PRIVATE, true)};
-      const auto attributes = attributesOf(wanted);
-      const CK_MECHANISM generation{mechanism, nullptr, 0};
-      CK_OBJECT_HANDLE key = 0;
-      EXPECT_EQ(open.ki.generateKey(open.handle, &generation, attributes.data(), attributes.size(), &key), CKR_OK);
-    }
+    const Template kept = {flag(CKA_TOKEN, true), flag(CKA_PRIVATE, true)};
+    CK_OBJECT_HANDLE key = 0;
+    CK_OBJECT_HANDLE publicKey = 0;
+    for (const auto& [mechanism, size] : {std::pair{CKM_RSA_PKCS_KEY_PAIR_GEN, number(CKA_MODULUS_BITS, 1024)},
+                                          {CKM_EC_KEY_PAIR_GEN, Value{CKA_EC_PARAMS, fromHex("06082A8648CE3D030107")}}})
+      EXPECT_EQ(open.generatePair(mechanism, {size, flag(CKA_TOKEN, true)}, kept, &publicKey, &key), CKR_OK);
+    for (const CK_MECHANISM_TYPE mechanism : {CKM_DES_KEY_GEN, CKM_DES2_KEY_GEN, CKM_DES3_KEY_GEN})
+      EXPECT_EQ(open.generate(mechanism, kept, &key), CKR_OK);
     EXPECT_EQ(open.ki.closeSession(open.handle), CKR_OK);
   }
   Session again(kReadWrite, 1);
@@ -286,7 +254,7 @@ TEST_F(DiskTokens, LoseNothingWhenAWriteIsCutOff) {
   Session open(kReadWrite, 1);
   ASSERT_EQ(login(open, CKU_USER, kUser), CKR_OK);
   const CK_OBJECT_HANDLE first = open.created(kept(with(note(), {CKA_LABEL, {'1'}}), true));
-  const ByteString before = contents(file());
+  const ByteString before = readFile(file());
   std::signal(SIGXFSZ, SIG_IGN);
   struct rlimit usual {};
   getrlimit(RLIMIT_FSIZE, &usual);
@@ -302,7 +270,7 @@ TEST_F(DiskTokens, LoseNothingWhenAWriteIsCutOff) {
     setrlimit(RLIMIT_FSIZE, &usual);
     if (result == CKR_OK) break;
     ASSERT_EQ(result, CKR_DEVICE_ERROR) << n;
-    ASSERT_EQ(contents(file()), before) << n;
+    ASSERT_EQ(readFile(file()), before) << n;
     ASSERT_FALSE(fs::exists(file().string() + ".new")) << n;
     ASSERT_EQ(open.found({}).size(), 1U) << n;
     ASSERT_EQ(open.found(labelled("1")).size(), 1U) << n;
@@ -311,7 +279,7 @@ TEST_F(DiskTokens, LoseNothingWhenAWriteIsCutOff) {
   EXPECT_EQ(open.ki.closeAllSessions(1), CKR_OK);
 
   // A process that ended there leaves its half behind.
-  write(file().string() + ".new", ByteString(before.begin(), before.begin() + 700));
+  writeFile(file().string() + ".new", slice(before, 0, 700));
   Session again(kReadWrite, 1);
   again.created(kept(note()));
   EXPECT_FALSE(fs::exists(file().string() + ".new"));
@@ -325,27 +293,23 @@ TEST_F(DiskTokens, RefuseADamagedFile) {
     open.created(kept(note()));
     ASSERT_EQ(ki.closeSession(open.handle), CKR_OK);
   }
-  const ByteString good = contents(file());
+  const ByteString good = readFile(file());
   CK_SESSION_HANDLE session = 0;
   CK_TOKEN_INFO info{};
   const auto refuses = [&](const ByteString& bytes) {
-    write(file(), bytes);
+    writeFile(file(), bytes);
     const bool refused = ki.openSession(1, kReadWrite, nullptr, nullptr, &session) == CKR_TOKEN_NOT_RECOGNIZED &&
                          ki.getTokenInfo(1, &info) == CKR_TOKEN_NOT_RECOGNIZED;
-    return refused && contents(file()) == bytes;
+    return refused && readFile(file()) == bytes;
   };
   for (std::size_t n = 0; n < good.size(); ++n) {
-    ByteString spoilt = good;
-    spoilt[n] ^= static_cast<unsigned char>(1U << (n % 8));
-    ASSERT_TRUE(refuses(spoilt)) << "octet " << n;
-    ASSERT_TRUE(refuses(ByteString(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(n)))) << "cut at " << n;
+    ASSERT_TRUE(refuses(withBitFlipped(good, 8 * n + n % 8))) << "octet " << n << " from the end";
+    ASSERT_TRUE(refuses(slice(good, 0, n))) << "cut at " << n;
   }
-  ByteString longer = good;
-  longer.push_back(0);
-  EXPECT_TRUE(refuses(longer));
+  EXPECT_TRUE(refuses(good + ByteString{0}));
   EXPECT_TRUE(refuses(ByteString(TokenImage::kLongestFile + 1)));
   EXPECT_EQ(initialize(1, kOfficer), CKR_TOKEN_NOT_RECOGNIZED) << "what may be saved by hand is not overwritten";
-  write(file(), good);
+  writeFile(file(), good);
   EXPECT_EQ(ki.openSession(1, kReadWrite, nullptr, nullptr, &session), CKR_OK);
 }
 
@@ -359,12 +323,11 @@ TEST_F(DiskTokens, FindWhatWasForged) {
     open.created(kept(secret({2}), true));
     open.created(kept(note()));
   }
-  const ByteString good = contents(file());
+  const ByteString good = readFile(file());
   struct Row {
     const char* name;
     std::function<void(TokenImage&)> forge;
-    CK_RV opened;
-    CK_RV entered;
+    CK_RV opened, entered;
   };
   const ByteString half = {0, 0, 0, 0, 0, 0, 0, 8, 3};
   for (const Row& row :
@@ -386,7 +349,7 @@ TEST_F(DiskTokens, FindWhatWasForged) {
     auto image = TokenImage::decode(good);
     ASSERT_TRUE(image.has_value());
     row.forge(*image);
-    write(file(), image->encode());
+    writeFile(file(), image->encode());
     Session open;
     ASSERT_EQ(open.ki.openSession(1, kReadWrite, nullptr, nullptr, &open.handle), row.opened) << row.name;
     if (row.opened == CKR_OK) {
@@ -466,25 +429,6 @@ TEST(TokenKeys, ComeOutOfThePINAsWritten) {
     plain.resize(n);
     EXPECT_EQ(plain, text) << n;
   }
-}
-
-TEST_F(DiskTokens, ServeADevice) {
-  prepare();
-  CryptoKi ki;
-  CryptoDevice device(&ki);
-  EXPECT_FALSE(device.open(1, octets("wrong"), 5));
-  EXPECT_EQ(device.lastResult(), CKR_PIN_INCORRECT);
-  ASSERT_TRUE(device.open(1, octets(kUser), 5));
-  const std::unique_ptr<KeyInfo> made(device.generateRSAKeyPair(1024, "pair"));
-  ASSERT_NE(made, nullptr);
-  device.close();
-  ASSERT_TRUE(device.open(1, octets(kUser), 5));
-  const ByteString text = {'t'};
-  ASSERT_TRUE(device.setSignatureAlgorithm("1.2.840.113549.1.1.11") && device.selectPrivateKey("pair"));
-  const std::unique_ptr<Signature> signature(device.signData(text.data(), 1));
-  ASSERT_NE(signature, nullptr);
-  ASSERT_TRUE(device.open(0, nullptr, 0)) << "the virtual token asks for nobody";
-  EXPECT_TRUE(device.verifyData(text.data(), 1, *signature, *made));
 }
 
 }  // namespace keystrand::test

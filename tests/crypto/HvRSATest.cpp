@@ -74,29 +74,5 @@ TEST(RSA, RefusesKeysAndBlocksThatAreNotAcceptable) {
   EXPECT_FALSE(hvRSA::publicOperation(key, ByteString(129))) << "longer than the modulus";
 }
 
-TEST(RSA, AcceptsOnePaddingOnly) {
-  const ByteString data = fromHex("3000AA");
-  struct Row {
-    const char *name, *block;
-    bool ok;
-  };
-  for (const Row& row :
-       {Row{"eight fill octets", "0001FFFFFFFFFFFFFFFF003000AA", true},
-        Row{"nine", "0001FFFFFFFFFFFFFFFFFF003000AA", true}, Row{"seven", "0001FFFFFFFFFFFFFF003000AA", false},
-        Row{"block type 2", "0002FFFFFFFFFFFFFFFF003000AA", false},
-        Row{"block type 0", "00000000000000000000003000AA", false},
-        Row{"first octet", "0101FFFFFFFFFFFFFFFF003000AA", false},
-        Row{"another fill", "0001FFFFFFFEFFFFFFFF003000AA", false},
-        Row{"no separator", "0001FFFFFFFFFFFFFFFFFF3000AA", false},
-        Row{"something behind", "0001FFFFFFFFFFFFFFFF003000AA00", false},
-        Row{"something in front", "0001FFFFFFFFFFFFFFFF00003000AA", false},
-        Row{"other data", "0001FFFFFFFFFFFFFFFF003000AB", false}, Row{"cut off", "0001FFFF3000AA", false},
-        Row{"nothing", "", false}}) {
-    const ByteString block = fromHex(row.block);
-    const auto held = hvRSA::withoutPadding(block);
-    EXPECT_EQ(held && std::ranges::equal(*held, data), row.ok) << row.name;
-  }
-}
-
 }  // namespace
 }  // namespace keystrand::test

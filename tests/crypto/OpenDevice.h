@@ -42,43 +42,7 @@ inline bool verifies(CryptoDevice& device, const ByteString& data, const ByteStr
   return digest != nullptr && device.verify(octets, *digest, key);
 }
 
-// The algorithms of signatures that the device knows, each with a kind of key.
 inline const ByteString kMessage = {'m', 'e', 's', 's', 'a', 'g', 'e'};
 inline constexpr const char* kPSS = "1.2.840.113549.1.1.10";
-
-struct AlgorithmRow {
-  const char *oid, *key;
-  SigningSpec signing;
-  const char* digest = nullptr;  // to be selected first
-};
-
-inline const AlgorithmRow kAlgorithms[] = {
-    {"1.2.840.113549.1.1.5", "RSA-2048", {"SHA1"}},
-    {"1.3.14.3.2.29", "RSA-2048", {"SHA1"}},
-    {"1.2.840.113549.1.1.11", "RSA-2048", {"SHA256"}},
-    {"1.2.840.113549.1.1.11", "RSA-1024", {"SHA256"}},
-    {"1.2.840.113549.1.1.11", "RSA-2049", {"SHA256"}},
-    {"1.2.840.113549.1.1.11", "RSA-3072", {"SHA256"}},
-    {"1.2.840.113549.1.1.12", "RSA-2048", {"SHA384"}},
-    {"1.2.840.113549.1.1.13", "RSA-2048", {"SHA512"}},
-    {"1.2.840.113549.1.1.4", "RSA-2048", {"MD5"}},
-    {"1.3.14.3.2.3", "RSA-2048", {"MD5"}},
-    {"1.3.36.3.3.1.2", "RSA-2048", {"RIPEMD160"}},
-    {kPSS, "RSA-2048", {"SHA1", true}, "1.3.14.3.2.26"},
-    {kPSS, "RSA-2048", {"SHA256", true}, "2.16.840.1.101.3.4.2.1"},
-    {kPSS, "RSA-2049", {"SHA256", true}, "2.16.840.1.101.3.4.2.1"},
-    {kPSS, "RSA-2048", {"SHA384", true}, "2.16.840.1.101.3.4.2.2"},
-    {kPSS, "RSA-2048", {"SHA512", true}, "2.16.840.1.101.3.4.2.3"},
-    {"1.2.840.10045.4.1", "P-256", {"SHA1"}},
-    {"1.2.840.10045.4.3.1", "P-224", {"SHA224"}},
-    {"1.2.840.10045.4.3.2", "P-256", {"SHA256"}},
-    {"1.2.840.10045.4.3.3", "P-384", {"SHA384"}},
-    {"1.2.840.10045.4.3.4", "P-521", {"SHA512"}},
-    {"1.2.840.10045.4.3.4", "P-256", {"SHA512"}},
-    {"1.2.840.10045.4.3.2", "secp256k1", {"SHA256"}},
-    {"1.2.840.10045.4.3.2", "brainpoolP256r1", {"SHA256"}},
-    {"1.2.840.10045.4.3.3", "brainpoolP384r1", {"SHA384"}},
-    {"1.2.840.10045.4.3.4", "brainpoolP512r1", {"SHA512"}},
-};
 
 }  // namespace keystrand::test

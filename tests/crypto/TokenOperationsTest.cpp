@@ -1,204 +1,280 @@
-// Digests, verifications and random numbers of the built-in token.
+// The operations of the built-in token by the rules of the standard: digests, signatures, random numbers.
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <functional>
 
 #include "TokenObjects.h"
 #include "keystrand/crypto/RSAPublicKey.h"
-#include "support/Der.h"
+#include "support/Coding.h"
+#include "support/OwnKeys.h"
 
 namespace keystrand::test {
+namespace {
 
-TEST(TokenOperations, DigestsByTheRulesOfOperations) {
-  Session open;
-  CryptoKi& ki = open.ki;
-  const ByteString abc = {'a', 'b', 'c'};
-  ByteString out(64);
-  CK_ULONG length = out.size();
-  const CK_MECHANISM sha256{CKM_SHA256, nullptr, 0};
-  for (const CK_MECHANISM_TYPE none : {CKM_RIPEMD128, CKM_MD2, CKM_RSA_PKCS, CKM_SHA512_256}) {
-    const CK_MECHANISM mechanism{none, nullptr, 0};
-    EXPECT_EQ(ki.digestInit(open.handle, &mechanism), CKR_MECHANISM_INVALID);
-  }
-  EXPECT_EQ(ki.digest(open.handle, abc.data(), 3, out.data(), &length), CKR_OPERATION_NOT_INITIALIZED);
-  EXPECT_EQ(ki.digestUpdate(open.handle, abc.data(), 3), CKR_OPERATION_NOT_INITIALIZED);
-  ASSERT_EQ(ki.digestInit(open.handle, &sha256), CKR_OK);
-  EXPECT_EQ(ki.digestInit(open.handle, &sha256), CKR_OPERATION_ACTIVE);
-  EXPECT_EQ(ki.digest(open.handle, abc.data(), 3, nullptr, &length), CKR_OK);
-  EXPECT_EQ(length, 32U);
-  length = 31;
-  EXPECT_EQ(ki.digest(open.handle, abc.data(), 3, out.data(), &length), CKR_BUFFER_TOO_SMALL);
-  EXPECT_EQ(length, 32U);
-  EXPECT_EQ(ki.digest(open.handle, abc.data(), 3, out.data(), &length), CKR_OK);
-  out.resize(length);
-  EXPECT_EQ(out, digestOf("SHA256", abc));
-  ASSERT_EQ(ki.digestInit(open.handle, &sha256), CKR_OK);
-  ASSERT_EQ(ki.digestUpdate(open.handle, abc.data(), 1), CKR_OK);
-  length = 1;
-  EXPECT_EQ(ki.digestFinal(open.handle, out.data(), &length), CKR_BUFFER_TOO_SMALL);
-  ASSERT_EQ(ki.digestUpdate(open.handle, abc.data() + 1, 2), CKR_OK);
-  EXPECT_EQ(ki.digestFinal(open.handle, out.data(), &length), CKR_OK);
-  EXPECT_EQ(out, digestOf("SHA256", abc));
+ByteString magnitude(const BigInteger& value) {
+  ByteString octets(value.magnitudeLength());
+  value.magnitude(octets);
+  return octets;
 }
 
-TEST(TokenOperations, VerifiesByTheRulesOfOperations) {
-  const PrivateKey key = privateKey("RSA-2048");
-  const ByteString data = {'d', 'a', 't', 'a'};
-  const ByteString good = signatureOf(key, {"SHA256"}, data);
-  const auto info = keyInfoOf(key);
-  ByteString modulus(256);
-  dynamic_cast<const RSAPublicKey&>(*info->keyView()).modulus().magnitude(modulus);
+// A private key that OpenSSL made, and the RSA key to it that is public.
+Template privateTemplate(const PrivateKey& key) {
+  const auto own = ownKey(key);
+  if (const auto* rsa = dynamic_cast<const RSAPrivateKey*>(own.get())) {
+    return {number(CKA_CLASS, CKO_PRIVATE_KEY),
+            number(CKA_KEY_TYPE, CKK_RSA),
+            {CKA_MODULUS, magnitude(rsa->modulus())},
+            {CKA_PUBLIC_EXPONENT, magnitude(rsa->publicExponent())},
+            {CKA_PRIVATE_EXPONENT, magnitude(rsa->privateExponent())}};
+  }
+  const auto& ec = dynamic_cast<const ECDSAPrivateKey&>(*own);
+  Buffer domain;
+  ec.parametersView()->put(domain);
+  return {number(CKA_CLASS, CKO_PRIVATE_KEY),
+          number(CKA_KEY_TYPE, CKK_EC),
+          {CKA_EC_PARAMS, held(domain)},
+          {CKA_VALUE, magnitude(ec.value())}};
+}
+Template publicTemplate(const PrivateKey& key) {
+  return rsaKey(magnitude(dynamic_cast<const RSAPublicKey&>(*keyInfoOf(key)->keyView()).modulus()));
+}
+
+// What stands in a signature with PKCS #1 v1.5 padding.
+ByteString paddedBlock(const ByteString& content, std::size_t length) {
+  return fromHex("0001") + ByteString(length - content.size() - 3, 0xFF) + ByteString{0} + content;
+}
+
+class TokenOperations : public testing::Test {
+ protected:
+  CK_RV begin(Session::Begin step, const Mechanism& mechanism, CK_OBJECT_HANDLE key) {
+    return open.begin(step, mechanism, key);
+  }
+  CK_RV beginDigest(const Mechanism& mechanism) { return open.ki.digestInit(open.handle, &mechanism); }
+
   Session open;
   CryptoKi& ki = open.ki;
-  const CK_OBJECT_HANDLE object = open.created(rsaKey(modulus));
-  const CK_OBJECT_HANDLE forbidden = open.created(with(rsaKey(modulus), flag(CKA_VERIFY, false)));
+  const PrivateKey rsaPair = privateKey("RSA-1024");
+  const CK_OBJECT_HANDLE rsa = open.created(privateTemplate(rsaPair));
+  const CK_OBJECT_HANDLE rsaPublic = open.created(publicTemplate(rsaPair));
+  const ByteString signature = signatureRound(rsaPair, kMessage);
+};
+
+}  // namespace
+
+// Asking for the length, or offering too little room, leaves an operation as it is; any other answer ends it.
+TEST_F(TokenOperations, BeginGoOnAndEndByTheRules) {
+  const CK_OBJECT_HANDLE aes = open.created(secretKey(CKK_AES, ByteString(16)));
+  const ByteString zeros(16);
+  const ByteString enciphered = fromHex("66E94BD4EF8A2C3B884CFA59CA342B2E");
+  struct Row {
+    const char* name;
+    std::function<CK_RV()> begin;
+    Session::Whole whole;
+    ByteString in, out;
+  };
+  for (const Row& row : {Row{"digest", [&] { return beginDigest(CKM_SHA256); }, &CryptoKi::digest, kMessage,
+                             digestOf("SHA256", kMessage)},
+                         Row{"sign", [&] { return begin(&CryptoKi::signInit, CKM_RSA_PKCS, rsa); }, &CryptoKi::sign,
+                             kMessage, signature},
+                         Row{"sign with recovery", [&] { return begin(&CryptoKi::signRecoverInit, CKM_RSA_PKCS, rsa); },
+                             &CryptoKi::signRecover, kMessage, signature},
+                         Row{"recover", [&] { return begin(&CryptoKi::verifyRecoverInit, CKM_RSA_PKCS, rsaPublic); },
+                             &CryptoKi::verifyRecover, signature, kMessage},
+                         Row{"encrypt", [&] { return begin(&CryptoKi::encryptInit, CKM_AES_ECB, aes); },
+                             &CryptoKi::encrypt, zeros, enciphered},
+                         Row{"decrypt", [&] { return begin(&CryptoKi::decryptInit, CKM_AES_ECB, aes); },
+                             &CryptoKi::decrypt, enciphered, zeros}}) {
+    EXPECT_EQ(open.call(row.whole, row.in).code, CKR_OPERATION_NOT_INITIALIZED) << row.name;
+    ASSERT_EQ(row.begin(), CKR_OK) << row.name;
+    EXPECT_EQ(row.begin(), CKR_OPERATION_ACTIVE) << row.name;
+    for (const auto& [room, code] : {std::pair{std::size_t{0}, CKR_OK}, {row.out.size() - 1, CKR_BUFFER_TOO_SMALL}}) {
+      const Outcome asked = open.call(row.whole, row.in, room);
+      EXPECT_EQ(asked.code, code) << row.name;
+      EXPECT_EQ(asked.length, row.out.size()) << row.name;
+    }
+    const Outcome done = open.call(row.whole, row.in);
+    EXPECT_EQ(done.code, CKR_OK) << row.name;
+    EXPECT_EQ(done.octets, row.out) << row.name;
+    EXPECT_EQ(open.call(row.whole, row.in).code, CKR_OPERATION_NOT_INITIALIZED) << row.name;
+  }
+}
+
+TEST_F(TokenOperations, GoOnInParts) {
+  EXPECT_EQ(open.call(&CryptoKi::digestUpdate, kMessage), CKR_OPERATION_NOT_INITIALIZED);
+  ASSERT_EQ(beginDigest(CKM_SHA256), CKR_OK);
+  ASSERT_EQ(open.call(&CryptoKi::digestUpdate, slice(kMessage, 0, 1)), CKR_OK);
+  EXPECT_EQ(open.call(&CryptoKi::digestFinal, 1).code, CKR_BUFFER_TOO_SMALL);
+  ASSERT_EQ(open.call(&CryptoKi::digestUpdate, slice(kMessage, 1)), CKR_OK);
+  EXPECT_EQ(open.call(&CryptoKi::digestFinal).octets, digestOf("SHA256", kMessage));
+  for (const auto& [init, update, key] : {std::tuple{&CryptoKi::signInit, &CryptoKi::signUpdate, rsa},
+                                          {&CryptoKi::verifyInit, &CryptoKi::verifyUpdate, rsaPublic}}) {
+    ASSERT_EQ(begin(init, CKM_RSA_PKCS, key), CKR_OK);
+    EXPECT_EQ(open.call(update, kMessage), CKR_MECHANISM_INVALID) << "in one part only";
+  }
+  ASSERT_EQ(begin(&CryptoKi::signInit, CKM_SHA256_RSA_PKCS, rsa), CKR_OK);
+  EXPECT_EQ(open.call(&CryptoKi::signUpdate, kMessage), CKR_OK);
+  EXPECT_EQ(ki.destroyObject(open.handle, rsa), CKR_OK) << "the operation keeps its key";
+  EXPECT_EQ(open.call(&CryptoKi::signFinal, 1).code, CKR_BUFFER_TOO_SMALL);
+  EXPECT_TRUE(verifiesInOpenSSL(rsaPair, {"SHA256"}, kMessage, open.call(&CryptoKi::signFinal).octets));
+}
+
+TEST_F(TokenOperations, WantAKeyAndAMechanismThatFit) {
+  for (const CK_MECHANISM_TYPE none : {CKM_RIPEMD128, CKM_MD2, CKM_RSA_PKCS, CKM_SHA512_256})
+    EXPECT_EQ(beginDigest(none), CKR_MECHANISM_INVALID);
+  const CK_OBJECT_HANDLE mute = open.created(with(privateTemplate(rsaPair), flag(CKA_SIGN, false)));
+  Template forbidden = with(publicTemplate(rsaPair), flag(CKA_VERIFY, false));
+  const CK_OBJECT_HANDLE deaf = open.created(with(forbidden, flag(CKA_VERIFY_RECOVER, false)));
   const CK_OBJECT_HANDLE text = open.created(note());
   CK_RSA_PKCS_PSS_PARAMS salted{CKM_SHA256, CKG_MGF1_SHA256, 20};
-  struct Beginning {
+  struct Row {
     const char* name;
-    CK_MECHANISM mechanism;
+    Session::Begin step;
+    Mechanism mechanism;
     CK_OBJECT_HANDLE key;
     CK_RV result;
   };
-  for (const Beginning& row : {
-           Beginning{"no object", {CKM_SHA256_RSA_PKCS, nullptr, 0}, 999, CKR_KEY_HANDLE_INVALID},
-           Beginning{"no key", {CKM_SHA256_RSA_PKCS, nullptr, 0}, text, CKR_KEY_HANDLE_INVALID},
-           Beginning{"not for this", {CKM_SHA256_RSA_PKCS, nullptr, 0}, forbidden, CKR_KEY_FUNCTION_NOT_PERMITTED},
-           Beginning{"RSA key", {CKM_ECDSA, nullptr, 0}, object, CKR_KEY_TYPE_INCONSISTENT},
-           Beginning{"ISO 9796", {CKM_RSA_9796, nullptr, 0}, object, CKR_MECHANISM_INVALID},
-           Beginning{"PSS alone", {CKM_RSA_PKCS_PSS, nullptr, 0}, object, CKR_MECHANISM_INVALID},
-           Beginning{"no parameter", {CKM_SHA256_RSA_PKCS_PSS, nullptr, 0}, object, CKR_MECHANISM_PARAM_INVALID},
-           Beginning{
-               "other salt", {CKM_SHA256_RSA_PKCS_PSS, &salted, sizeof salted}, object, CKR_MECHANISM_PARAM_INVALID},
-       }) {
-    EXPECT_EQ(ki.verifyInit(open.handle, &row.mechanism, row.key), row.result) << row.name;
-    EXPECT_EQ(ki.verify(open.handle, data.data(), 4, good.data(), good.size()), CKR_OPERATION_NOT_INITIALIZED)
-        << row.name;
+  constexpr Session::Begin kSign = &CryptoKi::signInit;
+  constexpr Session::Begin kSignRecover = &CryptoKi::signRecoverInit;
+  constexpr Session::Begin kVerify = &CryptoKi::verifyInit;
+  constexpr Session::Begin kRecover = &CryptoKi::verifyRecoverInit;
+  for (const Row& row :
+       {Row{"no such key", kSign, CKM_RSA_PKCS, 999, CKR_KEY_HANDLE_INVALID},
+        Row{"no key at all", kSign, CKM_RSA_PKCS, text, CKR_KEY_HANDLE_INVALID},
+        Row{"a public key", kSign, CKM_RSA_PKCS, rsaPublic, CKR_KEY_FUNCTION_NOT_PERMITTED},
+        Row{"not for signing", kSign, CKM_RSA_PKCS, mute, CKR_KEY_FUNCTION_NOT_PERMITTED},
+        Row{"key of another type", kSign, CKM_ECDSA, rsa, CKR_KEY_TYPE_INCONSISTENT},
+        Row{"no signature", kSign, CKM_SHA_1, rsa, CKR_MECHANISM_INVALID},
+        Row{"PSS without parameters", kSign, CKM_SHA256_RSA_PKCS_PSS, rsa, CKR_MECHANISM_PARAM_INVALID},
+        Row{"a digest recovers nothing", kSignRecover, CKM_SHA256_RSA_PKCS, rsa, CKR_MECHANISM_INVALID},
+        Row{"no such key", kVerify, CKM_SHA256_RSA_PKCS, 999, CKR_KEY_HANDLE_INVALID},
+        Row{"no key at all", kVerify, CKM_SHA256_RSA_PKCS, text, CKR_KEY_HANDLE_INVALID},
+        Row{"not for verifying", kVerify, CKM_SHA256_RSA_PKCS, deaf, CKR_KEY_FUNCTION_NOT_PERMITTED},
+        Row{"key of another type", kVerify, CKM_ECDSA, rsaPublic, CKR_KEY_TYPE_INCONSISTENT},
+        Row{"ISO 9796", kVerify, CKM_RSA_9796, rsaPublic, CKR_MECHANISM_INVALID},
+        Row{"PSS alone", kVerify, CKM_RSA_PKCS_PSS, rsaPublic, CKR_MECHANISM_INVALID},
+        Row{"PSS without parameters", kVerify, CKM_SHA256_RSA_PKCS_PSS, rsaPublic, CKR_MECHANISM_PARAM_INVALID},
+        Row{"other salt", kVerify, {CKM_SHA256_RSA_PKCS_PSS, salted}, rsaPublic, CKR_MECHANISM_PARAM_INVALID},
+        Row{"a digest recovers nothing", kRecover, CKM_SHA256_RSA_PKCS, rsaPublic, CKR_MECHANISM_INVALID},
+        Row{"no such key", kRecover, CKM_RSA_PKCS, 999, CKR_KEY_HANDLE_INVALID},
+        Row{"not for recovering", kRecover, CKM_RSA_PKCS, deaf, CKR_KEY_FUNCTION_NOT_PERMITTED}}) {
+    EXPECT_EQ(begin(row.step, row.mechanism, row.key), row.result) << row.name;
+    EXPECT_EQ(open.call(&CryptoKi::sign, kMessage).code, CKR_OPERATION_NOT_INITIALIZED) << row.name;
+    EXPECT_EQ(open.verify(kMessage, signature), CKR_OPERATION_NOT_INITIALIZED) << row.name;
   }
-  struct Check {
+}
+
+TEST_F(TokenOperations, VerifyAndRecoverWhatIsRight) {
+  const ByteString hashed = signatureOf(rsaPair, {"SHA256"}, kMessage);
+  const ByteString block = paddedBlock(kMessage, 128);
+  struct Row {
     const char* name;
-    ByteString signature;
+    CK_MECHANISM_TYPE mechanism;
+    ByteString data, signature;
     CK_RV result;
   };
-  const CK_MECHANISM mechanism{CKM_SHA256_RSA_PKCS, nullptr, 0};
-  for (const Check& row : {Check{"good", good, CKR_OK}, Check{"spoilt", withBitFlipped(good), CKR_SIGNATURE_INVALID},
-                           Check{"short", ByteString(good.begin() + 1, good.end()), CKR_SIGNATURE_LEN_RANGE},
-                           Check{"long", ByteString{0} + good, CKR_SIGNATURE_LEN_RANGE}}) {
-    ASSERT_EQ(ki.verifyInit(open.handle, &mechanism, object), CKR_OK) << row.name;
-    EXPECT_EQ(ki.verifyInit(open.handle, &mechanism, object), CKR_OPERATION_ACTIVE) << row.name;
-    EXPECT_EQ(ki.verify(open.handle, data.data(), 4, row.signature.data(), row.signature.size()), row.result)
-        << row.name;
-    ASSERT_EQ(ki.verifyInit(open.handle, &mechanism, object), CKR_OK) << row.name;
-    EXPECT_EQ(ki.verifyUpdate(open.handle, data.data(), 1), CKR_OK) << row.name;
-    EXPECT_EQ(ki.verifyUpdate(open.handle, data.data() + 1, 3), CKR_OK) << row.name;
+  for (const Row& row : {Row{"good", CKM_SHA256_RSA_PKCS, kMessage, hashed, CKR_OK},
+                         Row{"spoilt", CKM_SHA256_RSA_PKCS, kMessage, withBitFlipped(hashed), CKR_SIGNATURE_INVALID},
+                         Row{"short", CKM_SHA256_RSA_PKCS, kMessage, slice(hashed, 1), CKR_SIGNATURE_LEN_RANGE},
+                         Row{"long", CKM_SHA256_RSA_PKCS, kMessage, ByteString{0} + hashed, CKR_SIGNATURE_LEN_RANGE},
+                         Row{"bare", CKM_RSA_PKCS, kMessage, signature, CKR_OK},
+                         Row{"bare with the padding", CKM_RSA_PKCS, block, signature, CKR_SIGNATURE_INVALID},
+                         Row{"raw", CKM_RSA_X_509, block, signature, CKR_OK},
+                         Row{"raw without the padding", CKM_RSA_X_509, kMessage, signature, CKR_SIGNATURE_INVALID}}) {
+    ASSERT_EQ(begin(&CryptoKi::verifyInit, row.mechanism, rsaPublic), CKR_OK) << row.name;
+    EXPECT_EQ(begin(&CryptoKi::verifyInit, row.mechanism, rsaPublic), CKR_OPERATION_ACTIVE) << row.name;
+    EXPECT_EQ(open.verify(row.data, row.signature), row.result) << row.name;
+    if (row.mechanism != CKM_SHA256_RSA_PKCS) continue;
+    ASSERT_EQ(begin(&CryptoKi::verifyInit, row.mechanism, rsaPublic), CKR_OK) << row.name;
+    EXPECT_EQ(open.call(&CryptoKi::verifyUpdate, slice(row.data, 0, 1)), CKR_OK) << row.name;
+    EXPECT_EQ(open.call(&CryptoKi::verifyUpdate, slice(row.data, 1)), CKR_OK) << row.name;
     EXPECT_EQ(ki.verifyFinal(open.handle, row.signature.data(), row.signature.size()), row.result) << row.name;
-    EXPECT_EQ(ki.verifyFinal(open.handle, good.data(), good.size()), CKR_OPERATION_NOT_INITIALIZED) << row.name;
+    EXPECT_EQ(ki.verifyFinal(open.handle, hashed.data(), hashed.size()), CKR_OPERATION_NOT_INITIALIZED) << row.name;
   }
-  // A key that goes while it is in use goes when the operation ends.
-  ASSERT_EQ(ki.verifyInit(open.handle, &mechanism, object), CKR_OK);
-  ASSERT_EQ(ki.destroyObject(open.handle, object), CKR_OK);
-  EXPECT_EQ(ki.verify(open.handle, data.data(), 4, good.data(), good.size()), CKR_OK);
+  struct Recovery {
+    const char* name;
+    CK_MECHANISM_TYPE mechanism;
+    ByteString signature;
+    CK_RV result;
+    ByteString data = {};
+  };
+  for (const Recovery& row :
+       {Recovery{"good", CKM_RSA_PKCS, signature, CKR_OK, kMessage},
+        Recovery{"raw", CKM_RSA_X_509, signature, CKR_OK, block},
+        Recovery{"spoilt", CKM_RSA_PKCS, withBitFlipped(signature), CKR_SIGNATURE_INVALID},
+        Recovery{"short", CKM_RSA_PKCS, slice(signature, 1), CKR_SIGNATURE_LEN_RANGE},
+        Recovery{"larger than the modulus", CKM_RSA_X_509, ByteString(128, 0xFF), CKR_SIGNATURE_INVALID}}) {
+    ASSERT_EQ(begin(&CryptoKi::verifyRecoverInit, row.mechanism, rsaPublic), CKR_OK) << row.name;
+    const Outcome back = open.call(&CryptoKi::verifyRecover, row.signature);
+    EXPECT_EQ(back.code, row.result) << row.name;
+    EXPECT_EQ(back.octets, row.data) << row.name;
+    EXPECT_EQ(open.call(&CryptoKi::verifyRecover, signature).code, CKR_OPERATION_NOT_INITIALIZED) << row.name;
+  }
+  ASSERT_EQ(begin(&CryptoKi::verifyInit, CKM_SHA256_RSA_PKCS, rsaPublic), CKR_OK);
+  ASSERT_EQ(ki.destroyObject(open.handle, rsaPublic), CKR_OK);
+  EXPECT_EQ(open.verify(kMessage, hashed), CKR_OK) << "a key in use goes when the operation ends";
 }
 
-TEST(TokenOperations, VerifiesRawRSAAndBareDigests) {
-  const PrivateKey rsa = privateKey("RSA-1024");
+TEST_F(TokenOperations, SignNoMoreThanTheyCan) {
+  ASSERT_EQ(begin(&CryptoKi::signInit, CKM_RSA_PKCS, rsa), CKR_OK);
+  EXPECT_EQ(open.call(&CryptoKi::sign, ByteString(118, 0x55)).code, CKR_DATA_LEN_RANGE) << "no room for the padding";
+  const CK_OBJECT_HANDLE ec = open.created(privateTemplate(privateKey("P-256")));
+  ASSERT_EQ(begin(&CryptoKi::signInit, CKM_ECDSA, ec), CKR_OK);
+  EXPECT_EQ(open.call(&CryptoKi::sign, ByteString(19)).code, CKR_DATA_LEN_RANGE) << "no digest";
+  ASSERT_EQ(begin(&CryptoKi::signRecoverInit, CKM_RSA_X_509, rsa), CKR_OK);
+  const ByteString raw = open.call(&CryptoKi::signRecover, kMessage).octets;
+  ASSERT_EQ(begin(&CryptoKi::verifyRecoverInit, CKM_RSA_X_509, rsaPublic), CKR_OK);
+  EXPECT_EQ(open.call(&CryptoKi::verifyRecover, raw).octets, ByteString(128 - kMessage.size()) + kMessage);
+}
+
+// With ECDSA the digest stands alone or in a DigestInfo; nothing else is taken for one.
+TEST(DeviceVerification, TakesDigestsOfECDSAInTwoForms) {
   const PrivateKey curve = privateKey("P-256");
-  const ByteString data = {'d', 'a', 't', 'a'};
-  Session open;
-  ByteString modulus(128);
-  dynamic_cast<const RSAPublicKey&>(*keyInfoOf(rsa)->keyView()).modulus().magnitude(modulus);
-  const CK_OBJECT_HANDLE key = open.created(rsaKey(modulus));
-  const ByteString signature = signatureRound(rsa, data);
-  ByteString block(128, 0xFF);
-  block[0] = 0;
-  block[1] = 1;
-  block[123] = 0;
-  std::ranges::copy(data, block.begin() + 124);
-  const auto check = [&](CK_MECHANISM_TYPE type, const ByteString& what) {
-    const CK_MECHANISM mechanism{type, nullptr, 0};
-    EXPECT_EQ(open.ki.verifyInit(open.handle, &mechanism, key), CKR_OK);
-    return open.ki.verify(open.handle, what.data(), what.size(), signature.data(), signature.size());
-  };
-  EXPECT_EQ(check(CKM_RSA_PKCS, data), CKR_OK);
-  EXPECT_EQ(check(CKM_RSA_PKCS, block), CKR_SIGNATURE_INVALID);
-  EXPECT_EQ(check(CKM_RSA_X_509, block), CKR_OK);
-  EXPECT_EQ(check(CKM_RSA_X_509, data), CKR_SIGNATURE_INVALID);
-  const CK_MECHANISM single{CKM_RSA_PKCS, nullptr, 0};
-  EXPECT_EQ(open.ki.verifyInit(open.handle, &single, key), CKR_OK);
-  EXPECT_EQ(open.ki.verifyUpdate(open.handle, data.data(), 4), CKR_MECHANISM_INVALID);
-
-  // With ECDSA the digest stands alone or in a DigestInfo; nothing else is taken for one.
-  OpenDevice device;
-  ASSERT_TRUE(device.device.setSignatureAlgorithm("1.2.840.10045.4.3.2"));
-  const Signature ecdsa(signatureOf(curve, {"SHA256"}, data));
-  const ByteString digest = digestOf("SHA256", data);
+  OpenDevice open;
+  ASSERT_TRUE(open.device.setSignatureAlgorithm("1.2.840.10045.4.3.2"));
+  const Signature signature(signatureOf(curve, {"SHA256"}, kMessage));
+  const ByteString digest = digestOf("SHA256", kMessage);
+  const ByteString head = fromHex("3031300d060960864801650304020105000420");
   const auto info = keyInfoOf(curve);
-  const auto raw = [&](const ByteString& what) {
-    return device.device.verifyRaw(what.data(), what.size(), ecdsa, *info);
-  };
-  EXPECT_TRUE(raw(digest));
-  EXPECT_TRUE(raw(fromHex("3031300d060960864801650304020105000420") + digest));
-  EXPECT_TRUE(raw(fromHex("302f300b06096086480165030402010420") + digest));
-  EXPECT_FALSE(raw(fromHex("308131300d060960864801650304020105000420") + digest));
-  EXPECT_FALSE(raw(fromHex("3031300d060960864801650304020105000420") + digest + ByteString{0}));
-  EXPECT_FALSE(raw(digest + ByteString{0}));
-  EXPECT_FALSE(raw({}));
+  for (const auto& [what, good] : {std::pair{digest, true},
+                                   {head + digest, true},
+                                   {fromHex("302f300b06096086480165030402010420") + digest, true},
+                                   {fromHex("308131300d060960864801650304020105000420") + digest, false},
+                                   {head + digest + ByteString{0}, false},
+                                   {digest + ByteString{0}, false},
+                                   {ByteString(), false}})
+    EXPECT_EQ(open.device.verifyRaw(what.data(), what.size(), signature, *info), good) << what.size();
 }
 
-TEST(TokenOperations, RecoversWhatWasSigned) {
-  const PrivateKey signer = privateKey("RSA-1024");
-  const ByteString data = {'d', 'a', 't', 'a'};
-  const ByteString good = signatureRound(signer, data);
-  ByteString modulus(128);
-  dynamic_cast<const RSAPublicKey&>(*keyInfoOf(signer)->keyView()).modulus().magnitude(modulus);
-  Session open;
-  CryptoKi& ki = open.ki;
-  const CK_OBJECT_HANDLE key = open.created(rsaKey(modulus));
-  const CK_OBJECT_HANDLE forbidden = open.created(with(rsaKey(modulus), flag(CKA_VERIFY_RECOVER, false)));
-  const CK_MECHANISM padded{CKM_RSA_PKCS, nullptr, 0};
-  const CK_MECHANISM raw{CKM_RSA_X_509, nullptr, 0};
-  const CK_MECHANISM hashing{CKM_SHA256_RSA_PKCS, nullptr, 0};
-  EXPECT_EQ(ki.verifyRecoverInit(open.handle, &hashing, key), CKR_MECHANISM_INVALID);
-  EXPECT_EQ(ki.verifyRecoverInit(open.handle, &padded, forbidden), CKR_KEY_FUNCTION_NOT_PERMITTED);
-  EXPECT_EQ(ki.verifyRecoverInit(open.handle, &padded, key + 9), CKR_KEY_HANDLE_INVALID);
-  ByteString out(128);
-  CK_ULONG n = 0;
-  const auto recover = [&](const CK_MECHANISM& mechanism, const ByteString& signature) {
-    n = out.size();
-    EXPECT_EQ(ki.verifyRecoverInit(open.handle, &mechanism, key), CKR_OK);
-    EXPECT_EQ(ki.verifyRecoverInit(open.handle, &mechanism, key), CKR_OPERATION_ACTIVE);
-    const CK_RV result = ki.verifyRecover(open.handle, signature.data(), signature.size(), out.data(), &n);
-    EXPECT_EQ(ki.verifyRecover(open.handle, good.data(), good.size(), out.data(), &n), CKR_OPERATION_NOT_INITIALIZED);
-    return result;
-  };
-  EXPECT_EQ(recover(padded, good), CKR_OK);
-  EXPECT_EQ(ByteString(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(n)), data);
-  EXPECT_EQ(recover(raw, good), CKR_OK);
-  EXPECT_EQ(n, 128U);
-  EXPECT_EQ(recover(padded, withBitFlipped(good)), CKR_SIGNATURE_INVALID);
-  EXPECT_EQ(recover(padded, ByteString(127, 1)), CKR_SIGNATURE_LEN_RANGE);
-  EXPECT_EQ(recover(raw, ByteString(128, 0xFF)), CKR_SIGNATURE_INVALID);
-  // Asking how much room it takes does not end the operation.
-  ASSERT_EQ(ki.verifyRecoverInit(open.handle, &padded, key), CKR_OK);
-  EXPECT_EQ(ki.verifyRecover(open.handle, good.data(), good.size(), nullptr, &n), CKR_OK);
-  EXPECT_EQ(n, data.size());
-  --n;
-  EXPECT_EQ(ki.verifyRecover(open.handle, good.data(), good.size(), out.data(), &n), CKR_BUFFER_TOO_SMALL);
-  EXPECT_EQ(ki.verifyRecover(open.handle, good.data(), good.size(), out.data(), &n), CKR_OK);
-}
-
-TEST(TokenOperations, FillsWithRandomOctets) {
-  Session open;
-  ByteString first(13, 0);
-  ByteString second(13, 0);
-  ByteString more(65536, 0);
-  EXPECT_EQ(open.ki.generateRandom(open.handle, first.data(), 12), CKR_OK);
-  EXPECT_EQ(open.ki.generateRandom(open.handle, second.data(), 12), CKR_OK);
-  EXPECT_EQ(open.ki.generateRandom(open.handle, more.data(), more.size()), CKR_OK);
+TEST_F(TokenOperations, FillWithRandomOctets) {
+  ByteString first(13, 0), second(13, 0), more(65536, 0);
+  for (ByteString* octets : {&first, &second}) EXPECT_EQ(ki.generateRandom(open.handle, octets->data(), 12), CKR_OK);
+  EXPECT_EQ(ki.generateRandom(open.handle, more.data(), more.size()), CKR_OK);
   EXPECT_NE(first, second);
   EXPECT_EQ(first.back(), 0);  // nothing is written behind the end
-  for (int octet = 0; octet < 256; ++octet) {
+  for (int octet = 0; octet < 256; ++octet)
     EXPECT_GT(std::ranges::count(more, static_cast<unsigned char>(octet)), 128) << octet;
+  EXPECT_EQ(ki.seedRandom(open.handle, first.data(), 12), CKR_RANDOM_SEED_NOT_SUPPORTED);
+}
+
+TEST_F(TokenOperations, KeepPrivateValuesSecret) {
+  const Template p256 = privateTemplate(privateKey("P-256"));
+  const CK_OBJECT_HANDLE key = open.created(with(p256, flag(CKA_SENSITIVE, true)));
+  const CK_OBJECT_HANDLE readable = open.created(p256);
+  EXPECT_EQ(open.found({p256.back()}), std::vector{readable}) << "a search that matched would tell the value";
+  EXPECT_EQ(open.attribute(readable, CKA_VALUE).octets, p256.back().octets);
+  EXPECT_EQ(open.set(readable, {flag(CKA_EXTRACTABLE, false)}), CKR_OK);
+  for (const CK_OBJECT_HANDLE hidden : {key, readable}) {
+    const Outcome value = open.attribute(hidden, CKA_VALUE);
+    EXPECT_EQ(value.code, CKR_ATTRIBUTE_SENSITIVE);
+    EXPECT_EQ(value.length, CK_UNAVAILABLE_INFORMATION);
   }
-  EXPECT_EQ(open.ki.seedRandom(open.handle, first.data(), 12), CKR_RANDOM_SEED_NOT_SUPPORTED);
+  EXPECT_EQ(open.set(key, {flag(CKA_SENSITIVE, false)}), CKR_ATTRIBUTE_READ_ONLY);
+  EXPECT_EQ(open.set(readable, {flag(CKA_EXTRACTABLE, true)}), CKR_ATTRIBUTE_READ_ONLY);
+  Template incomplete = privateTemplate(rsaPair);
+  incomplete.pop_back();
+  CK_OBJECT_HANDLE none = 0;
+  EXPECT_EQ(open.create(incomplete, &none), CKR_TEMPLATE_INCOMPLETE);
 }
 
 }  // namespace keystrand::test

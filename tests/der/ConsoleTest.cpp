@@ -15,18 +15,10 @@ namespace keystrand::test {
 namespace {
 
 TEST(Options, AreReadAsGetoptReadsThem) {
-  const std::vector<std::vector<std::string>> lines = {{"p", "-a", "-bvalue", "-c", "next", "file", "-a"},
-                                                       {"p", "-abvalue"},
-                                                       {"p", "-ac", "-a"},
-                                                       {"p", "--", "-a"},
-                                                       {"p", "-", "-a"},
-                                                       {"p", "-x", "-a"},
-                                                       {"p", "-c"},
-                                                       {"p", "-:"},
-                                                       {"p", "-c", "--", "-a"},
-                                                       {"p"},
-                                                       {"p", ""}};
-  for (const auto& line : lines) {
+  using Line = std::vector<std::string>;
+  for (const Line& line : {Line{"p", "-a", "-bvalue", "-c", "next", "file", "-a"}, Line{"p", "-abvalue"},
+                           Line{"p", "-ac", "-a"}, Line{"p", "--", "-a"}, Line{"p", "-", "-a"}, Line{"p", "-x", "-a"},
+                           Line{"p", "-c"}, Line{"p", "-:"}, Line{"p", "-c", "--", "-a"}, Line{"p"}, Line{"p", ""}}) {
     SCOPED_TRACE(testing::PrintToString(line));
     std::vector<char*> argv;
     for (const std::string& word : line) argv.push_back(const_cast<char*>(word.c_str()));
@@ -50,34 +42,31 @@ TEST(Options, AreReadAsGetoptReadsThem) {
 
 TEST(TimeText, IsReadAsStrptimeReadsIt) {
   struct Row {
-    const char* text;
-    const char* format;
+    const char *text, *format;
   };
-  for (const Row& row : {
-           Row{"Sun, 06 NOV 1994 08:49:37 GMT", "%a, %d %b %Y %H:%M:%S"},
-           Row{"Sunday, 06-November-94", "%A, %d-%B-%y"},
-           Row{"may 3", "%h %e"},
-           Row{"12/31/68 23:59", "%D %R"},
-           Row{"12/31/69", "%D"},
-           Row{"2024-02-29T00:00:60Z", "%FT%T"},
-           Row{"12:30 am", "%I:%M %p"},
-           Row{"pm 1", "%p %I"},
-           Row{"2024366", "%Y%j"},
-           Row{"  7", "%d"},
-           Row{"100%", "%y0%%"},
-           Row{"1\t\n2", "%d %m"},
-           Row{"24", "%H"},
-           Row{"13", "%I"},
-           Row{"00", "%d"},
-           Row{"x", "%d"},
-           Row{"", "%d"},
-           Row{"foo", "%b"},
-           Row{"mayhem", "%b"},
-           Row{"99999", "%Y"},
-           Row{"1", "%"},
-           Row{"5", "%5"},
-           Row{"", ""},
-       }) {
+  for (const Row& row : {Row{"Sun, 06 NOV 1994 08:49:37 GMT", "%a, %d %b %Y %H:%M:%S"},
+                         Row{"Sunday, 06-November-94", "%A, %d-%B-%y"},
+                         Row{"may 3", "%h %e"},
+                         Row{"12/31/68 23:59", "%D %R"},
+                         Row{"12/31/69", "%D"},
+                         Row{"2024-02-29T00:00:60Z", "%FT%T"},
+                         Row{"12:30 am", "%I:%M %p"},
+                         Row{"pm 1", "%p %I"},
+                         Row{"2024366", "%Y%j"},
+                         Row{"  7", "%d"},
+                         Row{"100%", "%y0%%"},
+                         Row{"1\t\n2", "%d %m"},
+                         Row{"24", "%H"},
+                         Row{"13", "%I"},
+                         Row{"00", "%d"},
+                         Row{"x", "%d"},
+                         Row{"", "%d"},
+                         Row{"foo", "%b"},
+                         Row{"mayhem", "%b"},
+                         Row{"99999", "%Y"},
+                         Row{"1", "%"},
+                         Row{"5", "%5"},
+                         Row{"", ""}}) {
     SCOPED_TRACE(std::string(row.text) + " as " + row.format);
     std::tm theirs{};
     std::tm ours{};
@@ -88,19 +77,14 @@ TEST(TimeText, IsReadAsStrptimeReadsIt) {
     EXPECT_EQ(static_cast<std::ptrdiff_t>(*read), end - row.text);
     EXPECT_EQ(ours.tm_hour * 3600 + ours.tm_min * 60 + ours.tm_sec,
               theirs.tm_hour * 3600 + theirs.tm_min * 60 + theirs.tm_sec);
-    const std::string format = row.format;
-    if (format.find_first_of("bBhmDF") != std::string::npos) {
-      EXPECT_EQ(ours.tm_mon, theirs.tm_mon);
-    }
-    if (format.find_first_of("deDF") != std::string::npos) {
-      EXPECT_EQ(ours.tm_mday, theirs.tm_mday);
-    }
-    if (format.find_first_of("yYDF") != std::string::npos) {
-      EXPECT_EQ(ours.tm_year, theirs.tm_year);
-    }
-    if (format.find("%j") != std::string::npos) {
-      EXPECT_EQ(ours.tm_yday, theirs.tm_yday);
-    }
+    // the C library fills fields that the format does not name
+    const auto names = [&](const char* letters) {
+      return std::string_view(row.format).find_first_of(letters) != std::string_view::npos;
+    };
+    EXPECT_TRUE(ours.tm_mon == theirs.tm_mon || !names("bBhmDF"));
+    EXPECT_TRUE(ours.tm_mday == theirs.tm_mday || !names("deDF"));
+    EXPECT_TRUE(ours.tm_year == theirs.tm_year || !names("yYDF"));
+    EXPECT_TRUE(ours.tm_yday == theirs.tm_yday || !names("j"));
   }
 }
 

@@ -1,56 +1,51 @@
 // What OpenSSL reads in certificates and CRLs, for comparison with what we read in them.
 #pragma once
 
-#include <cstdint>
-#include <optional>
-#include <string>
-#include <vector>
+#include <openssl/x509.h>
 
+#include <ctime>
+#include <string>
+
+#include "support/BuilderParts.h"
 #include "support/Builders.h"
-#include "support/TestData.h"
 
 namespace keystrand::test {
 
-struct ExtensionFacts {
-  std::string id;
-  bool critical = false;
-  ByteString value;
-  bool operator==(const ExtensionFacts&) const = default;
-};
+using CRLHandle = std::unique_ptr<X509_CRL, builder::Releaser<&X509_CRL_free>>;
 
-struct CertificateFacts {
-  long version = 0;    // as encoded, 0 is v1
-  std::string serial;  // as BN_bn2hex prints it
-  std::string signatureAlgorithm;
-  ByteString issuer, subject;
-  std::int64_t notBefore = 0, notAfter = 0;  // seconds since 1970, GMT; -1 where OpenSSL refuses the text
-  std::string keyAlgorithm;
-  int keyBits = 0;  // 0 where OpenSSL has no key of it
-  std::vector<ExtensionFacts> extensions;
-};
-
-struct CRLFacts {
-  struct Entry {
-    std::string serial;
-    std::int64_t date = 0;
-    int reason = -1;  // of the first such extension, -1 when there is none
-  };
-  long version = 0;  // as encoded, 0 when absent
-  std::int64_t thisUpdate = 0;
-  std::optional<std::int64_t> nextUpdate;
-  std::vector<Entry> entries;
-  int extensions = 0;
-};
-
-// Nothing when OpenSSL refuses the certificate, or finds more behind it.
-std::optional<CertificateFacts> factsOf(const ByteString& certificate);
 // Nothing when OpenSSL reads no CRL.
-std::optional<CRLFacts> factsOfCRL(const ByteString& crl);
-// Whether OpenSSL finds the CRL signed by the key of the certificate.
-bool openSSLVerifiesCRL(const ByteString& crl, const ByteString& issuer);
+inline CRLHandle readCRL(const ByteString& der) {
+  const unsigned char* at = der.data();
+  return CRLHandle(d2i_X509_CRL(nullptr, &at, static_cast<long>(der.size())));
+}
+
+inline std::string dotted(const ASN1_OBJECT* object) {
+  char text[256] = {};
+  OBJ_obj2txt(text, sizeof text, object, 1);
+  return text;
+}
+
+inline std::string hexadecimal(const ASN1_INTEGER* integer) {
+  const builder::BigNumber number(ASN1_INTEGER_to_BN(integer, nullptr));
+  const std::unique_ptr<char, void (*)(char*)> text(BN_bn2hex(number.get()), [](char* t) { OPENSSL_free(t); });
+  return text.get();
+}
+
+// Seconds since 1970, GMT; -1 where OpenSSL refuses the text.
+inline std::int64_t secondsOf(const ASN1_TIME* time) {
+  std::tm parts{};
+  return time != nullptr && ASN1_TIME_to_tm(time, &parts) == 1 ? timegm(&parts) : -1;
+}
+
+inline ByteString octetsOf(const ASN1_STRING* string) {
+  const unsigned char* bytes = ASN1_STRING_get0_data(string);
+  return {bytes, bytes + ASN1_STRING_length(string)};
+}
+
 // The octets of an extension as OpenSSL makes it.
-ByteString madeByOpenSSL(const ExtensionSpec& wanted);
-// The DER of every CRL in a file, armoured or not.
-std::vector<ByteString> crlsInFile(const std::filesystem::path& path);
+inline ByteString madeByOpenSSL(const ExtensionSpec& wanted) {
+  const auto certificate = builder::decodedCertificate(makeCertificate(makeAuthority(), {.extensions = {wanted}}));
+  return octetsOf(X509_EXTENSION_get_data(X509_get_ext(certificate.get(), 0)));
+}
 
 }  // namespace keystrand::test

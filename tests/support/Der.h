@@ -1,6 +1,7 @@
 // DER taken apart and put together, for cases that no builder makes.
 #pragma once
 
+#include <algorithm>
 #include <span>
 #include <vector>
 
@@ -11,6 +12,12 @@ namespace keystrand::test {
 inline ByteString operator+(ByteString left, const ByteString& right) {
   left.insert(left.end(), right.begin(), right.end());
   return left;
+}
+
+// The bytes from a place on, at most so many.
+inline ByteString slice(std::span<const unsigned char> bytes, std::size_t from, std::size_t most = ~std::size_t{0}) {
+  const auto part = bytes.subspan(from).first(std::min(most, bytes.size() - from));
+  return {part.begin(), part.end()};
 }
 
 // An element of that content; with `lengthOctets` the length takes so many behind its first, needed or not.

@@ -1,5 +1,7 @@
 #include <p11-kit/pkcs11.h>
 
+#include <tuple>
+
 #include "TokenObjects.h"
 #include "keystrand/crypto/CryptoDevice.h"
 #include "keystrand/crypto/ECDSAPublicKey.h"
@@ -24,21 +26,18 @@ TEST(CryptoDevice, VerifiesOnlyThePSSSaltOfTheTable) {
 TEST(CryptoDevice, AcceptsTheDigestInfoWithAndWithoutNULL) {
   const PrivateKey key = privateKey("RSA-2048");
   const ByteString digest = digestOf("SHA256", kMessage);
-  struct Row {
-    const char *name, *head, *tail;
-    bool good;
-  };
+  using Row = std::tuple<const char*, const char*, const char*, bool>;
   OpenDevice open;
-  for (const Row& row :
+  for (const auto& [name, head, tail, good] :
        {Row{"NULL", "3031300d060960864801650304020105000420", "", true},
         Row{"absent", "302f300b06096086480165030402010420", "", true}, Row{"the digest alone", "", "", false},
         Row{"octets behind", "3031300d060960864801650304020105000420", "00", false},
         Row{"octets behind, counted", "3033300d060960864801650304020105000420", "0500", false},
         Row{"long length", "308131300d060960864801650304020105000420", "", false},
         Row{"SHA-384", "3031300d060960864801650304020205000420", "", false}}) {
-    const ByteString block = fromHex(row.head) + digest + fromHex(row.tail);
+    const ByteString block = fromHex(head) + digest + fromHex(tail);
     ASSERT_TRUE(open.device.setSignatureAlgorithm("1.2.840.113549.1.1.11"));
-    EXPECT_EQ(verifies(open.device, kMessage, signatureRound(key, block), *keyInfoOf(key)), row.good) << row.name;
+    EXPECT_EQ(verifies(open.device, kMessage, signatureRound(key, block), *keyInfoOf(key)), good) << name;
   }
 }
 
@@ -191,25 +190,20 @@ TEST(CryptoDevice, DigestsInPartsAndWhole) {
 TEST(CryptoDevice, FailsSoftlyWithoutATokenOrASession) {
   CryptoKi empty("/nowhere/module.so");
   CryptoKi token;
-  struct Row {
-    const char* name;
-    CryptoKi* ki;
-    std::uint32_t slot;
-    CK_RV result;
-  };
-  for (const Row& row : {Row{"no binding", nullptr, 0, CKR_CRYPTOKI_NOT_INITIALIZED},
-                         Row{"empty binding", &empty, 0, CKR_CRYPTOKI_NOT_INITIALIZED},
-                         Row{"no such slot", &token, 1, CKR_SLOT_ID_INVALID}}) {
-    CryptoDevice device(row.ki);
-    EXPECT_FALSE(device.open(row.slot, nullptr, 0)) << row.name;
-    EXPECT_EQ(device.lastResult(), row.result) << row.name;
-    EXPECT_TRUE(device.setSignatureAlgorithm("1.2.840.113549.1.1.11")) << row.name;
-    EXPECT_EQ(digestWith(device, kMessage), nullptr) << row.name;
-    EXPECT_FALSE(device.digestInit()) << row.name;
-    EXPECT_FALSE(device.digestUpdate(kMessage.data(), 1)) << row.name;
+  using Row = std::tuple<const char*, CryptoKi*, std::uint32_t, CK_RV>;
+  for (const auto& [name, ki, slot, result] : {Row{"no binding", nullptr, 0, CKR_CRYPTOKI_NOT_INITIALIZED},
+                                               Row{"empty binding", &empty, 0, CKR_CRYPTOKI_NOT_INITIALIZED},
+                                               Row{"no such slot", &token, 1, CKR_SLOT_ID_INVALID}}) {
+    CryptoDevice device(ki);
+    EXPECT_FALSE(device.open(slot, nullptr, 0)) << name;
+    EXPECT_EQ(device.lastResult(), result) << name;
+    EXPECT_TRUE(device.setSignatureAlgorithm("1.2.840.113549.1.1.11")) << name;
+    EXPECT_EQ(digestWith(device, kMessage), nullptr) << name;
+    EXPECT_FALSE(device.digestInit()) << name;
+    EXPECT_FALSE(device.digestUpdate(kMessage.data(), 1)) << name;
     const DigestInfo digest(AlgorithmIdentifier("2.16.840.1.101.3.4.2.1"), ByteString(32, 1));
-    EXPECT_FALSE(device.verify(Signature(ByteString(256, 1)), digest, *keyInfoOf(privateKey("RSA-2048")))) << row.name;
-    EXPECT_FALSE(device.verify(Signature(), DigestInfo(), KeyInfo())) << row.name;
+    EXPECT_FALSE(device.verify(Signature(ByteString(256, 1)), digest, *keyInfoOf(privateKey("RSA-2048")))) << name;
+    EXPECT_FALSE(device.verify(Signature(), DigestInfo(), KeyInfo())) << name;
     device.close();
   }
 }

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <tuple>
 
 #include "TokenObjects.h"
 #include "crypto/token/DiskToken.h"
@@ -324,13 +325,9 @@ TEST_F(DiskTokens, FindWhatWasForged) {
     open.created(kept(note()));
   }
   const ByteString good = readFile(file());
-  struct Row {
-    const char* name;
-    std::function<void(TokenImage&)> forge;
-    CK_RV opened, entered;
-  };
+  using Row = std::tuple<const char*, std::function<void(TokenImage&)>, CK_RV, CK_RV>;
   const ByteString half = {0, 0, 0, 0, 0, 0, 0, 8, 3};
-  for (const Row& row :
+  for (const auto& [name, forge, opened, entered] :
        {Row{"nothing", [](TokenImage&) {}, CKR_OK, CKR_OK},
         Row{"private objects in each other's place",
             [](TokenImage& image) { image.records[0].octets.swap(image.records[1].octets); }, CKR_OK, CKR_DEVICE_ERROR},
@@ -348,12 +345,12 @@ TEST_F(DiskTokens, FindWhatWasForged) {
         Row{"another token", [](TokenImage& image) { image.id[0] ^= 1; }, CKR_OK, CKR_PIN_INCORRECT}}) {
     auto image = TokenImage::decode(good);
     ASSERT_TRUE(image.has_value());
-    row.forge(*image);
+    forge(*image);
     writeFile(file(), image->encode());
     Session open;
-    ASSERT_EQ(open.ki.openSession(1, kReadWrite, nullptr, nullptr, &open.handle), row.opened) << row.name;
-    if (row.opened == CKR_OK) {
-      EXPECT_EQ(login(open, CKU_USER, kUser), row.entered) << row.name;
+    ASSERT_EQ(open.ki.openSession(1, kReadWrite, nullptr, nullptr, &open.handle), opened) << name;
+    if (opened == CKR_OK) {
+      EXPECT_EQ(login(open, CKU_USER, kUser), entered) << name;
     }
   }
 }

@@ -38,20 +38,17 @@ bool verifies(const ByteString& keyInfo, const PrivateKey& signer) {
 }
 
 TEST(ECParameters, NamedAndExplicitVerifyAlike) {
-  struct Row {
-    const char* curve;
-    std::uint32_t bits;
-  };
-  for (const Row& row : {Row{"P-224", 224}, Row{"P-256", 256}, Row{"P-384", 384}, Row{"P-521", 521},
-                         Row{"secp256k1", 256}, Row{"brainpoolP256r1", 256}, Row{"brainpoolP512t1", 512},
-                         Row{"sect233k1", 233}, Row{"sect283r1", 283}, Row{"sect571r1", 571}}) {
-    const PrivateKey key = privateKey(row.curve);
+  using Row = std::pair<const char*, std::uint32_t>;
+  for (const auto& [curve, bits] : {Row{"P-224", 224}, Row{"P-256", 256}, Row{"P-384", 384}, Row{"P-521", 521},
+                                    Row{"secp256k1", 256}, Row{"brainpoolP256r1", 256}, Row{"brainpoolP512t1", 512},
+                                    Row{"sect233k1", 233}, Row{"sect283r1", 283}, Row{"sect571r1", 571}}) {
+    const PrivateKey key = privateKey(curve);
     for (const ByteString& der : {publicKeyInfo(key), withExplicitParameters(key)}) {
       KeyInfo info;
-      EXPECT_TRUE(coded(info, der).isExact(der)) << row.curve;
-      EXPECT_EQ(info.keyBitLength(), row.bits) << row.curve;
-      EXPECT_TRUE(verifies(der, key)) << row.curve;
-      EXPECT_FALSE(verifies(der, privateKey(row.curve, 1))) << row.curve;
+      EXPECT_TRUE(coded(info, der).isExact(der)) << curve;
+      EXPECT_EQ(info.keyBitLength(), bits) << curve;
+      EXPECT_TRUE(verifies(der, key)) << curve;
+      EXPECT_FALSE(verifies(der, privateKey(curve, 1))) << curve;
     }
   }
 }

@@ -77,43 +77,41 @@ TEST(PKCS11CryptoKi, TellsItsMechanisms) {
   --count;
   EXPECT_EQ(ki.getMechanismList(0, list.data(), &count), CKR_BUFFER_TOO_SMALL);
   ASSERT_EQ(ki.getMechanismList(0, list.data(), &count), CKR_OK);
-  EXPECT_EQ(list.front(), CKM_MD5);
-  EXPECT_EQ(list[21], 0x230U);
-  EXPECT_EQ(list[40], CKM_SHA512);
-  EXPECT_EQ(list.back(), CKM_SHA512_RSA_PKCS);
+  for (const auto& [place, mechanism] :
+       {std::pair{0, CKM_MD5}, {21, 0x230UL}, {40, CKM_SHA512}, {41, CKM_SHA512_RSA_PKCS}})
+    EXPECT_EQ(list[static_cast<std::size_t>(place)], mechanism);
   EXPECT_EQ(std::ranges::count(list, CKM_ECDSA), 0);
   CK_MECHANISM_INFO info{};
   for (const CK_MECHANISM_TYPE mechanism : list) EXPECT_EQ(ki.getMechanismInfo(0, mechanism, &info), CKR_OK);
   ASSERT_EQ(ki.getMechanismInfo(0, CKM_RSA_PKCS, &info), CKR_OK);
-  EXPECT_EQ(info.ulMinKeySize, 512U);
-  EXPECT_EQ(info.ulMaxKeySize, 2048U);
-  EXPECT_EQ(info.flags, 0x67B00UL);
+  EXPECT_EQ(std::tuple(info.ulMinKeySize, info.ulMaxKeySize, info.flags), std::tuple(512U, 2048U, 0x67B00U));
   EXPECT_EQ(ki.getMechanismInfo(0, CKM_ECDSA, &info), CKR_MECHANISM_INVALID);
   EXPECT_EQ(ki.getMechanismInfo(1, CKM_MD5, &info), CKR_SLOT_ID_INVALID);
 }
 
 TEST(PKCS11CryptoKi, OpensFiveSessions) {
   CryptoKi ki;
-  CK_SESSION_HANDLE sessions[6] = {};
-  EXPECT_EQ(ki.openSession(1, 6, nullptr, nullptr, sessions), CKR_SLOT_ID_INVALID);
+  CK_SESSION_HANDLE session = 0;
+  const auto open = [&](CK_SLOT_ID slot, CK_FLAGS flags) {
+    return ki.openSession(slot, flags, nullptr, nullptr, &session);
+  };
+  EXPECT_EQ(open(1, 6), CKR_SLOT_ID_INVALID);
   EXPECT_EQ(ki.openSession(0, 6, nullptr, nullptr, nullptr), CKR_ARGUMENTS_BAD);
-  EXPECT_EQ(ki.openSession(0, CKF_RW_SESSION, nullptr, nullptr, sessions), CKR_SESSION_PARALLEL_NOT_SUPPORTED);
-  for (CK_SESSION_HANDLE i = 0; i < 5; ++i) {
-    ASSERT_EQ(ki.openSession(0, i % 2 == 0 ? 6 : 4, nullptr, nullptr, &sessions[i]), CKR_OK);
-    EXPECT_EQ(sessions[i], i + 1);
-  }
-  EXPECT_EQ(ki.openSession(0, 6, nullptr, nullptr, &sessions[5]), CKR_SESSION_COUNT);
+  EXPECT_EQ(open(0, CKF_RW_SESSION), CKR_SESSION_PARALLEL_NOT_SUPPORTED);
   CK_SESSION_INFO info{};
-  ASSERT_EQ(ki.getSessionInfo(1, &info), CKR_OK);
-  EXPECT_EQ(info.state, CKS_RW_PUBLIC_SESSION);
-  ASSERT_EQ(ki.getSessionInfo(2, &info), CKR_OK);
-  EXPECT_EQ(info.state, CKS_RO_PUBLIC_SESSION);
+  for (CK_SESSION_HANDLE i = 1; i <= 5; ++i) {
+    ASSERT_EQ(open(0, i % 2 != 0 ? 6 : 4), CKR_OK);
+    EXPECT_EQ(session, i);
+    ASSERT_EQ(ki.getSessionInfo(i, &info), CKR_OK);
+    EXPECT_EQ(info.state, i % 2 != 0 ? CKS_RW_PUBLIC_SESSION : CKS_RO_PUBLIC_SESSION);
+  }
+  EXPECT_EQ(open(0, 6), CKR_SESSION_COUNT);
   EXPECT_EQ(ki.closeSession(3), CKR_OK);
-  EXPECT_EQ(ki.closeSession(3), CKR_SESSION_CLOSED);
-  EXPECT_EQ(ki.closeSession(0), CKR_SESSION_HANDLE_INVALID);
-  EXPECT_EQ(ki.closeSession(6), CKR_SESSION_HANDLE_INVALID);
-  ASSERT_EQ(ki.openSession(0, 6, nullptr, nullptr, &sessions[5]), CKR_OK);
-  EXPECT_EQ(sessions[5], 3U);
+  for (const auto& [handle, result] :
+       {std::pair{3UL, CKR_SESSION_CLOSED}, {0UL, CKR_SESSION_HANDLE_INVALID}, {6UL, CKR_SESSION_HANDLE_INVALID}})
+    EXPECT_EQ(ki.closeSession(handle), result) << handle;
+  ASSERT_EQ(open(0, 6), CKR_OK);
+  EXPECT_EQ(session, 3U) << "the place that is free";
   EXPECT_EQ(ki.closeAllSessions(0), CKR_OK);
   EXPECT_EQ(ki.getSessionInfo(1, &info), CKR_SESSION_CLOSED);
 }

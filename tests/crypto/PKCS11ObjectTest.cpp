@@ -6,13 +6,9 @@ namespace keystrand::test {
 TEST(PKCS11Object, RefusesTemplatesByWhatIsWrong) {
   const Template point = {number(CKA_CLASS, CKO_PUBLIC_KEY), number(CKA_KEY_TYPE, CKK_EC)};
   const Value p256{CKA_EC_PARAMS, fromHex("06082a8648ce3d030107")};
-  struct Row {
-    const char* name;
-    Template values;
-    CK_RV result;
-  };
+  using Row = std::tuple<const char*, Template, CK_RV>;
   Session readOnly(CKF_SERIAL_SESSION);
-  for (const Row& row : {
+  for (const auto& [name, values, result] : {
            Row{"complete", rsaKey(), CKR_OK},
            Row{"certificate",
                {number(CKA_CLASS, CKO_CERTIFICATE),
@@ -50,8 +46,8 @@ TEST(PKCS11Object, RefusesTemplatesByWhatIsWrong) {
            Row{"token object", with(note(), flag(CKA_TOKEN, true)), CKR_SESSION_READ_ONLY},
        }) {
     CK_OBJECT_HANDLE object = 0;
-    EXPECT_EQ(readOnly.create(row.values, &object), row.result) << row.name;
-    EXPECT_EQ(object != 0, row.result == CKR_OK) << row.name;
+    EXPECT_EQ(readOnly.create(values, &object), result) << name;
+    EXPECT_EQ(object != 0, result == CKR_OK) << name;
   }
 }
 

@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 #include <openssl/x509.h>
 
-#include <array>
-#include <cstdio>
 #include <fstream>
 #include <string>
 
@@ -14,23 +12,10 @@
 namespace keystrand::test {
 namespace {
 
-struct Outcome {
-  int status = -1;
-  std::string text;
-};
-
 // With tokens in files where a prefix is given.
 Outcome runTool(const std::string& arguments, const std::string& prefix = "") {
-  const std::string command = "PKCS11SLOT=" + prefix + " " + findProgram("pkcs11-tool") + " --module " +
-                              KEYSTRAND_TOKEN_MODULE + " " + arguments + " 2>&1";
-  Outcome outcome;
-  std::FILE* pipe = popen(command.c_str(), "r");
-  std::array<char, 4096> part{};
-  for (std::size_t n = 0; pipe != nullptr && (n = std::fread(part.data(), 1, part.size(), pipe)) != 0;) {
-    outcome.text.append(part.data(), n);
-  }
-  if (pipe != nullptr) outcome.status = pclose(pipe);
-  return outcome;
+  return runCommand("PKCS11SLOT=" + prefix + " " + findProgram("pkcs11-tool") + " --module " + KEYSTRAND_TOKEN_MODULE +
+                    " " + arguments + " 2>&1");
 }
 
 PrivateKey publicKeyIn(const std::string& path) {

@@ -187,32 +187,30 @@ TEST(PublishedSignatures, NISTECDSA) {
 // No deviation: what is invalid is refused, the encodings that are not DER included. The one case that is "acceptable"
 // leaves the NULL of the DigestInfo out, and is accepted.
 TEST(PublishedSignatures, Wycheproof) {
-  struct Row {
-    const char *file, *algorithm;
-    bool pss;
-  };
+  using Row = std::tuple<const char*, const char*, bool>;
   OpenDevice open;
-  for (const Row& row : {Row{"rsa_signature_2048_sha256_test.json", "1.2.840.113549.1.1.11", false},
-                         Row{"rsa_pss_2048_sha256_mgf1_32_test.json", kPSS, true},
-                         Row{"ecdsa_secp256r1_sha256_test.json", "1.2.840.10045.4.3.2", false},
-                         Row{"ecdsa_brainpoolP256r1_sha256_test.json", "1.2.840.10045.4.3.2", false}}) {
-    const auto path = testData(std::string("vectors/wycheproof/") + row.file);
+  for (const auto& [file, algorithm, pss] :
+       {Row{"rsa_signature_2048_sha256_test.json", "1.2.840.113549.1.1.11", false},
+        Row{"rsa_pss_2048_sha256_mgf1_32_test.json", kPSS, true},
+        Row{"ecdsa_secp256r1_sha256_test.json", "1.2.840.10045.4.3.2", false},
+        Row{"ecdsa_brainpoolP256r1_sha256_test.json", "1.2.840.10045.4.3.2", false}}) {
+    const auto path = testData(std::string("vectors/wycheproof/") + file);
     if (!path) GTEST_SKIP() << kNoTestData;
     std::ifstream in(*path);
     const auto vectors = nlohmann::json::parse(in);
     int tests = 0;
     for (const auto& group : vectors["testGroups"]) {
       const auto key = keyInfoFrom(fromHex(group["publicKeyDer"]));
-      ASSERT_NE(key, nullptr) << row.file;
+      ASSERT_NE(key, nullptr) << file;
       for (const auto& test : group["tests"]) {
         ++tests;
         ASSERT_TRUE(open.device.setDigest("2.16.840.1.101.3.4.2.1"));
-        ASSERT_TRUE(open.device.setSignatureAlgorithm(row.algorithm));
-        const bool verified = verifies(open.device, fromHex(test["msg"]), fromHex(test["sig"]), *key, row.pss);
-        EXPECT_EQ(verified, test["result"] != "invalid") << row.file << " " << test["tcId"] << " " << test["comment"];
+        ASSERT_TRUE(open.device.setSignatureAlgorithm(algorithm));
+        const bool verified = verifies(open.device, fromHex(test["msg"]), fromHex(test["sig"]), *key, pss);
+        EXPECT_EQ(verified, test["result"] != "invalid") << file << " " << test["tcId"] << " " << test["comment"];
       }
     }
-    EXPECT_EQ(tests, vectors["numberOfTests"]) << row.file;
+    EXPECT_EQ(tests, vectors["numberOfTests"]) << file;
   }
 }
 

@@ -66,7 +66,7 @@ struct Mechanism : CK_MECHANISM {
 };
 
 // What a call answered: its return value, the octets that it wrote, and the length that it told.
-struct Outcome {
+struct Answer {
   CK_RV code = CKR_OK;
   ByteString octets;
   CK_ULONG length = 0;
@@ -101,8 +101,8 @@ struct Session {
     const auto attributes = attributesOf(values);
     return ki.setAttributeValue(handle, object, attributes.data(), attributes.size());
   }
-  Outcome attribute(CK_OBJECT_HANDLE object, CK_ATTRIBUTE_TYPE type) {
-    Outcome outcome{CKR_OK, ByteString(4096)};
+  Answer attribute(CK_OBJECT_HANDLE object, CK_ATTRIBUTE_TYPE type) {
+    Answer outcome{CKR_OK, ByteString(4096)};
     CK_ATTRIBUTE wanted{type, outcome.octets.data(), outcome.octets.size()};
     outcome.code = ki.getAttributeValue(handle, object, &wanted, 1);
     outcome.length = wanted.ulValueLen;
@@ -137,14 +137,14 @@ struct Session {
   CK_RV begin(Begin step, const Mechanism& mechanism, CK_OBJECT_HANDLE key) {
     return (ki.*step)(handle, &mechanism, key);
   }
-  Outcome call(Whole step, const ByteString& data, std::size_t room = 4096) {
+  Answer call(Whole step, const ByteString& data, std::size_t room = 4096) {
     const unsigned char nothing = 0;
     return written(room, [&](unsigned char* out, CK_ULONG* n) {
       return (ki.*step)(handle, data.empty() ? &nothing : data.data(), data.size(), out, n);
     });
   }
   CK_RV call(Update step, const ByteString& part) { return (ki.*step)(handle, part.data(), part.size()); }
-  Outcome call(Final step, std::size_t room = 4096) {
+  Answer call(Final step, std::size_t room = 4096) {
     return written(room, [&](unsigned char* out, CK_ULONG* n) { return (ki.*step)(handle, out, n); });
   }
   // A signature is right, after its operation has begun.
@@ -157,8 +157,8 @@ struct Session {
 
  private:
   template <class Call>
-  static Outcome written(std::size_t room, Call call) {
-    Outcome outcome{CKR_OK, ByteString(room), room};
+  static Answer written(std::size_t room, Call call) {
+    Answer outcome{CKR_OK, ByteString(room), room};
     outcome.code = call(room != 0 ? outcome.octets.data() : nullptr, &outcome.length);
     outcome.octets.resize(outcome.code == CKR_OK && room != 0 ? outcome.length : 0);
     return outcome;

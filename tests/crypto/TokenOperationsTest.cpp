@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <tuple>
 
 #include "TokenObjects.h"
 #include "keystrand/crypto/RSAPublicKey.h"
@@ -67,36 +68,32 @@ TEST_F(TokenOperations, BeginGoOnAndEndByTheRules) {
   const CK_OBJECT_HANDLE aes = open.created(secretKey(CKK_AES, ByteString(16)));
   const ByteString zeros(16);
   const ByteString enciphered = fromHex("66E94BD4EF8A2C3B884CFA59CA342B2E");
-  struct Row {
-    const char* name;
-    std::function<CK_RV()> begin;
-    Session::Whole whole;
-    ByteString in, out;
-  };
-  for (const Row& row : {Row{"digest", [&] { return beginDigest(CKM_SHA256); }, &CryptoKi::digest, kMessage,
-                             digestOf("SHA256", kMessage)},
-                         Row{"sign", [&] { return begin(&CryptoKi::signInit, CKM_RSA_PKCS, rsa); }, &CryptoKi::sign,
-                             kMessage, signature},
-                         Row{"sign with recovery", [&] { return begin(&CryptoKi::signRecoverInit, CKM_RSA_PKCS, rsa); },
-                             &CryptoKi::signRecover, kMessage, signature},
-                         Row{"recover", [&] { return begin(&CryptoKi::verifyRecoverInit, CKM_RSA_PKCS, rsaPublic); },
-                             &CryptoKi::verifyRecover, signature, kMessage},
-                         Row{"encrypt", [&] { return begin(&CryptoKi::encryptInit, CKM_AES_ECB, aes); },
-                             &CryptoKi::encrypt, zeros, enciphered},
-                         Row{"decrypt", [&] { return begin(&CryptoKi::decryptInit, CKM_AES_ECB, aes); },
-                             &CryptoKi::decrypt, enciphered, zeros}}) {
-    EXPECT_EQ(open.call(row.whole, row.in).code, CKR_OPERATION_NOT_INITIALIZED) << row.name;
-    ASSERT_EQ(row.begin(), CKR_OK) << row.name;
-    EXPECT_EQ(row.begin(), CKR_OPERATION_ACTIVE) << row.name;
-    for (const auto& [room, code] : {std::pair{std::size_t{0}, CKR_OK}, {row.out.size() - 1, CKR_BUFFER_TOO_SMALL}}) {
-      const Outcome asked = open.call(row.whole, row.in, room);
-      EXPECT_EQ(asked.code, code) << row.name;
-      EXPECT_EQ(asked.length, row.out.size()) << row.name;
+  using Row = std::tuple<const char*, std::function<CK_RV()>, Session::Whole, ByteString, ByteString>;
+  for (const auto& [name, begin, whole, in, out] :
+       {Row{"digest", [&] { return beginDigest(CKM_SHA256); }, &CryptoKi::digest, kMessage,
+            digestOf("SHA256", kMessage)},
+        Row{"sign", [&] { return begin(&CryptoKi::signInit, CKM_RSA_PKCS, rsa); }, &CryptoKi::sign, kMessage,
+            signature},
+        Row{"sign with recovery", [&] { return begin(&CryptoKi::signRecoverInit, CKM_RSA_PKCS, rsa); },
+            &CryptoKi::signRecover, kMessage, signature},
+        Row{"recover", [&] { return begin(&CryptoKi::verifyRecoverInit, CKM_RSA_PKCS, rsaPublic); },
+            &CryptoKi::verifyRecover, signature, kMessage},
+        Row{"encrypt", [&] { return begin(&CryptoKi::encryptInit, CKM_AES_ECB, aes); }, &CryptoKi::encrypt, zeros,
+            enciphered},
+        Row{"decrypt", [&] { return begin(&CryptoKi::decryptInit, CKM_AES_ECB, aes); }, &CryptoKi::decrypt, enciphered,
+            zeros}}) {
+    EXPECT_EQ(open.call(whole, in).code, CKR_OPERATION_NOT_INITIALIZED) << name;
+    ASSERT_EQ(begin(), CKR_OK) << name;
+    EXPECT_EQ(begin(), CKR_OPERATION_ACTIVE) << name;
+    for (const auto& [room, code] : {std::pair{std::size_t{0}, CKR_OK}, {out.size() - 1, CKR_BUFFER_TOO_SMALL}}) {
+      const Answer asked = open.call(whole, in, room);
+      EXPECT_EQ(asked.code, code) << name;
+      EXPECT_EQ(asked.length, out.size()) << name;
     }
-    const Outcome done = open.call(row.whole, row.in);
-    EXPECT_EQ(done.code, CKR_OK) << row.name;
-    EXPECT_EQ(done.octets, row.out) << row.name;
-    EXPECT_EQ(open.call(row.whole, row.in).code, CKR_OPERATION_NOT_INITIALIZED) << row.name;
+    const Answer done = open.call(whole, in);
+    EXPECT_EQ(done.code, CKR_OK) << name;
+    EXPECT_EQ(done.octets, out) << name;
+    EXPECT_EQ(open.call(whole, in).code, CKR_OPERATION_NOT_INITIALIZED) << name;
   }
 }
 
@@ -127,18 +124,12 @@ TEST_F(TokenOperations, WantAKeyAndAMechanismThatFit) {
   const CK_OBJECT_HANDLE deaf = open.created(with(forbidden, flag(CKA_VERIFY_RECOVER, false)));
   const CK_OBJECT_HANDLE text = open.created(note());
   CK_RSA_PKCS_PSS_PARAMS salted{CKM_SHA256, CKG_MGF1_SHA256, 20};
-  struct Row {
-    const char* name;
-    Session::Begin step;
-    Mechanism mechanism;
-    CK_OBJECT_HANDLE key;
-    CK_RV result;
-  };
+  using Row = std::tuple<const char*, Session::Begin, Mechanism, CK_OBJECT_HANDLE, CK_RV>;
   constexpr Session::Begin kSign = &CryptoKi::signInit;
   constexpr Session::Begin kSignRecover = &CryptoKi::signRecoverInit;
   constexpr Session::Begin kVerify = &CryptoKi::verifyInit;
   constexpr Session::Begin kRecover = &CryptoKi::verifyRecoverInit;
-  for (const Row& row :
+  for (const auto& [name, step, mechanism, key, result] :
        {Row{"no such key", kSign, CKM_RSA_PKCS, 999, CKR_KEY_HANDLE_INVALID},
         Row{"no key at all", kSign, CKM_RSA_PKCS, text, CKR_KEY_HANDLE_INVALID},
         Row{"a public key", kSign, CKM_RSA_PKCS, rsaPublic, CKR_KEY_FUNCTION_NOT_PERMITTED},
@@ -158,9 +149,9 @@ TEST_F(TokenOperations, WantAKeyAndAMechanismThatFit) {
         Row{"a digest recovers nothing", kRecover, CKM_SHA256_RSA_PKCS, rsaPublic, CKR_MECHANISM_INVALID},
         Row{"no such key", kRecover, CKM_RSA_PKCS, 999, CKR_KEY_HANDLE_INVALID},
         Row{"not for recovering", kRecover, CKM_RSA_PKCS, deaf, CKR_KEY_FUNCTION_NOT_PERMITTED}}) {
-    EXPECT_EQ(begin(row.step, row.mechanism, row.key), row.result) << row.name;
-    EXPECT_EQ(open.call(&CryptoKi::sign, kMessage).code, CKR_OPERATION_NOT_INITIALIZED) << row.name;
-    EXPECT_EQ(open.verify(kMessage, signature), CKR_OPERATION_NOT_INITIALIZED) << row.name;
+    EXPECT_EQ(begin(step, mechanism, key), result) << name;
+    EXPECT_EQ(open.call(&CryptoKi::sign, kMessage).code, CKR_OPERATION_NOT_INITIALIZED) << name;
+    EXPECT_EQ(open.verify(kMessage, signature), CKR_OPERATION_NOT_INITIALIZED) << name;
   }
 }
 
@@ -205,7 +196,7 @@ TEST_F(TokenOperations, VerifyAndRecoverWhatIsRight) {
         Recovery{"short", CKM_RSA_PKCS, slice(signature, 1), CKR_SIGNATURE_LEN_RANGE},
         Recovery{"larger than the modulus", CKM_RSA_X_509, ByteString(128, 0xFF), CKR_SIGNATURE_INVALID}}) {
     ASSERT_EQ(begin(&CryptoKi::verifyRecoverInit, row.mechanism, rsaPublic), CKR_OK) << row.name;
-    const Outcome back = open.call(&CryptoKi::verifyRecover, row.signature);
+    const Answer back = open.call(&CryptoKi::verifyRecover, row.signature);
     EXPECT_EQ(back.code, row.result) << row.name;
     EXPECT_EQ(back.octets, row.data) << row.name;
     EXPECT_EQ(open.call(&CryptoKi::verifyRecover, signature).code, CKR_OPERATION_NOT_INITIALIZED) << row.name;
@@ -265,7 +256,7 @@ TEST_F(TokenOperations, KeepPrivateValuesSecret) {
   EXPECT_EQ(open.attribute(readable, CKA_VALUE).octets, p256.back().octets);
   EXPECT_EQ(open.set(readable, {flag(CKA_EXTRACTABLE, false)}), CKR_OK);
   for (const CK_OBJECT_HANDLE hidden : {key, readable}) {
-    const Outcome value = open.attribute(hidden, CKA_VALUE);
+    const Answer value = open.attribute(hidden, CKA_VALUE);
     EXPECT_EQ(value.code, CKR_ATTRIBUTE_SENSITIVE);
     EXPECT_EQ(value.length, CK_UNAVAILABLE_INFORMATION);
   }

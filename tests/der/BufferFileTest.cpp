@@ -8,6 +8,8 @@
 #include <csignal>
 #include <functional>
 #include <future>
+#include <optional>
+#include <tuple>
 
 #include "der/BufferContents.h"
 #include "support/File.h"
@@ -72,18 +74,14 @@ TEST_F(BufferFile, FilesOfTheLockedFormAreTheOwners) {
 
 TEST_F(BufferFile, OnlyRegularFilesAreOpened) {
   ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
-  const std::string folder = folder_.path();
-  const std::string fifo = path("fifo");
-  const std::string missing = path("no/such/file");
-  for (const char* name :
-       {static_cast<const char*>(nullptr), folder.c_str(), fifo.c_str(), missing.c_str(), "/dev/zero", ""}) {
+  const std::optional<std::string> names[] = {
+      {}, folder_.path().string(), path("fifo"), path("no/such/file"), "/dev/zero", ""};
+  for (const auto& given : names) {
+    const char* name = given ? given->c_str() : nullptr;
     Holding buffer("0A0B");
-    for (const auto& steps : {kSaving, kLoading})
-      for (int i = 0; i < 2; ++i)
-        EXPECT_FALSE((buffer.*steps[i].second)(name)) << steps[i].first << (name != nullptr ? name : "");
-    EXPECT_FALSE(buffer.savePEM(name, "X"));
-    EXPECT_FALSE(buffer.loadPEM(name));
-    EXPECT_FALSE(buffer.loadPEMStream(name));
+    for (const auto& [stepName, step] : {kSaving[0], kSaving[1], kLoading[0], kLoading[1]})
+      EXPECT_FALSE((buffer.*step)(name)) << stepName << given.value_or(" null");
+    EXPECT_FALSE(buffer.savePEM(name, "X") || buffer.loadPEM(name) || buffer.loadPEMStream(name));
     EXPECT_EQ(held(buffer), hex("0A0B")) << "a file that cannot be opened changes nothing";
   }
 }
@@ -92,10 +90,8 @@ TEST_F(BufferFile, TooLargeFilesAreRefusedUnread) {
   writeFile(path(), hex("30"));
   ASSERT_EQ(truncate(path().c_str(), 0xFFFFFFE1), 0);  // a hole: it takes no room
   Buffer buffer;
-  EXPECT_FALSE(buffer.loadFile(path().c_str()));
-  EXPECT_FALSE(buffer.loadFileLocked(path().c_str()));
-  EXPECT_FALSE(buffer.loadPEM(path().c_str()));
-  EXPECT_FALSE(buffer.loadPEMStream(path().c_str()));
+  EXPECT_FALSE(buffer.loadFile(path().c_str()) || buffer.loadFileLocked(path().c_str()));
+  EXPECT_FALSE(buffer.loadPEM(path().c_str()) || buffer.loadPEMStream(path().c_str()));
   EXPECT_EQ(buffer.limit(), 0U);
 }
 
@@ -118,50 +114,37 @@ TEST_F(BufferFile, FullDiskIsTold) {
 TEST_F(BufferFile, AppendingStepsBackOneByte) {
   writeFile(path(), hex("0102030405"));
   const int file = open(path().c_str(), O_RDONLY | O_CLOEXEC);
-  struct Row {
-    off_t position;
-    std::uint32_t n;
-    bool ok;
-    const char* appended;
-  };
-  for (const Row& row : {Row{1, 5, true, "0102030405"}, Row{3, 2, true, "0304"}, Row{0, 2, true, "0102"},
-                         Row{3, 6, false, ""}, Row{4, 5, false, "0405"}, Row{0, 0xFFFFFFFF, false, ""}}) {
+  using Row = std::tuple<off_t, std::uint32_t, bool, const char*>;
+  for (const auto& [position, n, ok, after] :
+       {Row{1, 5, true, "AA0102030405"}, Row{3, 2, true, "AA0304"}, Row{0, 2, true, "AA0102"}, Row{3, 6, false, "AA"},
+        Row{4, 5, false, "AA0405"}, Row{0, 0xFFFFFFFF, false, "AA"}}) {
     Holding in("AA");
-    lseek(file, row.position, SEEK_SET);
-    EXPECT_EQ(in.appendFrom(file, row.n), row.ok) << row.position << ", " << row.n;
-    EXPECT_EQ(held(in), hex(std::string("AA") + row.appended)) << row.position << ", " << row.n;
+    lseek(file, position, SEEK_SET);
+    EXPECT_EQ(in.appendFrom(file, n), ok) << position << ", " << n;
+    EXPECT_EQ(held(in), hex(after)) << position << ", " << n;
   }
   close(file);
 }
 
 // --- the lock on the first byte ----------------------------------------------------------------------------
 
-TEST_F(BufferFile, LoadingWaitsForAnotherContextOfThisProcess) {
-  writeFile(path(), hex("AAAA"));
-  Buffer buffer;
-  std::future<bool> loading;
-  {
-    const FileLockHolder holder(path(), F_OFD_SETLK);
-    loading = std::async(std::launch::async, [&] { return buffer.loadFileLocked(path().c_str()); });
-    EXPECT_EQ(loading.wait_for(milliseconds(50)), std::future_status::timeout);
-    holder.rewrite(hex("BBBB"));
+// Before it cuts the file, where it saves.
+TEST_F(BufferFile, WaitsForAnotherContextOfThisProcess) {
+  for (const auto& [name, step] : {kSaving[1], kLoading[1]}) {
+    writeFile(path(), hex("AAAAAA"));
+    Holding buffer("CC");
+    std::future<bool> done;
+    {
+      const FileLockHolder holder(path(), F_OFD_SETLK);
+      done = std::async(std::launch::async, [&, step = step] { return (buffer.*step)(path().c_str()); });
+      EXPECT_EQ(done.wait_for(milliseconds(50)), std::future_status::timeout) << name;
+      EXPECT_EQ(readFile(path()), hex("AAAAAA")) << name;
+      holder.rewrite(hex("BBBB"));
+    }
+    EXPECT_TRUE(done.get()) << name;
+    EXPECT_EQ(held(buffer), hex(step == &Buffer::saveFileLocked ? "CC" : "BBBB")) << name;
+    EXPECT_EQ(readFile(path()), held(buffer)) << name;
   }
-  EXPECT_TRUE(loading.get());
-  EXPECT_EQ(held(buffer), hex("BBBB"));
-}
-
-TEST_F(BufferFile, SavingWaitsBeforeItCutsTheFile) {
-  writeFile(path(), hex("AAAAAA"));
-  Holding buffer("BB");
-  std::future<bool> saving;
-  {
-    const FileLockHolder holder(path(), F_OFD_SETLK);
-    saving = std::async(std::launch::async, [&] { return buffer.saveFileLocked(path().c_str()); });
-    EXPECT_EQ(saving.wait_for(milliseconds(50)), std::future_status::timeout);
-    EXPECT_EQ(readFile(path()), hex("AAAAAA"));
-  }
-  EXPECT_TRUE(saving.get());
-  EXPECT_EQ(readFile(path()), hex("BB"));
 }
 
 // A process that uses the classic locks of POSIX is kept out, and keeps us out.

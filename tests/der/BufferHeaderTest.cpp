@@ -1,6 +1,9 @@
 #include <gmock/gmock.h>
 #include <openssl/asn1.h>
 
+#include <optional>
+#include <tuple>
+
 #include "der/BufferContents.h"
 
 namespace keystrand::test {
@@ -51,38 +54,25 @@ TEST(BufferHeader, ReadsLengths) {
   }
 }
 
-struct HeaderRow {
-  const char *name, *octets;
-  bool ok;
-  unsigned char tag;
-  std::uint32_t n;
-  bool definite;
-  std::uint32_t position;
-};
-
-constexpr HeaderRow kHeaders[] = {
-    {"plain", "0205", true, 0x02, 5, true, 2},
-    {"beyond the data is not refused here", "0484FFFFFFFF", true, 0x04, 0xFFFFFFFF, true, 6},
-    {"indefinite", "3080", true, 0x30, 0, false, 2},
-    {"zero bytes are passed over", "0000 00 3003", true, 0x30, 3, true, 5},
-    {"zero bytes up to the limit", "000000", false, 0, 0, true, 3},
-    {"at the limit the guard is read", "", true, 1, 1, true, 0},
-    {"tag alone", "30", true, 0x30, 1, true, 1},
-    {"length of five octets", "3085", false, 0x30, 0, true, 2},
-};
-
 TEST(BufferHeader, ReadsHeadersAndPeeksAtThem) {
-  for (const HeaderRow& row : kHeaders) {
-    Holding in(row.octets);
+  using Header = std::tuple<unsigned char, std::uint32_t, bool>;  // tag, length, definite
+  using Row = std::tuple<const char*, const char*, std::optional<Header>, std::uint32_t>;
+  for (const auto& [name, octets, header, position] :
+       {Row{"plain", "0205", Header{0x02, 5, true}, 2},
+        Row{"beyond the data is not refused here", "0484FFFFFFFF", Header{0x04, 0xFFFFFFFF, true}, 6},
+        Row{"indefinite", "3080", Header{0x30, 0, false}, 2},
+        Row{"zero bytes are passed over", "0000 00 3003", Header{0x30, 3, true}, 5},
+        Row{"zero bytes up to the limit", "000000", std::nullopt, 3},
+        Row{"at the limit the guard is read", "", Header{1, 1, true}, 0},
+        Row{"tag alone", "30", Header{0x30, 1, true}, 1}, Row{"length of five octets", "3085", std::nullopt, 2}}) {
+    Holding in(octets);
     for (const bool peek : {true, false}) {
       unsigned char tag = 0;
       std::uint32_t n = 0;
       bool definite = true;
-      EXPECT_EQ(peek ? in.peekHeader(tag, n, definite) : in.getHeader(tag, n, definite), row.ok) << row.name;
-      EXPECT_EQ(in.readPosition(), peek ? 0 : row.position) << row.name;
-      if (row.ok) {
-        EXPECT_EQ(std::tie(tag, n, definite), std::tie(row.tag, row.n, row.definite)) << row.name;
-      }
+      ASSERT_EQ(peek ? in.peekHeader(tag, n, definite) : in.getHeader(tag, n, definite), header.has_value()) << name;
+      EXPECT_EQ(in.readPosition(), peek ? 0 : position) << name;
+      EXPECT_EQ(Header(tag, n, definite), header.value_or(Header(tag, n, definite))) << name;
     }
   }
 }
@@ -92,49 +82,39 @@ TEST(BufferHeader, ConstructedTypesWantTheirTag) {
   bool definite = true;
   EXPECT_FALSE(Holding("3100").getSequence(n, definite) || Holding("3180").getSequenceIndefinite());
   EXPECT_FALSE(Holding("3000").getSet(n) || Holding("3000").getSet(n, definite));
+  EXPECT_FALSE(Holding("3003").getSequenceIndefinite());
   EXPECT_TRUE(Holding("3080").getSequence(n, definite));
   EXPECT_FALSE(definite);
 }
 
 TEST(BufferHeader, IndefiniteFormAndItsEnd) {
-  EXPECT_EQ(written([](Buffer& out) {
-              out.putSequenceIndefinite();
-              out.putIndefiniteHeader(0xA0);
-              out.putEndOfContents();
-            }),
-            hex("3080 A080 0000"));
-  Holding in("3080 A080 0000");
+  Buffer in;
+  in.putSequenceIndefinite();
+  in.putIndefiniteHeader(0xA0);
+  in.putEndOfContents();
+  EXPECT_EQ(held(in), hex("3080 A080 0000"));
   unsigned char tag = 0;
-  EXPECT_TRUE(in.getSequenceIndefinite());
-  EXPECT_TRUE(in.peekIndefiniteHeader(tag));
-  EXPECT_TRUE(in.getIndefiniteHeader(tag));
+  EXPECT_TRUE(in.getSequenceIndefinite() && in.peekIndefiniteHeader(tag) && in.getIndefiniteHeader(tag));
   EXPECT_EQ(tag, 0xA0);
   EXPECT_TRUE(in.getEndOfContents());
-  EXPECT_FALSE(Holding("3003").getSequenceIndefinite());
-
-  struct Row {
-    const char* octets;
-    bool ok;
-    std::uint32_t position;
-  };
-  for (const Row& row : {Row{"0001", false, 2}, Row{"0100", false, 1}, Row{"00", false, 1}, Row{"", false, 0}}) {
-    Holding ended(row.octets);
-    EXPECT_EQ(ended.getEndOfContents(), row.ok) << row.octets;
-    EXPECT_EQ(ended.readPosition(), row.position) << row.octets;
+  for (const auto& [octets, position] : {std::pair{"0001", 2U}, {"0100", 1U}, {"00", 1U}, {"", 0U}}) {
+    Holding ended(octets);
+    EXPECT_FALSE(ended.getEndOfContents()) << octets;
+    EXPECT_EQ(ended.readPosition(), position) << octets;
   }
 }
 
 TEST(BufferHeader, WideTagsTakeAsFewBytesAsHoldThem) {
   const ByteString content = hex("AABB");
-  struct Row {
-    std::uint32_t tag;
-    const char* octets;
-  };
-  for (const Row& row : {Row{0x5F, "5F02AABB"}, Row{0x5F20, "5F2002AABB"}, Row{0x5F8120, "5F812002AABB"},
-                         Row{0x7F818120, "7F81812002AABB"}}) {
-    EXPECT_EQ(written([&](Buffer& out) { out.putWide(row.tag, 2, content.data()); }), hex(row.octets));
-    EXPECT_EQ(Buffer().sizeWide(row.tag, 2), hex(row.octets).size());
-    EXPECT_EQ(Buffer().sizeWideHeader(row.tag, 2) + 2, Buffer().sizeWide(row.tag, 2));
+  for (const auto& [wide, octets] : {std::pair{0x5FU, "5F02AABB"},
+                                     {0x5F20U, "5F2002AABB"},
+                                     {0x5F8120U, "5F812002AABB"},
+                                     {0x7F818120U, "7F81812002AABB"}}) {
+    Buffer out;
+    out.putWide(wide, 2, content.data());
+    EXPECT_EQ(held(out), hex(octets));
+    EXPECT_EQ(out.sizeWide(wide, 2), out.size());
+    EXPECT_EQ(out.sizeWideHeader(wide, 2) + 2, out.size());
   }
   EXPECT_EQ(written([](Buffer& out) { out.putWide(0x7F49, 200, nullptr); }), hex("7F4981C8")) << "header alone";
 }

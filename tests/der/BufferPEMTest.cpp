@@ -39,19 +39,16 @@ class BufferPEM : public ::testing::Test {
   static Reading inMemory(const std::string& text) {
     return reading(text, [](Buffer& in, char* label, std::size_t n) { return in.fromPEM(label, n); });
   }
-  Reading asAWhole(const std::string& text) const {
-    const std::string path = file(text);
-    return reading("", [&](Buffer& in, char* label, std::size_t n) { return in.loadPEM(path.c_str(), label, n); });
-  }
-  Reading asAStream(const std::string& text) const {
-    const std::string path = file(text);
-    return reading("",
-                   [&](Buffer& in, char* label, std::size_t n) { return in.loadPEMStream(path.c_str(), label, n); });
-  }
+  [[nodiscard]] Reading asAWhole(const std::string& text) const { return fromFile(text, &Buffer::loadPEM); }
+  [[nodiscard]] Reading asAStream(const std::string& text) const { return fromFile(text, &Buffer::loadPEMStream); }
 
   TempFolder folder_;
 
  private:
+  Reading fromFile(const std::string& text, bool (Buffer::*load)(const char*, char*, std::size_t)) const {
+    const std::string path = file(text);
+    return reading("", [&](Buffer& in, char* label, std::size_t n) { return (in.*load)(path.c_str(), label, n); });
+  }
   template <class Route>
   static Reading reading(const std::string& text, Route route) {
     Holding in(bytesOf(text));
@@ -90,25 +87,19 @@ TEST_F(BufferPEM, LabelsOfEachRoute) {
   EXPECT_EQ(none, 'x');
 }
 
-TEST_F(BufferPEM, WritesWhatOpenSSLReads) {
+TEST_F(BufferPEM, IsWrittenInLinesWithCRLFOfWhichNoneIsEmpty) {
+  const std::string path = folder_ / "out";
   for (const std::size_t n : {48U, 49U, 96U, 1000U}) {  // 48 octets fill a line
     Holding out(sequenceOf(n));
-    const std::string path = folder_ / "out";
     EXPECT_TRUE(out.savePEM(path.c_str(), "CERTIFICATE"));
     const ByteString text = readFile(path);
     EXPECT_EQ(fromPEM({text.begin(), text.end()}), held(out)) << n;
   }
-}
-
-TEST_F(BufferPEM, LinesEndWithCRLFAndNoneIsEmpty) {
-  const std::string path = folder_ / "out";
-  constexpr const char* kLine = "AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA\r\n";
-  const std::string armoured = std::string("-----BEGIN X-----\r\n").append(kLine).append("-----END X-----\r\n");
-  const std::string bare = std::string(kLine).append("AA==\r\n");
+  const std::string line = std::string(64, 'A') + "\r\n";
   EXPECT_TRUE(Holding(ByteString(48, 0)).savePEM(path.c_str(), "X"));
-  EXPECT_EQ(readFile(path), bytesOf(armoured));
+  EXPECT_EQ(readFile(path), bytesOf("-----BEGIN X-----\r\n" + line + "-----END X-----\r\n"));
   EXPECT_TRUE(Holding(ByteString(49, 0)).savePEM(path.c_str(), nullptr));
-  EXPECT_EQ(readFile(path), bytesOf(bare));
+  EXPECT_EQ(readFile(path), bytesOf(line + "AA==\r\n"));
   EXPECT_FALSE(Holding("01").writePEM(-1, nullptr));
   EXPECT_TRUE(Buffer().savePEM(path.c_str(), "X")) << "a file that could be opened is success";
   EXPECT_TRUE(readFile(path).empty());
@@ -151,11 +142,12 @@ TEST_F(BufferPEM, WhatEachRouteMakesOfOddText) {
   }
 }
 
+// Text behind the last armour is one more block to the stream, and a bad one.
 TEST_F(BufferPEM, StreamGivesOneArmourAfterAnother) {
   const ByteString first = sequenceOf(5000);
   const ByteString second = sequenceOf(300);
   const std::string text = pemByOpenSSL(first) + pemByOpenSSL(second, "X509 CRL") + "\n" + pemByOpenSSL(first, "Z");
-  const int in = open(file(text).c_str(), O_RDONLY | O_CLOEXEC);
+  const int in = open(file(text + "trailing").c_str(), O_RDONLY | O_CLOEXEC);
   Buffer buffer;
   char label[20];
   EXPECT_TRUE(buffer.readPEMStream(in, label, sizeof label));
@@ -166,19 +158,10 @@ TEST_F(BufferPEM, StreamGivesOneArmourAfterAnother) {
   EXPECT_STREQ(label, "X509 CRL");
   EXPECT_TRUE(buffer.readPEMStream(in, label, sizeof label));
   EXPECT_EQ(held(buffer), first);
-  EXPECT_FALSE(buffer.readPEMStream(in, label, sizeof label));
-  EXPECT_EQ(buffer.size(), 0U);
-  close(in);
-}
-
-// Text behind the last armour is one more block to the stream, and a bad one.
-TEST_F(BufferPEM, TextBehindTheLastArmourIsOneMoreBlock) {
-  const int in = open(file(pemByOpenSSL(sequenceOf(300)) + "trailing").c_str(), O_RDONLY | O_CLOEXEC);
-  Buffer buffer;
-  EXPECT_TRUE(buffer.readPEMStream(in));
   EXPECT_TRUE(buffer.readPEMStream(in));
   EXPECT_EQ(buffer.size(), 6U);
-  EXPECT_FALSE(buffer.readPEMStream(in));
+  EXPECT_FALSE(buffer.readPEMStream(in, label, sizeof label));
+  EXPECT_EQ(buffer.size(), 0U);
   close(in);
 }
 
@@ -196,9 +179,9 @@ TEST_F(BufferPEM, FromPEMLeavesTheCursor) {
 TEST(BufferBase64, TextOfASequenceIsDecodedInPlace) {
   const ByteString der = sequenceOf(300);
   Holding in(der);
-  const std::unique_ptr<char[]> text(in.toBase64());
+  const std::string text = taken(in.toBase64());
   EXPECT_EQ(text[0], 'M');
-  fill(in, bytesOf(text.get()));
+  fill(in, bytesOf(text));
   in.setReadPosition(7);
   EXPECT_TRUE(in.decodeBase64());
   EXPECT_EQ(held(in), der);
@@ -215,6 +198,8 @@ TEST(BufferBase64, OtherTextWantsToBeForced) {
   EXPECT_TRUE(in.decodeBase64(true));
   EXPECT_EQ(held(in), bytesOf("ABC"));
   EXPECT_FALSE(Buffer().decodeBase64(true));
+  EXPECT_EQ(Buffer().toBase64(), nullptr);
+  EXPECT_EQ(taken(Buffer(0).toBase64()), "");
 }
 
 // A body that begins with M and is no strict Base64 may be something else: it can be had back.
@@ -225,12 +210,6 @@ TEST(BufferBase64, RefusedTextCanBeHadBack) {
   in.setSize(5);
   EXPECT_TRUE(in.fromPEM());
   EXPECT_EQ(held(in), hex("300000"));
-}
-
-TEST(BufferBase64, NoBlockIsNoText) {
-  EXPECT_EQ(Buffer().toBase64(), nullptr);
-  const std::unique_ptr<char[]> empty(Buffer(0).toBase64());
-  EXPECT_STREQ(empty.get(), "");
 }
 
 }  // namespace

@@ -3,16 +3,19 @@
 #include <openssl/objects.h>
 
 #include <limits>
+#include <optional>
+#include <tuple>
 
 #include "der/BufferContents.h"
 #include "keystrand/der/OID.h"
 #include "support/BuilderParts.h"
+#include "support/Der.h"
 
 namespace keystrand::test {
 namespace {
 
 ByteString integerByOpenSSL(std::int32_t value) {
-  const std::unique_ptr<ASN1_INTEGER, void (*)(ASN1_INTEGER*)> integer(ASN1_INTEGER_new(), ASN1_INTEGER_free);
+  const builder::IntegerHandle integer(ASN1_INTEGER_new());
   ASN1_INTEGER_set_int64(integer.get(), value);
   return builder::encoded(integer.get(), i2d_ASN1_INTEGER);
 }
@@ -61,20 +64,16 @@ TEST(BufferInteger, ReadsAndRefuses) {
 }
 
 TEST(BufferByteValue, ReadsAndRefuses) {
-  struct Row {
-    const char *name, *octets;
-    bool ok;
-    unsigned char value;
-  };
-  for (const Row& row : {Row{"true", "0101FF", true, 0xFF}, Row{"any byte as it stands", "010105", true, 5},
-                         Row{"two octets", "01020005", false, 0}, Row{"another type", "020105", false, 0},
-                         Row{"without octets the next byte counts", "01002A", true, 0x2A},
-                         Row{"without octets at the end", "0100", true, 1}, Row{"cut off", "0101", false, 0},
-                         Row{"zero bytes alone", "0000", false, 0}, Row{"length of five octets", "0185", false, 0}}) {
-    Holding in(row.octets);
+  using Row = std::tuple<const char*, const char*, bool, unsigned char>;
+  for (const auto& [name, octets, ok, expected] :
+       {Row{"true", "0101FF", true, 0xFF}, Row{"any byte as it stands", "010105", true, 5},
+        Row{"two octets", "01020005", false, 0}, Row{"another type", "020105", false, 0},
+        Row{"without octets the next byte counts", "01002A", true, 0x2A},
+        Row{"without octets at the end", "0100", true, 1}, Row{"cut off", "0101", false, 0},
+        Row{"zero bytes alone", "0000", false, 0}, Row{"length of five octets", "0185", false, 0}}) {
     unsigned char value = 0;
-    EXPECT_EQ(in.getBoolean(value), row.ok) << row.name;
-    EXPECT_EQ(value, row.value) << row.name;
+    EXPECT_EQ(Holding(octets).getBoolean(value), ok) << name;
+    EXPECT_EQ(value, expected) << name;
   }
 }
 
@@ -92,38 +91,25 @@ TEST(BufferOID, IsCodedAsOpenSSLCodesIt) {
 }
 
 TEST(BufferOID, ReadsAndRefuses) {
-  struct Row {
-    const char *name, *octets;
-    const char* dotted;  // nullptr when refused
-  };
-  for (const Row& row :
+  using Row = std::tuple<const char*, const char*, std::optional<const char*>>;  // nothing when refused
+  const auto no = std::nullopt;
+  OID oid("1.2.3");
+  for (const auto& [name, octets, dotted] :
        {Row{"79 belongs to arc 1", "06014F", "1.39"}, Row{"80 belongs to arc 2", "060150", "2.0"},
         Row{"no octets", "0600", "0.0"}, Row{"padding is accepted", "0603558001", "2.5.1"},
-        Row{"arcs count modulo 2^32", "06065590808080 0F", "2.5.15"}, Row{"an arc without an end", "06025581", nullptr},
-        Row{"cut off", "060555", nullptr}, Row{"another type", "040155", nullptr},
-        Row{"a length near 2^32", "0684FFFFFFFF55", nullptr}}) {
-    Holding in(row.octets);
-    OID oid;
-    EXPECT_EQ(in.getOID(oid), row.dotted != nullptr) << row.name;
-    if (row.dotted != nullptr) {
-      EXPECT_TRUE(oid.equals(row.dotted)) << row.name;
-    }
+        Row{"arcs count modulo 2^32", "06065590808080 0F", "2.5.15"}, Row{"an arc without an end", "06025581", no},
+        Row{"cut off", "060555", no}, Row{"another type", "040155", no},
+        Row{"a length near 2^32", "0684FFFFFFFF55", no}}) {
+    ASSERT_EQ(Holding(octets).getOID(oid), dotted.has_value()) << name;
+    EXPECT_TRUE(!dotted || oid.equals(*dotted)) << name;
   }
-}
-
-TEST(BufferOID, SixtyFiveArcsOverflow) {
-  const auto identifierOf = [](std::size_t arcs) {
-    ByteString bytes = {0x06, static_cast<unsigned char>(arcs - 1)};
-    bytes.resize(arcs + 1, 0x2A);
-    return bytes;
-  };
-  OID oid;
-  EXPECT_TRUE(Holding(identifierOf(64)).getOID(oid));
-  EXPECT_FALSE(oid.overflow());
-  EXPECT_EQ(oid.count(), 64);
-  EXPECT_TRUE(Holding(identifierOf(100)).getOID(oid));
-  EXPECT_TRUE(oid.overflow());
-  EXPECT_FALSE(oid.equals(oid));
+  for (const auto& [arcs, overflow] : {std::pair{64U, false}, {65U, true}, {100U, true}}) {
+    const ByteString bytes = ByteString{0x06, static_cast<unsigned char>(arcs - 1)} + ByteString(arcs - 1, 0x2A);
+    EXPECT_TRUE(Holding(bytes).getOID(oid));
+    EXPECT_EQ(oid.overflow(), overflow) << arcs;
+    EXPECT_EQ(oid.equals(oid), !overflow) << arcs;
+    EXPECT_EQ(oid.count(), 64) << arcs;
+  }
   EXPECT_TRUE(Holding("0603551D0F").getOID(oid));
   EXPECT_TRUE(oid.equals("2.5.29.15")) << "what was read before leaves no mark";
 }

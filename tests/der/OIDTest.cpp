@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <string>
+#include <tuple>
 
 #include "der/ConstantOID.h"
 #include "der/Values.h"
@@ -16,27 +17,18 @@ std::string arcs(int count) {
 }
 
 TEST(OIDText, IsReadAndWritten) {
-  struct Row {
-    const char *text, *written;
-  };
-  const Row rows[] = {
-      {"2.5.4.3", "2.5.4.3"},
-      {"1.3.6.1.4.1.11129.2.4.2.1.1", "1.3.6.1.4.1.11129.2.4.2.1.1"},
-      {"1.4294967295", "1.4294967295"},
-      {"1.4294967297", "1.1"},  // modulo 2^32
-      {"1.2x3.4", "1.2.4"},     // anything but a digit ends its piece
-      {"1..3", "1.0.3"},        // an empty piece counts 0
-      {"-1.2", "0.2"},
-      {"", "0.0.0.0.0.0.0."},  // the mark of an empty identifier
-      {nullptr, "0.0.0.0.0.0.0."},
-  };
-  for (const Row& row : rows) EXPECT_EQ(taken(OID(row.text).toText()), row.written) << row.written;
-}
-
-TEST(OIDText, IsPrintedWithSignedArcs) {
+  using Row = std::pair<const char*, const char*>;
+  for (const auto& [text, written] :
+       {Row{"2.5.4.3", "2.5.4.3"}, Row{"1.3.6.1.4.1.11129.2.4.2.1.1", "1.3.6.1.4.1.11129.2.4.2.1.1"},
+        Row{"1.4294967295", "1.4294967295"}, Row{"1.4294967297", "1.1"},  // modulo 2^32
+        Row{"1.2x3.4", "1.2.4"},                                          // anything but a digit ends its piece
+        Row{"1..3", "1.0.3"},                                             // an empty piece counts 0
+        Row{"-1.2", "0.2"}, Row{"", "0.0.0.0.0.0.0."},                    // the mark of an empty identifier
+        Row{nullptr, "0.0.0.0.0.0.0."}})
+    EXPECT_EQ(taken(OID(text).toText()), written) << written;
   testing::internal::CaptureStdout();
   OID("2.25.4294967295").print();
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "2.25.-1");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "2.25.-1") << "arcs are printed with a sign";
 }
 
 TEST(OIDOverflow, OfASixtyFifthArcEqualsNothing) {
@@ -57,30 +49,18 @@ TEST(OIDOverflow, OfASixtyFifthArcEqualsNothing) {
 }
 
 TEST(OIDComparison, CountsArcs) {
-  struct Row {
-    const char *left, *right;
-    bool equal;
-    bool prefix;  // right is one of left
-  };
-  const Row rows[] = {
-      {"1.2", "1.2.3", false, false},
-      {"1.2.3", "1.2", false, true},
-      {"1.2.3", "1.2.3", true, true},
-      {"1.2.3", "1.2.4", false, false},
-      {"1.23", "1.2", false, false},  // arcs, not characters
-      {"1.2.3", "", false, true},
-      {"", "", true, true},
-      {"1.2.3.4.5.6.7.8.9.10.11", "1.2.3.4.5.6.7.8.9.10.11", true, true},
-      {"1.2.3.4.5.6.7.8.9.10.11", "1.2.3.4.5.6.7.8.9.10.12", false, false},
-      {"1.2.3.4.5.6.7.8.9.10.11", "1.2.3.4.5.6.7.8.9", false, true},
-  };
-  for (const Row& row : rows) {
-    const OID left(row.left);
-    const OID right(row.right);
-    EXPECT_EQ(left.equals(right), row.equal) << row.left << " " << row.right;
-    EXPECT_EQ(left.equals(row.right), row.equal) << row.left << " " << row.right;
-    EXPECT_EQ(left.startsWith(right), row.prefix) << row.left << " " << row.right;
-    EXPECT_EQ(left.startsWith(row.right), row.prefix) << row.left << " " << row.right;
+  using Row = std::tuple<const char*, const char*, bool, bool>;
+  const char* eleven = "1.2.3.4.5.6.7.8.9.10.11";
+  for (const auto& [leftText, rightText, equal, prefix] :  // the right one is a prefix of the left
+       {Row{"1.2", "1.2.3", false, false}, Row{"1.2.3", "1.2", false, true}, Row{"1.2.3", "1.2.3", true, true},
+        Row{"1.2.3", "1.2.4", false, false}, Row{"1.23", "1.2", false, false},  // arcs, not characters
+        Row{"1.2.3", "", false, true}, Row{"", "", true, true}, Row{eleven, eleven, true, true},
+        Row{eleven, "1.2.3.4.5.6.7.8.9.10.12", false, false}, Row{eleven, "1.2.3.4.5.6.7.8.9", false, true}}) {
+    const OID left(leftText);
+    const OID right(rightText);
+    EXPECT_TRUE(left.equals(right) == equal && left.equals(rightText) == equal) << leftText << " " << rightText;
+    EXPECT_TRUE(left.startsWith(right) == prefix && left.startsWith(rightText) == prefix)
+        << leftText << " " << rightText;
   }
   EXPECT_TRUE(OID("2.5.29.15") == "2.5.29.15"_oid);
   EXPECT_FALSE(OID("2.5.29.15.1") == "2.5.29.15"_oid);

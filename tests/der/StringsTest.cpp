@@ -2,6 +2,7 @@
 #include <openssl/asn1.h>
 
 #include <string>
+#include <tuple>
 
 #include "der/UTF8Text.h"
 #include "der/Values.h"
@@ -63,14 +64,7 @@ TEST(UTF8Failure, LeavesAnAbsentValue) {
 }
 
 TEST(WideCoding, OfEachType) {
-  struct Row {
-    const char* name;
-    unsigned char tag;
-    const char* der;
-    bool read;
-    std::optional<std::u16string> units;
-    const char* written;
-  };
+  using Row = std::tuple<const char*, unsigned char, const char*, bool, std::optional<std::u16string>, const char*>;
   const Row rows[] = {
       {"UTF8String", 12, "0C03E282AC", true, u"\u20AC", "0C03E282AC"},
       {"longer than needed is written as read", 12, "0C02C181", true, u"A", "0C02C181"},
@@ -90,14 +84,14 @@ TEST(WideCoding, OfEachType) {
       {"a length beyond the data", 30, "1E040041", false, std::nullopt, "0500"},
       {"a huge length", 12, "0C84FFFFFFFF41", false, std::nullopt, "0500"},
   };
-  for (const Row& row : rows) {
+  for (const auto& [name, tag, der, read, units, written] : rows) {
     UTF8 utf8;
     Unicode unicode;
     ISO10646 universal;
-    ISO10646& value = row.tag == 12 ? utf8 : row.tag == 30 ? unicode : universal;
-    EXPECT_EQ(decode(value, hex(row.der)), row.read) << row.name;
-    EXPECT_EQ(value.wide(), row.units) << row.name;
-    EXPECT_EQ(encode(value), hex(row.written)) << row.name;
+    ISO10646& value = tag == 12 ? utf8 : tag == 30 ? unicode : universal;
+    EXPECT_EQ(decode(value, hex(der)), read) << name;
+    EXPECT_EQ(value.wide(), units) << name;
+    EXPECT_EQ(encode(value), hex(written)) << name;
   }
 }
 

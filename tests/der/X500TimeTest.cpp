@@ -4,6 +4,7 @@
 #include <ctime>
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include "der/Calendar.h"
 #include "der/Values.h"
@@ -50,30 +51,27 @@ std::string spelt(std::string text, const char* zone) {
   return text;
 }
 
-// Every day of the years that the two ordinary forms name, at an hour that moves: the fast road, the general road that
-// an explicit zone takes, and OpenSSL name the same second.
+// The fast road, the general road that an explicit zone takes, and OpenSSL name the same second.
+void expectOneInstant(const X500Time& made) {
+  const std::string text = made.textView();
+  X500Time fast, general;
+  ASSERT_TRUE(decode(fast, timeValue(made.tag(), text))) << text;
+  ASSERT_TRUE(decode(general, timeValue(made.tag(), spelt(text, "+0000")))) << text;
+  ASSERT_EQ(fast.seconds(), made.seconds()) << text;
+  ASSERT_EQ(general.seconds(), made.seconds()) << text;
+  ASSERT_EQ(secondsByOpenSSL(text, made.tag()), made.seconds()) << text;
+}
+
+// Every day of the years that the two ordinary forms name, at an hour that moves.
 TEST(X500TimeReading, AgreesWithOpenSSLByBothRoads) {
+  X500Time made;
   for (std::int64_t day = daysBeforeMonth(1950, 1); day < daysBeforeMonth(2050, 1); ++day) {
-    X500Time made;
     made.setUTC(day * 86400 + (day * day * 7) % 86400);
-    const std::string text = made.textView();
-    X500Time fast, general;
-    ASSERT_TRUE(decode(fast, timeValue(23, text))) << text;
-    ASSERT_TRUE(decode(general, timeValue(23, spelt(text, "+0000")))) << text;
-    ASSERT_EQ(fast.seconds(), made.seconds()) << text;
-    ASSERT_EQ(general.seconds(), made.seconds()) << text;
-    ASSERT_EQ(secondsByOpenSSL(text, 23), made.seconds()) << text;
+    ASSERT_NO_FATAL_FAILURE(expectOneInstant(made));
   }
   for (std::int64_t month = 1000 * 12; month < 10000 * 12; month += 7) {
-    X500Time made;
     made.setGeneralized(daysBeforeMonth(0, month + 1) * 86400 - 1 + month % 3);
-    const std::string text = made.textView();
-    X500Time fast, general;
-    ASSERT_TRUE(decode(fast, timeValue(24, text))) << text;
-    ASSERT_TRUE(decode(general, timeValue(24, spelt(text, "+0000")))) << text;
-    ASSERT_EQ(fast.seconds(), made.seconds()) << text;
-    ASSERT_EQ(general.seconds(), made.seconds()) << text;
-    ASSERT_EQ(secondsByOpenSSL(text, 24), made.seconds()) << text;
+    ASSERT_NO_FATAL_FAILURE(expectOneInstant(made));
   }
 }
 
@@ -81,33 +79,22 @@ TEST(X500TimeReading, AgreesWithOpenSSLByBothRoads) {
 TEST(X500TimeReading, CarriesOverAsTimegmDoes) {
   for (const char* text : {"20150229000000Z", "20151301000000Z", "20150001000000Z", "20150100000000Z",
                            "20151332256199Z", "00000000000000Z", "99999999999999Z", "20161231235960Z"}) {
-    int field[6] = {};
-    ASSERT_EQ(std::sscanf(text, "%4d%2d%2d%2d%2d%2d", &field[0], &field[1], &field[2], &field[3], &field[4], &field[5]),
-              6);
     std::tm fields{};
-    fields.tm_year = field[0] - 1900;
-    fields.tm_mon = field[1] - 1;
-    fields.tm_mday = field[2];
-    fields.tm_hour = field[3];
-    fields.tm_min = field[4];
-    fields.tm_sec = field[5];
+    ASSERT_EQ(std::sscanf(text, "%4d%2d%2d%2d%2d%2d", &fields.tm_year, &fields.tm_mon, &fields.tm_mday, &fields.tm_hour,
+                          &fields.tm_min, &fields.tm_sec),
+              6);
+    fields.tm_year -= 1900;
+    fields.tm_mon -= 1;
     const std::int64_t expected = timegm(&fields);
     X500Time fast, general, set;
-    EXPECT_TRUE(decode(fast, timeValue(24, text)));
-    EXPECT_TRUE(decode(general, timeValue(24, spelt(text, "-0000"))));
+    EXPECT_TRUE(decode(fast, timeValue(24, text)) && decode(general, timeValue(24, spelt(text, "-0000"))));
     set.setGeneralizedText(text);
-    EXPECT_EQ(fast.seconds(), expected) << text;
-    EXPECT_EQ(general.seconds(), expected) << text;
-    EXPECT_EQ(set.seconds(), expected) << text;
+    for (const X500Time* time : {&fast, &general, &set}) EXPECT_EQ(time->seconds(), expected) << text;
   }
 }
 
 TEST(X500TimeReading, TakesEveryFormThatWasEverWritten) {
-  struct Row {
-    unsigned char tag;
-    const char* text;
-    Expected expected;
-  };
+  using Row = std::tuple<unsigned char, const char*, Expected>;
   const Row rows[] = {
       {23, "490101000000Z", {"490101000000Z", 2493072000}},
       {23, "500101000000Z", {"500101000000Z", -631152000}},
@@ -132,41 +119,30 @@ TEST(X500TimeReading, TakesEveryFormThatWasEverWritten) {
       // longer than the place that keeps it
       {24, "20150101120000.0000001234567890Z", {"20150101120000.00000012345", 1420113600, "000000", 0}},
   };
-  for (const Row& row : rows) {
+  for (const auto& [tag, text, expected] : rows) {
     X500Time time;
-    EXPECT_TRUE(decode(time, timeValue(row.tag, row.text))) << row.text;
-    expectTime(time, row.expected, row.text);
-    EXPECT_EQ(encode(time), timeValue(row.tag, row.expected.text));
+    EXPECT_TRUE(decode(time, timeValue(tag, text))) << text;
+    expectTime(time, expected, text);
+    EXPECT_EQ(encode(time), timeValue(tag, expected.text));
   }
 }
 
 TEST(X500TimeReading, LeavesNoTimeAtAllOnFailure) {
-  struct Row {
-    const char* name;
-    ByteString der;
-  };
-  const Row rows[] = {
-      {"NULL", hex("0500")},
-      {"NULL of some length", hex("050D")},
-      {"an empty text", hex("1700")},
-      {"nine digits", timeValue(23, "091231235Z")},
-      {"letters", timeValue(23, "abcdefghijklZ")},
-      {"a letter among digits", timeValue(23, "1501o1120000Z")},
-      {"GeneralizedTime without seconds", timeValue(24, "201501011200Z")},
-      {"a fraction of minutes", timeValue(23, "1501011200.5Z")},
-      {"zeros behind a NUL", timeValue(23, std::string("1501011\0"
-                                                       "20000Z",
-                                                       14))},
-      {"a length beyond the data", hex("170D313530313031")},
-      {"a huge length", hex("1784FFFFFFFF31")},
-      {"nothing", {}},
-  };
-  const X500Time epoch;
-  for (const Row& row : rows) {
+  using Row = std::pair<const char*, ByteString>;
+  const std::string zerosBehindNUL("1501011\00020000Z", 14);
+  for (const auto& [name, der] :
+       {Row{"NULL", hex("0500")}, Row{"NULL of some length", hex("050D")}, Row{"an empty text", hex("1700")},
+        Row{"nine digits", timeValue(23, "091231235Z")}, Row{"letters", timeValue(23, "abcdefghijklZ")},
+        Row{"a letter among digits", timeValue(23, "1501o1120000Z")},
+        Row{"GeneralizedTime without seconds", timeValue(24, "201501011200Z")},
+        Row{"a fraction of minutes", timeValue(23, "1501011200.5Z")},
+        Row{"zeros behind a NUL", timeValue(23, zerosBehindNUL)},
+        Row{"a length beyond the data", hex("170D313530313031")}, Row{"a huge length", hex("1784FFFFFFFF31")},
+        Row{"nothing", {}}}) {
     X500Time time;
-    EXPECT_FALSE(decode(time, row.der)) << row.name;
-    expectTime(time, {kFailed, -1}, row.name);
-    EXPECT_TRUE(time.less(epoch)) << row.name;
+    EXPECT_FALSE(decode(time, der)) << name;
+    expectTime(time, {kFailed, -1}, name);
+    EXPECT_TRUE(time.less(X500Time())) << name;
   }
 }
 
@@ -210,19 +186,21 @@ TEST(X500TimeSetters, ReadTexts) {
 
 TEST(X500TimeSetters, MakeTexts) {
   X500Time time;
-  time.setUTC(1420113600);
-  expectTime(time, {"150101120000Z", 1420113600}, "UTC");
-  time.setGeneralized(1420113600, 50);
-  expectTime(time, {"20150101120000.00005Z", 1420113600, "00005", 50}, "with microseconds");
-  time.setGeneralized(1420113600, 1000000);
-  expectTime(time, {"20150101120000Z", 1420113600}, "microseconds out of range");
-  time.setGeneralized(-62135596800);
-  expectTime(time, {"00010101000000Z", -62135596800}, "the year 1");
-  time.setUTC(253402300800);
-  expectTime(time, {"000101000000Z", 253402300800}, "the year 10000");
+  for (const Expected& utc : {Expected{"150101120000Z", 1420113600}, Expected{"000101000000Z", 253402300800}}) {
+    time.setUTC(utc.seconds);
+    expectTime(time, utc, utc.text);
+  }
+  struct Row {
+    std::uint32_t microseconds;
+    Expected expected;
+  };
+  for (const auto& [microseconds, expected] :
+       {Row{50, {"20150101120000.00005Z", 1420113600, "00005", 50}}, Row{1000000, {"20150101120000Z", 1420113600}},
+        Row{0, {"00010101000000Z", -62135596800}}, Row{0, {"999999999999", 253402300800}}}) {
+    time.setGeneralized(expected.seconds, microseconds);
+    expectTime(time, expected, expected.text);
+  }
   // no text can stand for these: of four digits of the year, or of any year
-  time.setGeneralized(253402300800);
-  expectTime(time, {"999999999999", 253402300800}, "the year 10000");
   for (const std::int64_t seconds : {std::int64_t{-62167219201}, std::numeric_limits<std::int64_t>::max(),
                                      std::numeric_limits<std::int64_t>::min()}) {
     time.setGeneralized(seconds);

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "log/Logger.h"
@@ -114,12 +115,8 @@ TEST_F(LoggerTest, LinesOfConcurrentLoggersStayWhole) {
 }
 
 TEST(Catalogue, RowsStandAtTheirCodesWithTheirMisspellings) {
-  struct Row {
-    unsigned long code;
-    unsigned char language;
-    const char* text;
-  };
-  for (const Row& row :
+  using Row = std::tuple<unsigned long, unsigned char, const char*>;
+  for (const auto& [code, language, text] :
        {Row{5120, 0, "Errore interno"}, Row{5192, 0, "Impossibile inizializzare la lista dei Certificati"},
         Row{5192, 1, "Failed to initialize the list of CA certificates"},
         Row{5222, 1, "Certificare encoding not conform to the BER format"},
@@ -129,7 +126,7 @@ TEST(Catalogue, RowsStandAtTheirCodesWithTheirMisspellings) {
         // a language beyond the two reads on into the next rows, and never beyond the table
         Row{5120, 2, messageText(5121, 0)}, Row{5257, 255, "Failed to check country TSL"}, Row{5119, 0, ""},
         Row{5258, 0, ""}}) {
-    EXPECT_STREQ(messageText(row.code, row.language), row.text) << row.code;
+    EXPECT_STREQ(messageText(code, language), text) << code;
   }
 }
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "keystrand/pkix/AuthorityKeyIdentifier.h"
 #include "keystrand/pkix/DistributionPoint.h"
 #include "pkix/OpenSSLOracle.h"
@@ -38,15 +40,8 @@ TEST(DistributionPointList, ReadsWhatOpenSSLWrites) {
 TEST(DistributionPoint, ReadsReasonsOfAnyLength) {
   std::string octets200;
   for (int i = 0; i < 200; ++i) octets200 += "A5";
-  struct Row {
-    const char* name;
-    std::string encoding;
-    bool ok;
-    std::uint32_t length;
-    std::array<unsigned char, 4> reasons;
-    std::string written;
-  };
-  for (const Row& row : {
+  using Row = std::tuple<const char*, std::string, bool, std::uint32_t, std::array<unsigned char, 4>, std::string>;
+  for (const auto& [name, encoding, ok, length, reasons, written] : {
            Row{"none", "3000", true, 0, {0xFF, 0xFF, 0xFF, 0xFF}, "3000"},
            Row{"no bits", "3003 810100", true, 0, {0xFF, 0xFF, 0xFF, 0xFF}, "3003 810100"},
            Row{"nine bits", "3005 8103074080", true, 2, {0x40, 0x80, 0xFF, 0xFF}, "3005 8103074080"},
@@ -60,10 +55,10 @@ TEST(DistributionPoint, ReadsReasonsOfAnyLength) {
            Row{"longer than the data", "3007 8184FFFFFFFF07", false, 0, {0xFF, 0xFF, 0xFF, 0xFF}, "3000"},
        }) {
     DistributionPoint point;
-    EXPECT_EQ(decode(point, fromHex(row.encoding)), row.ok) << row.name;
-    EXPECT_EQ(point.reasonsLength(), row.length) << row.name;
-    EXPECT_EQ(point.reasons(), row.reasons) << row.name;
-    EXPECT_EQ(encode(point), fromHex(row.written)) << row.name;
+    EXPECT_EQ(decode(point, fromHex(encoding)), ok) << name;
+    EXPECT_EQ(point.reasonsLength(), length) << name;
+    EXPECT_EQ(point.reasons(), reasons) << name;
+    EXPECT_EQ(encode(point), fromHex(written)) << name;
   }
 }
 

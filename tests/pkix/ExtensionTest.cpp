@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <tuple>
 
 #include "keystrand/pkix/Extension.h"
 #include "support/Builders.h"
@@ -91,12 +92,8 @@ TEST(ExtensionList, EditsAndFinds) {
 }
 
 TEST(ExtensionList, ReadsAndRefuses) {
-  struct Row {
-    const char *name, *encoding;
-    bool ok;
-    int count;
-  };
-  for (const Row& row :
+  using Row = std::tuple<const char*, const char*, bool, int>;
+  for (const auto& [name, encoding, ok, count] :
        {Row{"empty", "3000", true, 0}, Row{"what was read stays", "3010 30070603551D0E0400 30050603551D0F", false, 1},
         Row{"longer than the data", "30FF 30070603551D0E0400", false, 0},
         Row{"a value in a segment", "300D 300B 0603551D0F 2404 0402AABB", true, 1},
@@ -104,8 +101,8 @@ TEST(ExtensionList, ReadsAndRefuses) {
         Row{"a segment of a value that claims what follows it",
             "3016 3009 0603551D0F 240D 0400 3009 0603551D0E 04020000", false, 0}}) {
     ExtensionList list;
-    EXPECT_EQ(decode(list, fromHex(row.encoding)), row.ok) << row.name;
-    EXPECT_EQ(list.count(), row.count) << row.name;
+    EXPECT_EQ(decode(list, fromHex(encoding)), ok) << name;
+    EXPECT_EQ(list.count(), count) << name;
   }
 }
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "keystrand/pkix/GeneralName.h"
 #include "pkix/OpenSSLOracle.h"
 #include "support/Builders.h"
@@ -32,18 +34,16 @@ TEST(GeneralName, ReadsEveryChoice) {
 }
 
 TEST(GeneralName, EncodesURIs) {
-  struct Row {
-    const char *given, *stored;
-  };
-  for (const Row& row :
+  using Row = std::pair<const char*, const char*>;
+  for (const auto& [given, stored] :
        {Row{"http://example.org/a b", "http://example.org/a%20b"},
         Row{"ldap://h/cn=CA,c=IT?x", "ldap://h/cn%3DCA,c%3DIT?x"}, Row{"already%20encoded", "already%2520encoded"},
         Row{"a\nb", "a%Ab"},  // no padding: one digit below 0x10
         Row{"\xC3\xA8", "%C3%A8"}, Row{"!$&'()*+,-./:;?_@09azAZ", "!$&'()*+,-./:;?_@09azAZ"},
         Row{"~#[]\"", "%7E%23%5B%5D%22"}, Row{"", ""}}) {
     GeneralName name;
-    name.setURI(row.given);
-    EXPECT_EQ(taken(name.text()), row.stored);
+    name.setURI(given);
+    EXPECT_EQ(taken(name.text()), stored);
   }
 }
 
@@ -70,14 +70,9 @@ TEST(GeneralName, LeavesAnUnknownChoiceUnread) {
 
 TEST(GeneralNameList, StaysWithinItsBytes) {
   const std::string uri = "8603613A62";
-  struct Row {
-    const char* name;
-    std::string encoding;
-    bool ok;
-    int count;
-  };
+  using Row = std::tuple<const char*, std::string, bool, int>;
   const std::string unknownOther = "A00A 06032A0304 A0030C0141";  // a value of an unknown type
-  for (const Row& row : {
+  for (const auto& [name, encoding, ok, count] : {
            Row{"empty", "3000", true, 0},
            Row{"an unknown choice is passed over", "3008 0C0141" + uri, true, 1},
            Row{"NULL is an unknown choice", "3007 0500" + uri, true, 1},
@@ -100,8 +95,8 @@ TEST(GeneralNameList, StaysWithinItsBytes) {
            Row{"a registered identifier that does not end", "3003 880181", false, 0},
        }) {
     GeneralNameList list;
-    EXPECT_EQ(decode(list, fromHex(row.encoding)), row.ok) << row.name;
-    EXPECT_EQ(list.count(), row.count) << row.name;
+    EXPECT_EQ(decode(list, fromHex(encoding)), ok) << name;
+    EXPECT_EQ(list.count(), count) << name;
     encode(list);
   }
 }

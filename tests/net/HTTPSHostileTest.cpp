@@ -127,17 +127,5 @@ TEST_F(HTTPSHostile, AuthorizationGoesAlongToEveryHost) {
   EXPECT_THAT(target.requests()[2], Not(HasSubstr("Authorization:"))) << "a direct request";
 }
 
-TEST_F(HTTPSHostile, ARedirectLeadsToHTTPOnly) {
-  ScriptedServer target({{""}});
-  for (const char* scheme : {"ftp", "gopher"}) {
-    const std::string location = scheme + target.url().substr(4);
-    ScriptedServer first({{"HTTP/1.1 302 Found\r\nLocation: " + location + "\r\nContent-Length: 0\r\n\r\n"}});
-    setCurlTimeout(1);
-    EXPECT_FALSE(httpsGetObject(first.url(), buffer_)) << scheme;
-  }
-  test::ask(target.port(), "the only one\r\n\r\n");
-  EXPECT_THAT(target.requests(), testing::ElementsAre("the only one\r\n\r\n"));
-}
-
 }  // namespace
 }  // namespace keystrand

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 
+#include "net/Bytes.h"
 #include "net/FreshNetState.h"
 #include "net/HTTPS.h"
 #include "support/NginxServer.h"
@@ -18,8 +19,6 @@ using test::ScriptedServer;
 using test::SOCKSProxyServer;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
-
-constexpr const char* kLoopback = "127.0.0.1";
 
 class HTTPSProxy : public FreshNetState {
  protected:

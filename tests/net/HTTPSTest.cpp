@@ -27,6 +27,7 @@ class HTTPSTest : public FreshNetState {
       location = /no-time { add_header Last-Modified ""; return 200 "timeless"; }
       location = /moved { return 302 /ca.crl; }
       location = /loop { return 302 /loop; }
+      location = /to-ftp { return 302 ftp://127.0.0.1/x; }
       location = /to-file { return 302 file:///etc/hostname; })");
     server_->put("/ca.crl", "0\x03\x02\x01\x05", kModified);
   }
@@ -69,7 +70,7 @@ TEST_F(HTTPSTest, ObjectsFollowRedirectsTimesDoNot) {
 TEST_F(HTTPSTest, NothingButHTTPIsEverAsked) {
   EXPECT_FALSE(httpsGetObject("file:///etc/hostname", buffer_));
   EXPECT_EQ(buffer_.size(), 0U);
-  EXPECT_FALSE(httpsGetObject(server_->url("/to-file"), buffer_));
+  EXPECT_FALSE(httpsGetObject(server_->url("/to-file"), buffer_) || httpsGetObject(server_->url("/to-ftp"), buffer_));
   EXPECT_FALSE(httpsGetObject("gopher://127.0.0.1/http://", buffer_)) << "passes the parser";
   EXPECT_EQ(httpsPost("file:///tmp/x", {}), kTransferFailed);
 }

@@ -90,16 +90,15 @@ TEST_F(HTTPServerSide, AGetIsReadAsAnyOtherMethod) {
 }
 
 TEST_F(HTTPServerSide, ReadsAndRefuses) {
-  const std::string object = std::string("\x30\x12\x04\x10", 4) + "0123456789abcdef";
   const std::string line = "POST /t HTTP/1.0\r\n";
   struct Row {
     const char* name;
     std::string request, body;
   };
   for (const Row& row : {
-           Row{"object without length", line + "\r\n" + object, object},
+           Row{"object without length", line + "\r\n" + kObject, kObject},
            Row{"text without length stays as it is", line + "\r\nMBIEEDAxMjM0NTY3", "MBIEEDAxMjM0NTY3"},
-           Row{"object that breaks off", line + "\r\n" + object.substr(0, 10), object.substr(0, 10)},
+           Row{"object that breaks off", line + "\r\n" + kObject.substr(0, 10), kObject.substr(0, 10)},
            Row{"type in capitals", line + "Content-Type: Text/XML\r\nContent-Length: 1\r\n\r\nx", "x"},
            Row{"another type", line + "Content-Type: a/b\r\nContent-Length: 1\r\n\r\nx", "refused"},
            Row{"type without blank", line + "Content-Type:text/xml\r\nContent-Length: 1\r\n\r\nx", "refused"},

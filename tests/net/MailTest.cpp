@@ -8,6 +8,7 @@
 #include <regex>
 #include <thread>
 
+#include "net/Bytes.h"
 #include "net/FreshNetState.h"
 #include "net/MailLog.h"
 #include "net/MailText.h"
@@ -23,8 +24,6 @@ namespace {
 using namespace std::string_literals;
 using test::ScriptedServer;
 using Then = ScriptedServer::Then;
-
-constexpr const char* kLoopback = "127.0.0.1";
 
 std::string hostName() {
   std::array<char, 256> name{};

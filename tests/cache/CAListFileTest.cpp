@@ -9,7 +9,7 @@
 #include "cache/TestCA.h"
 #include "support/Der.h"
 #include "support/FileLockHolder.h"
-#include "support/LibraryFixture.h"
+#include "support/Texts.h"
 
 namespace keystrand::test {
 namespace {
@@ -20,7 +20,7 @@ using ::testing::IsEmpty;
 const std::vector<std::string> kLoadedNothing = {message(4643), message(4654), rowsMessage(0)};
 
 ByteString octets(const std::string& text) {
-  return element(4, ByteString(text.begin(), text.end()));
+  return element(4, asBytes(text));
 }
 ByteString sequence(const std::vector<ByteString>& content) {
   return withChildren(0x30, content);
@@ -33,32 +33,16 @@ ByteString integer(unsigned char value) {
 }
 ByteString encodedName(const std::string& subject) {
   const ByteString country = set({sequence({{6, 3, 0x55, 4, 6}, {0x13, 2, 'I', 'T'}})});
-  const ByteString name = {subject.begin(), subject.end()};
-  return sequence({country, set({sequence({{6, 3, 0x55, 4, 3}, element(12, name)})})});
+  return sequence({country, set({sequence({{6, 3, 0x55, 4, 3}, element(12, asBytes(subject))})})});
 }
 ByteString infoRecord(const std::string& country) {
   return sequence({octets(country), integer(7), octets("http://l")});
 }
 
-std::unique_ptr<TSLMetadata> metadata(const char* status) {
-  auto record = std::make_unique<TSLMetadata>();
-  record->setCountryCode("IT");
-  record->setServiceType("type");
-  record->setServiceName("name");
-  record->setServiceStatus(status);
-  record->setStatusStartingTime("time");
-  return record;
-}
-
-class CAListFile : public LibraryFixture {
+class CAListFile : public CAFixture {
  protected:
-  std::unique_ptr<CACache> context = contextLogging(Logger::kTrace);
   const std::string path = folder / "list";
 
-  void add(const CAPlan& plan, std::int32_t source, std::unique_ptr<TSLMetadata> record = nullptr) {
-    const std::lock_guard lock(library().caMutex);
-    ASSERT_TRUE(context->insert(decoded(makeCA(plan)), source, std::move(record)));
-  }
   bool loadBytes(const ByteString& bytes) {
     writeFile(path, bytes);
     return context->loadCAList(path);
@@ -98,21 +82,19 @@ TEST_F(CAListFile, HasTheseBytesAndComesBackAsItWas) {
   const ByteString infos = sequence({infoRecord("IT"), infoRecord("FR")});
 
   ASSERT_TRUE(context->addCertificateDER(plain));
-  auto history = metadata("now");
-  history->setNext(metadata("before").release());
-  ASSERT_TRUE(context->insert(decoded(listed), 1, std::move(history)));
+  ASSERT_TRUE(context->insert(decoded(listed), 1, stateOf({}, stateOf({.status = "before"}))));
   EXPECT_TRUE(context->saveCAList(path));
   EXPECT_EQ(readFile(path), image);
   library().loadedTSLs.add({"IT", 7, "http://l"});
   library().loadedTSLs.add({"FRANCE", 7, "http://l"});
-  add({.subject = "a", .issuer = "Root", .serial = 300, .key = rsaKey()}, -70000);
+  insert({.subject = "a", .issuer = "Root", .serial = 300, .key = rsaKey()}, -70000);
   library().loadedTSLs.add({"XX", 70000, ""});
   const auto before = contents();
   logged();
   EXPECT_TRUE(context->saveCAList(path));
   EXPECT_THAT(logged(), ElementsAre(message(4688), message(4689)));
   context->clean();
-  add({.subject = "Not in the file"}, 3);
+  insert({.subject = "Not in the file"}, 3);
   library().loadedTSLs.clear();
   logged();
   EXPECT_TRUE(context->loadCAList(path));
@@ -128,13 +110,9 @@ TEST_F(CAListFile, HasTheseBytesAndComesBackAsItWas) {
 
 TEST_F(CAListFile, HoldsHistoriesOfAnyLength) {
   constexpr int kRecords = 5000;
-  auto chain = metadata("0");
-  for (int i = 1; i < kRecords; ++i) {
-    auto newer = metadata(std::to_string(i).c_str());
-    newer->setNext(chain.release());
-    chain = std::move(newer);
-  }
-  add({}, kSourceTSL, std::move(chain));
+  std::unique_ptr<TSLMetadata> chain;
+  for (int i = 0; i < kRecords; ++i) chain = stateOf({.status = std::to_string(i).c_str()}, std::move(chain));
+  insert({}, kSourceTSL, std::move(chain));
   const auto before = contents();
   EXPECT_TRUE(context->saveCAList(path));
   context->clean();
@@ -144,13 +122,10 @@ TEST_F(CAListFile, HoldsHistoriesOfAnyLength) {
 
 // A text that is missing is left out of the record, and the reader then takes the next one for it.
 TEST_F(CAListFile, WithAMissingTextReadsAsEmpty) {
-  using Setter = void (TSLMetadata::*)(const char*);
-  for (const Setter setter : {&TSLMetadata::setServiceType, &TSLMetadata::setServiceName,
-                              &TSLMetadata::setServiceStatus, &TSLMetadata::setStatusStartingTime}) {
-    auto record = metadata("now");
-    ((*record).*setter)(nullptr);
+  for (const StatePlan& missing : {StatePlan{.type = nullptr}, StatePlan{.name = nullptr}, StatePlan{.status = nullptr},
+                                   StatePlan{.time = nullptr}}) {
     context->clean();
-    add({}, kSourceTSL, std::move(record));
+    insert({}, kSourceTSL, stateOf(missing));
     ASSERT_TRUE(context->saveCAList(path));
     logged();
     EXPECT_TRUE(context->loadCAList(path));
@@ -170,10 +145,9 @@ TEST_F(CAListFile, GivesWhatCanBeReadOfIt) {
   };
   const std::string text = "just a text file";
   for (const Row& row :
-       {Row{"empty file", {}, 0, 0}, Row{"text", ByteString(text.begin(), text.end()), 0, 0},
-        Row{"no rows", set({}), 0, 0}, Row{"rows and records", rows(2) + infos, 2, 1},
-        Row{"records alone", infos, 0, 0}, Row{"the limit", rows(2048) + infos, 2048, 1},
-        Row{"beyond the limit", rows(2050) + infos, 2048, 1},
+       {Row{"empty file", {}, 0, 0}, Row{"text", asBytes(text), 0, 0}, Row{"no rows", set({}), 0, 0},
+        Row{"rows and records", rows(2) + infos, 2, 1}, Row{"records alone", infos, 0, 0},
+        Row{"the limit", rows(2048) + infos, 2048, 1}, Row{"beyond the limit", rows(2050) + infos, 2048, 1},
         Row{"row that is none", set({emptyRow, integer(1)}) + infos, 0, 0},
         Row{"set beyond the file", {0x31, 0x84, 0xFF, 0xFF, 0xFF, 0xFF}, 0, 0},
         Row{"row beyond the set", ByteString{0x31, 4} + emptyRow, 1, 0},
@@ -199,8 +173,8 @@ TEST_F(CAListFile, GivesWhatCanBeReadOfIt) {
 
 // The context that loads has just saved: what its buffer holds must not complete a file that was cut.
 TEST_F(CAListFile, CutAnywhereGivesNoRowsAndNoCrash) {
-  add({.subject = "A"}, 3, metadata("now"));
-  add({.subject = "B"}, 3);
+  insert({.subject = "A"}, 3, stateOf());
+  insert({.subject = "B"}, 3);
   ASSERT_TRUE(context->saveCAList(path));
   library().loadedTSLs.add({"IT", 7, "http://lists.example/IT"});
   const std::size_t rowsEnd = readFile(path).size();
@@ -215,32 +189,12 @@ TEST_F(CAListFile, CutAnywhereGivesNoRowsAndNoCrash) {
   }
 }
 
-TEST_F(CAListFile, DamagedAnywhereLoadsAndCanBeUsed) {
-  add({.subject = "A"}, 1, metadata("now"));
-  library().loadedTSLs.add({"IT", 7, "http://lists.example/IT"});
-  ASSERT_TRUE(context->saveCAList(path));
-  const ByteString image = readFile(path);
-  const ByteString certificate = makeCA({.subject = "A"});
-  for (std::size_t n = 0; n < image.size(); ++n) {
-    for (const int flip : {0x01, 0x80, 0xFF}) {
-      ByteString damaged = image;
-      damaged[n] = static_cast<unsigned char>(damaged[n] ^ flip);
-      ASSERT_TRUE(loadBytes(damaged)) << n;
-      EXPECT_LE(context->rowCount(), 1) << n;
-      static_cast<void>(context->sourceOfDER(certificate));
-      delete[] context->countryCodeAt(0, 0);
-      delete context->certificateAt(0, 0);
-      context->saveCAList(path);
-    }
-  }
-}
-
 TEST_F(CAListFile, ThatCannotBeUsedLeavesListAndFileAlone) {
   writeFile(path, {1, 2, 3});
   EXPECT_FALSE(context->saveCAList(path)) << "an empty list";
   EXPECT_THAT(logged(), ElementsAre(message(4688)));
   EXPECT_EQ(readFile(path), (ByteString{1, 2, 3}));
-  add({}, 3);
+  insert({}, 3);
   logged();
   for (const std::string& missing : {std::string(folder / "none"), folder.path().string(), std::string()}) {
     EXPECT_FALSE(context->loadCAList(missing)) << missing;
@@ -276,7 +230,7 @@ void untilWaiting(const std::future<Result>& operation) {
 }
 
 TEST_F(CAListFile, IsReadAndWrittenOnlyWhenNobodyElseHoldsIt) {
-  add({}, 3);
+  insert({}, 3);
   ASSERT_TRUE(context->saveCAList(path));
   const ByteString image = readFile(path);
   context->clean();

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "cache/TestCA.h"
-#include "support/LibraryFixture.h"
 
 namespace keystrand::test {
 namespace {
@@ -16,11 +15,8 @@ using ::testing::IsEmpty;
 const std::string kCannotAdd = message(5195);
 const std::string kNotCanonical = message(5222);
 
-class CAList : public LibraryFixture {
+class CAList : public CAFixture {
  protected:
-  std::unique_ptr<CACache> context = contextLogging(Logger::kTrace);
-
-  bool add(const CAPlan& plan) { return context->addCertificateDER(makeCA(plan)); }
   int rowOf(const std::string& subject) {
     return context->rowOf(*decoded(makeCA({.subject = subject}))->subjectView());
   }
@@ -41,12 +37,6 @@ class CAList : public LibraryFixture {
     return folder / name;
   }
 };
-
-std::unique_ptr<TSLMetadata> metadataOf(const char* country) {
-  auto metadata = std::make_unique<TSLMetadata>();
-  metadata->setCountryCode(country);
-  return metadata;
-}
 
 const ByteString kGarbage = {0x30, 0x03, 0x02, 0x01, 0x05};
 
@@ -285,16 +275,11 @@ TEST_F(CAList, RemovalBySourceSparesTheNeighbourOfEachRemovedEntry) {
 }
 
 TEST_F(CAList, RemovalByCountryGoesByTheFirstEntryOfARow) {
-  const auto insert = [&](const char* subject, int serial, const char* country) {
-    const std::lock_guard lock(library().caMutex);
-    EXPECT_TRUE(context->insert(decoded(makeCA({.subject = subject, .serial = serial})), kSourceTSL,
-                                country != nullptr ? metadataOf(country) : nullptr));
-  };
-  insert("Italian first", 1, "IT");
-  insert("Italian first", 2, nullptr);
-  insert("Foreign first", 1, nullptr);
-  insert("Foreign first", 2, "IT");
-  insert("French", 1, "FR");
+  insert({.subject = "Italian first"}, kSourceTSL, stateOf());
+  insert({.subject = "Italian first", .serial = 2}, kSourceTSL);
+  insert({.subject = "Foreign first"}, kSourceTSL);
+  insert({.subject = "Foreign first", .serial = 2}, kSourceTSL, stateOf());
+  insert({.subject = "French"}, kSourceTSL, stateOf({.country = "FR"}));
   library().loadedTSLs.add({"IT", 7, "http://lists.example/IT"});
   for (const char* country : {"ITA", "I", "it", ""}) EXPECT_TRUE(context->removeCountry(country));
   EXPECT_EQ(context->rowCount(), 3);

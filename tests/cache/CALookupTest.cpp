@@ -5,7 +5,6 @@
 #include "cache/TestCA.h"
 #include "support/Coding.h"
 #include "support/Der.h"
-#include "support/LibraryFixture.h"
 
 namespace keystrand::test {
 namespace {
@@ -13,26 +12,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-const char* const kQualifiedCA = "http://uri.etsi.org/TrstSvc/Svctype/CA/QC";
-
-class CALookup : public LibraryFixture {
- protected:
-  std::unique_ptr<CACache> context = contextLogging(Logger::kTrace);
-
-  bool add(const CAPlan& plan) { return context->addCertificateDER(makeCA(plan)); }
-  void addListed(const CAPlan& plan, std::unique_ptr<TSLMetadata> metadata) {
-    const std::lock_guard lock(library().caMutex);
-    ASSERT_TRUE(context->insert(decoded(makeCA(plan)), kSourceTSL, std::move(metadata)));
-  }
-};
-
-std::unique_ptr<TSLMetadata> metadata(const char* type, const char* status) {
-  auto record = std::make_unique<TSLMetadata>();
-  record->setCountryCode("IT");
-  record->setServiceType(type);
-  record->setServiceStatus(status);
-  return record;
-}
+class CALookup : public CAFixture {};
 
 std::unique_ptr<AuthorityKeyIdentifier> keyIdentifier(const ByteString& bytes) {
   auto aki = std::make_unique<AuthorityKeyIdentifier>();
@@ -187,19 +167,23 @@ TEST_F(IssuerIndex, CRLsAndAttributeCertificatesFindTheirIssuerToo) {
 }
 
 TEST_F(CALookup, WhatATrustedListSaid) {
-  auto history = metadata(kQualifiedCA, "granted");
-  history->setNext(metadata(nullptr, "before").release());
-  addListed({.serial = 1}, std::move(history));
-  addListed({.serial = 2}, metadata("http://uri.etsi.org/TrstSvc/Svctype/TSA/QTST", nullptr));
-  addListed({.serial = 3}, metadata("http://uri.etsi.org/TrstSvc/Svctype/TSA", ""));
-  addListed({.serial = 4}, metadata(nullptr, "granted"));
-  addListed({.serial = 5}, metadata("http://uri.etsi.org/TrstSvc/Svctype/ca/qc", "granted"));
+  const std::string base = "http://uri.etsi.org/TrstSvc/Svctype/";
+  const auto listed = [&](int serial, const char* type, const char* status) {
+    const std::string uri = base + (type != nullptr ? type : "");
+    insert({.serial = serial}, kSourceTSL,
+           stateOf({.type = type != nullptr ? uri.c_str() : nullptr, .status = status}));
+  };
+  listed(1, "CA/QC", "granted");
+  listed(2, "TSA/QTST", nullptr);
+  listed(3, "TSA", "");
+  listed(4, nullptr, "granted");
+  listed(5, "ca/qc", "granted");
   add({.serial = 6});
   for (const auto& [index, qualified] : {std::pair{0, 1}, {1, 1}, {2, 0}, {3, 0}, {4, 0}, {5, 255}}) {
     EXPECT_EQ(context->qualifiedAt(0, index), qualified) << index;
   }
   EXPECT_EQ(taken(context->countryCodeAt(0, 0)), "IT");
-  EXPECT_EQ(taken(context->serviceTypeAt(0, 0)), kQualifiedCA);
+  EXPECT_EQ(taken(context->serviceTypeAt(0, 0)), base + "CA/QC");
   EXPECT_EQ(taken(context->serviceStatusAt(0, 0)), "granted");
   EXPECT_EQ(taken(context->serviceStatusAt(0, 1)), "(null)");
   EXPECT_EQ(taken(context->serviceStatusAt(0, 2)), "");
@@ -210,28 +194,26 @@ TEST_F(CALookup, WhatATrustedListSaid) {
 }
 
 TEST_F(CALookup, MetadataComesAsObjectsAndAsPlainRecords) {
-  auto history = metadata(kQualifiedCA, "granted");
-  history->setNext(metadata(nullptr, "before").release());
-  addListed({.serial = 1}, std::move(history));
+  insert({.serial = 1}, kSourceTSL, stateOf({.name = nullptr}, stateOf({.type = nullptr, .status = "before"})));
   add({.serial = 2});
   const std::string listed = toBase64(makeCA({.serial = 1}));
   const std::unique_ptr<TSLMetadata> object(context->metadataOf(listed.c_str()));
   ASSERT_NE(object, nullptr);
-  EXPECT_EQ(object->serviceStatusView(), "granted");
+  EXPECT_EQ(object->serviceStatusView(), "now");
   ASSERT_NE(object->nextView(), nullptr);
   EXPECT_EQ(object->nextView()->serviceStatusView(), "before");
   _md* first = context->metadataRecordsOf(listed.c_str());
   ASSERT_NE(first, nullptr);
-  EXPECT_STREQ(first->serviceType, kQualifiedCA);
-  EXPECT_STREQ(first->serviceStatus, "granted");
+  EXPECT_STREQ(first->serviceType, "type");
+  EXPECT_STREQ(first->serviceStatus, "now");
   EXPECT_EQ(first->serviceName, nullptr);
   ASSERT_NE(first->next, nullptr);
   EXPECT_EQ(first->next->serviceType, nullptr);
   EXPECT_STREQ(first->next->serviceStatus, "before");
   EXPECT_EQ(first->next->next, nullptr);
   for (_md* record = first; record != nullptr;) {  // as a client gives all of it back
-    std::free(record->serviceType);
-    std::free(record->serviceStatus);
+    for (char* text : {record->serviceType, record->serviceName, record->serviceStatus, record->statusStartingTime})
+      std::free(text);
     delete std::exchange(record, record->next);
   }
   for (const CAPlan& unknown : {CAPlan{.serial = 2}, CAPlan{.serial = 3}, CAPlan{.subject = "Unknown"}}) {

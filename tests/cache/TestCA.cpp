@@ -6,7 +6,7 @@
 #include <fstream>
 
 #include "der/BorrowedBuffer.h"
-#include "support/Base64.h"
+#include "support/Texts.h"
 
 namespace keystrand::test {
 namespace {
@@ -49,9 +49,19 @@ std::unique_ptr<Certificate> decoded(const ByteString& der) {
   return certificate->get(buffer) ? std::move(certificate) : nullptr;
 }
 
+std::unique_ptr<TSLMetadata> stateOf(const StatePlan& plan, std::unique_ptr<TSLMetadata> former) {
+  auto state = std::make_unique<TSLMetadata>();
+  state->setCountryCode(plan.country);
+  state->setServiceType(plan.type);
+  state->setServiceName(plan.name);
+  state->setServiceStatus(plan.status);
+  state->setStatusStartingTime(plan.time);
+  state->setNext(former.release());
+  return state;
+}
+
 std::string armoured(const ByteString& der) {
-  const ByteString text = toPEM(der, "CERTIFICATE");
-  return {text.begin(), text.end()};
+  return asText(toPEM(der, "CERTIFICATE"));
 }
 
 void writePEM(const std::filesystem::path& path, const std::vector<ByteString>& certificates) {

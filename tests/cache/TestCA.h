@@ -1,4 +1,4 @@
-// CAs in the few words that tests of the list need.
+// CAs in the few words that tests of the list need, what trusted lists say of them, and a list to work on.
 #pragma once
 
 #include <filesystem>
@@ -9,6 +9,7 @@
 
 #include "keystrand/pkix/Certificate.h"
 #include "support/Builders.h"
+#include "support/LibraryFixture.h"
 
 namespace keystrand::test {
 
@@ -30,6 +31,27 @@ std::string subjectText(const std::string& commonName);
 
 // As the library decodes it; empty when it does not.
 std::unique_ptr<Certificate> decoded(const ByteString& der);
+
+// What a trusted list says of a service, null where it says nothing, and what it said of it before.
+struct StatePlan {
+  const char* country = "IT";
+  const char* type = "type";
+  const char* name = "name";
+  const char* status = "now";
+  const char* time = "time";
+};
+std::unique_ptr<TSLMetadata> stateOf(const StatePlan& plan = {}, std::unique_ptr<TSLMetadata> former = nullptr);
+
+class CAFixture : public LibraryFixture {
+ protected:
+  bool add(const CAPlan& plan) { return context->addCertificateDER(makeCA(plan)); }
+  void insert(const CAPlan& plan, std::int32_t source, std::unique_ptr<TSLMetadata> state = nullptr) {
+    const std::lock_guard lock(library().caMutex);
+    ASSERT_TRUE(context->insert(decoded(makeCA(plan)), source, std::move(state)));
+  }
+
+  std::unique_ptr<CACache> context = contextLogging(Logger::kTrace);
+};
 
 std::string armoured(const ByteString& der);
 void writePEM(const std::filesystem::path& path, const std::vector<ByteString>& certificates);

@@ -179,22 +179,14 @@ TEST(Boundary, NullAndOutOfRangeGiveTheFailureValue) {
     AttributeCertificate* noAttributes = nullptr;
     Name* noName = nullptr;
     Certificate* issuer = nullptr;
-    const std::vector<int> zeros = {cache_initCACertListPEM(ctx, noText),
-                                    cache_addCACertListPEM(ctx, noText),
-                                    cache_addCACert(ctx, noText),
-                                    cache_addCACert(ctx, noCertificate),
-                                    cache_addCACert(ctx, noCertificate, 3),
-                                    cache_addCACert(ctx, noBytes, 5),
-                                    cache_addCACertDER(ctx, noBytes, 0),
-                                    cache_addCACertPEM(ctx, noText),
-                                    cache_addCACertPEM(ctx, noText, nullptr),
-                                    cache_removeCACertPEM(ctx, noText),
-                                    cache_removeCACertDER(ctx, noBytes, 7),
-                                    cache_removeCACert(ctx, noName, noName, BigInteger(1)),
-                                    cache_removeCountryCACerts(ctx, noText),
-                                    cache_trustedCA(ctx, noBytes, 1UL << 40U),
-                                    cache_searchCRL(ctx, nullptr, -7, noText)};
-    EXPECT_THAT(zeros, testing::Each(0));
+    EXPECT_FALSE(cache_initCACertListPEM(ctx, noText) || cache_addCACertListPEM(ctx, noText) ||
+                 cache_addCACert(ctx, noText) || cache_addCACert(ctx, noCertificate) ||
+                 cache_addCACert(ctx, noCertificate, 3) || cache_addCACert(ctx, noBytes, 5) ||
+                 cache_addCACertDER(ctx, noBytes, 0) || cache_addCACertPEM(ctx, noText) ||
+                 cache_addCACertPEM(ctx, noText, nullptr) || cache_removeCACertPEM(ctx, noText) ||
+                 cache_removeCACertDER(ctx, noBytes, 7) || cache_removeCACert(ctx, noName, noName, BigInteger(1)) ||
+                 cache_removeCountryCACerts(ctx, noText) || cache_trustedCA(ctx, noBytes, 1UL << 40U) ||
+                 cache_searchCRL(ctx, nullptr, -7, noText));
     const std::vector<int> missing = {cache_getCACerts(ctx, noName),
                                       cache_getCertIndex(ctx, 0, noName, BigInteger(1)),
                                       cache_getCAIndex(ctx, noCertificate, 0, nullptr),
@@ -216,11 +208,8 @@ TEST(Boundary, NullAndOutOfRangeGiveTheFailureValue) {
       EXPECT_EQ(cache_getServiceStatus(ctx, row, row), nullptr);
       EXPECT_EQ(cache_getQualified(ctx, row, 0), 255);
     }
-    EXPECT_EQ(cache_getCRL(ctx, nullptr, 0, &issuer), nullptr);
-    EXPECT_EQ(cache_getCertMetadatiTSL(ctx, noText), nullptr);
-    EXPECT_EQ(cache_getCertMetadata(ctx, noText), nullptr);
-    EXPECT_EQ(cache_getThisUpdate(ctx), nullptr);
-    EXPECT_EQ(cache_getExpiredCertsOnCRL(ctx), nullptr);
+    EXPECT_FALSE(cache_getCRL(ctx, nullptr, 0, &issuer) || cache_getCertMetadatiTSL(ctx, noText) ||
+                 cache_getCertMetadata(ctx, noText) || cache_getThisUpdate(ctx) || cache_getExpiredCertsOnCRL(ctx));
     cache_addLocalCRL(ctx, noCRL);
     cache_removeLocalCRLs(ctx);
     cache_resetReport(ctx);

@@ -54,9 +54,7 @@ class LogSequences : public testing::Test {
   }
   [[nodiscard]] std::string file(const char* name) const { return (running_.folder() / name).string(); }
   std::string pem(const char* name, const ByteString& der) const {
-    const ByteString text = toPEM(der, "CERTIFICATE");
-    std::ofstream(file(name))
-        .write(reinterpret_cast<const char*>(text.data()), static_cast<std::streamsize>(text.size()));
+    writeFile(file(name), toPEM(der, "CERTIFICATE"));
     return file(name);
   }
   Step addCA() const {
@@ -88,44 +86,36 @@ class LogSequences : public testing::Test {
 };
 
 TEST_F(LogSequences, OfTheCAList) {
-  std::string good = pem("good.pem", ca_.certificate);
-  std::string bad = pem("bad.pem", garbage_);
-  std::string missing = file("missing.pem");
+  const std::string good = pem("good.pem", ca_.certificate);
+  const std::string bad = pem("bad.pem", garbage_);
+  const std::string missing = file("missing.pem");
   const Lines taken = {{4, 5222}, {5, 4675, kSubject}};  // the key is an EC key
   const Lines counted = {{6, 4677, "1"}};
+  using Call = unsigned char (*)(void*, char*);
+  const auto with = [](Call call, const std::string& path) -> Step {
+    return [=](const Client& c) { call(c.context(), std::string(path).data()); };
+  };
+  const auto inBytes = [](unsigned char (*call)(void*, unsigned char*, unsigned int), ByteString der) -> Step {
+    return [=](const Client& c) { call(c.context(), ByteString(der).data(), static_cast<unsigned int>(der.size())); };
+  };
+  const Step askSource = [&](auto& c) { cache_getCACertSource(c.context(), garbage_.data(), 5U); };
+  const Step askTrust = [&](auto& c) { cache_trustedCA(c.context(), garbage_.data(), 5); };
+  const Lines anew = Lines{{7, 4678}} + taken + Lines{{7, 4681}} + counted;
   check({
-      {"add",
-       {},
-       [&](auto& c) { cache_addCACertListPEM(c.context(), good.data()); },
-       Lines{{7, 4723}} + taken + Lines{{7, 4695}} + counted},
-      {"add bad", {}, [&](auto& c) { cache_addCACertListPEM(c.context(), bad.data()); }, {{7, 4723}, {3, 5195}}},
-      {"add missing", {}, [&](auto& c) { cache_addCACertListPEM(c.context(), missing.data()); }, {{3, 5195}}},
-      {"init",
-       {},
-       [&](auto& c) { cache_initCACertListPEM(c.context(), good.data()); },
-       Lines{{7, 4678}} + taken + Lines{{7, 4681}} + counted},
-      {"init bad",
-       {},
-       [&](auto& c) { cache_initCACertListPEM(c.context(), bad.data()); },
-       {{7, 4678}, {3, 5195}, {3, 5192}}},
-      {"init missing", {}, [&](auto& c) { cache_initCACertListPEM(c.context(), missing.data()); }, {{3, 5192}}},
-      {"import",
-       {},
-       [&](auto& c) { cache_importCACertsListPEM(c.context(), good.data()); },
-       Lines{{7, 4678}} + taken + Lines{{7, 4681}} + counted + Lines{{7, 4688}, {7, 4689}}},
+      {"add", {}, with(cache_addCACertListPEM, good), Lines{{7, 4723}} + taken + Lines{{7, 4695}} + counted},
+      {"add bad", {}, with(cache_addCACertListPEM, bad), {{7, 4723}, {3, 5195}}},
+      {"add missing", {}, with(cache_addCACertListPEM, missing), {{3, 5195}}},
+      {"init", {}, with(cache_initCACertListPEM, good), anew},
+      {"init bad", {}, with(cache_initCACertListPEM, bad), {{7, 4678}, {3, 5195}, {3, 5192}}},
+      {"init missing", {}, with(cache_initCACertListPEM, missing), {{3, 5192}}},
+      {"import", {}, with(cache_importCACertsListPEM, good), anew + Lines{{7, 4688}, {7, 4689}}},
       {"one", {}, addCA(), {{5, 4675, kSubject}}},
       {"one more of a known subject", addCA(), addCA(), {}},
-      {"one bad", {}, [&](auto& c) { c.addCA(garbage_); }, {{3, 5195}}},
-      {"remove unknown",
-       {},
-       [&](auto& c) {
-         ByteString der = ca_.certificate;
-         cache_removeCACertDER(c.context(), der.data(), static_cast<unsigned int>(der.size()));
-       },
-       {}},
-      {"remove bad", {}, [&](auto& c) { cache_removeCACertDER(c.context(), garbage_.data(), 5); }, {{3, 5195}}},
-      {"source of bad", {}, [&](auto& c) { cache_getCACertSource(c.context(), garbage_.data(), 5U); }, {{3, 5195}}},
-      {"trust in bad", {}, [&](auto& c) { cache_trustedCA(c.context(), garbage_.data(), 5); }, {}},
+      {"one bad", {}, inBytes(cache_addCACertDER, garbage_), {{3, 5195}}},
+      {"remove unknown", {}, inBytes(cache_removeCACertDER, ca_.certificate), {}},
+      {"remove bad", {}, inBytes(cache_removeCACertDER, garbage_), {{3, 5195}}},
+      {"source of bad", {}, askSource, {{3, 5195}}},
+      {"trust in bad", {}, askTrust, {}},
   });
 }
 

@@ -72,33 +72,19 @@ void lookUp(World&, Client& client, unsigned n) {
   const int row = cache_getCACerts(client.context(), subject.get());
   cache_getCAIndex(client.context(), certificate.get(), row, nullptr);
   cache_releaseCharArray(cache_getCountryCode(client.context(), row, 0));
-  cache_getCACertsNum(client.context());
 }
 
 void changeList(World& world, Client& client, unsigned n) {
   ByteString der = world.other.certificate;
-  if (n % 2 == 0) {
-    client.addCA(der);
-  } else {
-    cache_removeCACertDER(client.context(), der.data(), static_cast<unsigned int>(der.size()));
-  }
+  const auto change = n % 2 == 0 ? cache_addCACertDER : cache_removeCACertDER;
+  change(client.context(), der.data(), static_cast<unsigned int>(der.size()));
 }
 
 void files(World& world, Client& client, unsigned n) {
-  switch (n % 4) {
-    case 0:
-      cache_saveCRLCache(client.context());
-      break;
-    case 1:
-      cache_loadCRLCache(client.context());
-      break;
-    case 2:
-      cache_saveCACertList(client.context());
-      break;
-    default:
-      cache_loadCACertList(client.context());
-      break;
-  }
+  using Operation = unsigned char (*)(void*);
+  constexpr Operation kOperations[] = {cache_saveCRLCache, cache_loadCRLCache, cache_saveCACertList,
+                                       cache_loadCACertList};
+  kOperations[n % 4](client.context());
   client.addCA(world.ca.certificate);
 }
 

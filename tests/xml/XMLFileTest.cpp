@@ -8,7 +8,7 @@
 
 #include "keystrand/der/Name.h"
 #include "support/TempFolder.h"
-#include "xml/References.h"
+#include "xml/Documents.h"
 
 namespace keystrand::test {
 namespace {

@@ -9,7 +9,7 @@
 #include "support/ScriptedServer.h"
 #include "support/TSLBuilders.h"
 #include "support/TempFolder.h"
-#include "xml/References.h"
+#include "xml/Documents.h"
 
 namespace keystrand::test {
 namespace {
@@ -22,6 +22,28 @@ bool selectAll(XMLFile& file) {
 
 const std::string kSmall =
     "<r xmlns:p='u:1'><a Id='x' id='y'>1<!-- c --></a><p:b Id='z'>QUJD</p:b><Signature>s<i/></Signature></r>";
+
+// No names, no names of the document below, and pointers to nothing.
+const char* const kNoReferences[] = {"",
+                                     "#",
+                                     "x",
+                                     "#X",
+                                     "#y",
+                                     "http://x",
+                                     "#x'] | //*[@Id='z",
+                                     "#x)",
+                                     "#xpointer(",
+                                     "#xpointer()",
+                                     "#xpointer(id())",
+                                     "#xpointer(id('q'))",
+                                     "#xpointer(id('x') = 1)",
+                                     "#xpointer('text')",
+                                     "#xpointer(1)",
+                                     "#xpointer(//q)",
+                                     "#xpointer(here())",
+                                     "#xpointer(range(//a))",
+                                     "#xpointer(string-range(//a,'1'))",
+                                     "#element(/1"};
 
 TEST(XMLTransformsHostile, StepsThatCannotBeTaken) {
   const std::string whole =
@@ -67,26 +89,7 @@ TEST(XMLTransformsHostile, StepsThatCannotBeTaken) {
        whole},
       {"no name, and no name of this document", selectAll,
        [](XMLFile& f) {
-         for (const char* uri : {"",
-                                 "#",
-                                 "x",
-                                 "#X",
-                                 "#y",
-                                 "http://x",
-                                 "#x'] | //*[@Id='z",
-                                 "#x)",
-                                 "#xpointer(",
-                                 "#xpointer()",
-                                 "#xpointer(id())",
-                                 "#xpointer(id('q'))",
-                                 "#xpointer(id('x') = 1)",
-                                 "#xpointer('text')",
-                                 "#xpointer(1)",
-                                 "#xpointer(//q)",
-                                 "#xpointer(here())",
-                                 "#xpointer(range(//a))",
-                                 "#xpointer(string-range(//a,'1'))",
-                                 "#element(/1"})
+         for (const char* uri : kNoReferences)
            if (f.selectReference(uri)) return true;
          return f.selectReference(nullptr);
        },

@@ -159,21 +159,43 @@ TEST(VerifyTrustList, KnowsWhatItKnowsAndNothingElse) {
     SignedList list;
     std::string answer;
   };
+  const std::string c14n10 = "http://www.w3.org/TR/2001/REC-xml-c14n-20010315";
+  const std::string c14n11 = "http://www.w3.org/2006/12/xml-c14n11";
+  const std::string xpath = "http://www.w3.org/TR/1999/REC-xpath-19991116";
   const std::string sha256 = kEncryption + "sha256";
-  const std::string whole = reference("", kEnveloped, sha256);
+  const std::string hiding = transform(xpath, "<ds:XPath>not(ancestor-or-self::*[local-name()='part'])</ds:XPath>");
+  const std::string prefixes =
+      transform(kExclusive, "<e:InclusiveNamespaces xmlns:e='" + kExclusive + "' PrefixList='ds'/>");
+  const auto to = [&](const std::string& uri) { return reference(uri, kEnveloped, sha256); };
+  const auto through = [&](const std::string& transforms) { return reference("", kEnveloped + transforms, sha256); };
+  const std::string whole = to("");
+  const std::string part = reference("#part", transform(kExclusive), sha256);
+  const std::string properties =
+      replaced(part, "<ds:Reference", "<ds:Reference Type='http://uri.etsi.org/01903#SignedProperties'");
+  const auto over = [](const std::string& references) { return SignedList{.references = references}; };
+  const auto edited = [](const Editor& edit) { return SignedList{.edit = edit}; };
+  const auto exchanged = [&](const std::string& old, const std::string& by) {
+    return edited([=](const std::string& text) { return replaced(text, old, by); });
+  };
+  // What is made of the signature and of the list without it.
+  const auto parted = [](const std::function<std::string(const std::string&, const std::string&)>& make) -> Editor {
+    return [=](const std::string& text) { return make(partsOf(text)[0], partsOf(text)[1]); };
+  };
+  const Editor moved = parted([](auto& signature, auto& list) { return replaced(list, "<sub/>", signature); });
+  const Editor outside = parted([](auto& signature, auto& list) { return aroundIt(list + signature); });
+  const Editor inside =
+      parted([](auto& signature, auto& list) { return aroundIt(replaced(signature, "</ds:Sig", list + "</ds:Sig")); });
+  const Editor twice =
+      parted([](auto& signature, auto& list) { return replaced(list, "</Trust", signature + signature + "</Trust"); });
+
   const std::string verified = "signed by ";
   const std::string unknown = "refused, it uses the algorithm ";
   const std::string covers = "refused, a reference covers a part of it";
-  const std::string xpathHiding = transform("http://www.w3.org/TR/1999/REC-xpath-19991116",
-                                            "<ds:XPath>not(ancestor-or-self::*[local-name()='part'])</ds:XPath>");
-  const std::string prefixes = transform(
-      kExclusive, "<e:InclusiveNamespaces xmlns:e='http://www.w3.org/2001/10/xml-exc-c14n#' PrefixList='ds'/>");
+  const std::string incomplete = "refused, not the whole of it is signed";
   const std::string isChanged = "refused, it has been changed since it was signed";
   const std::string isElsewhere = "refused, its signature is not a part of it";
-  const Editor withTheSignatureOutside = [](const std::string& text) {
-    const auto [signature, list] = partsOf(text);
-    return aroundIt(list + signature);
-  };
+  const std::string isWrong = "refused, its signature value is wrong";
+  const std::string several = "refused, it has more than one signature";
   const Row rows[] = {
       {"as it stands", {}, verified},
       {"RSA with SHA-384", {.method = kMore + "rsa-sha384"}, verified},
@@ -181,82 +203,44 @@ TEST(VerifyTrustList, KnowsWhatItKnowsAndNothingElse) {
       {"ECDSA on P-256", {.key = "P-256", .method = kMore + "ecdsa-sha256"}, verified},
       {"ECDSA on P-384", {.key = "P-384", .method = kMore + "ecdsa-sha384"}, verified},
       {"ECDSA on P-521", {.key = "P-521", .method = kMore + "ecdsa-sha512"}, verified},
-      {"SHA-384", {.references = reference("", kEnveloped, kMore + "sha384")}, verified},
-      {"SHA-512", {.references = reference("", kEnveloped, kEncryption + "sha512")}, verified},
-      {"Canonical XML 1.0",
-       {.canonicalisation = "http://www.w3.org/TR/2001/REC-xml-c14n-20010315", .references = whole},
-       verified},
+      {"SHA-384", over(reference("", kEnveloped, kMore + "sha384")), verified},
+      {"SHA-512", over(reference("", kEnveloped, kEncryption + "sha512")), verified},
+      {"Canonical XML 1.0", {.canonicalisation = c14n10, .references = whole}, verified},
       {"Canonical XML 1.1",
-       {.canonicalisation = "http://www.w3.org/2006/12/xml-c14n11",
-        .references =
-            reference("", kEnveloped + transform("http://www.w3.org/2006/12/xml-c14n11#WithComments"), sha256)},
+       {.canonicalisation = c14n11, .references = through(transform(c14n11 + "#WithComments"))},
        verified},
       {"comments count for nothing", {.content = "<!-- a --><part>b<!-- c --></part>"}, verified},
-      {"by the name of its root", {.references = reference("#root", kEnveloped, sha256)}, verified},
-      {"by a name, with a part of that name",
-       {.references = reference("#root", kEnveloped, sha256), .content = "<x><part Id='part'/></x>"},
-       verified},
+      {"by the name of its root", over(to("#root")), verified},
+      {"the whole by a pointer", over(to("#xpointer(/)")), verified},
 
-      {"SHA-1", {.references = reference("", kEnveloped, kBasic + "sha1")}, unknown + kBasic + "sha1"},
+      {"SHA-1", over(reference("", kEnveloped, kBasic + "sha1")), unknown + kBasic + "sha1"},
       {"RSA with SHA-1", {.method = kBasic + "rsa-sha1"}, unknown + kBasic + "rsa-sha1"},
-      {"an expression that hides a part",
-       {.references = reference("", kEnveloped + xpathHiding, sha256)},
-       "refused, the algorithm http://www.w3.org/TR/1999/REC-xpath-19991116 has parameters"},
-      {"a list of prefixes",
-       {.references = reference("", kEnveloped + prefixes, sha256)},
-       "refused, the algorithm " + kExclusive + " has parameters"},
-      {"a part", {.references = reference("#part", transform(kExclusive), sha256)}, covers},
-      {"the whole and a part", {.references = whole + reference("#part", kEnveloped, sha256)}, covers},
-      {"the whole twice", {.references = whole + whole}, "refused, not the whole of it is signed"},
-      {"properties alone",
-       {.references = replaced(reference("#part", transform(kExclusive), sha256), "<ds:Reference",
-                               "<ds:Reference Type='http://uri.etsi.org/01903#SignedProperties'")},
-       "refused, not the whole of it is signed"},
-      {"the whole by a pointer", {.references = reference("#xpointer(/)", kEnveloped, sha256)}, verified},
-      {"a part by a pointer",
-       {.references = reference("#xpointer(//*[@Id=&quot;part&quot;])", kEnveloped, sha256)},
-       covers},
+      {"an expression that hides a part", over(through(hiding)), "refused, the algorithm " + xpath + " has parameters"},
+      {"a list of prefixes", over(through(prefixes)), "refused, the algorithm " + kExclusive + " has parameters"},
+      {"a part", over(part), covers},
+      {"a part by a pointer", over(to("#xpointer(//*[@Id=&quot;part&quot;])")), covers},
+      {"the whole and a part", over(whole + to("#part")), covers},
+      {"the whole twice", over(whole + whole), incomplete},
+      {"properties alone", over(properties), incomplete},
       {"a mark that goes out of the canonical form",
        {.content = "<part>urn:FIX<!-- -->UUID</part>"},
        "refused, its canonical form hides a part of it"},
       {"a document type",
        {.front = "<!DOCTYPE x [<!ATTLIST part a CDATA 'b'>]>"},
        "refused, it has a document type declaration"},
-      {"a name changed",
-       {.edit = [](const std::string& text) { return replaced(text, "<sub/>", "<sup/>"); }},
-       isChanged},
-      {"SignedInfo changed",
-       {.edit = [](const std::string& text) { return replaced(text, "<ds:SignedInfo>", "<ds:SignedInfo> "); }},
-       "refused, its signature value is wrong"},
-      {"the signature value changed", {.edit = change("SignatureValue", 5)}, "refused, its signature value is wrong"},
-      {"the certificate changed",
-       {.edit = change("X509Certificate", 20)},
+      {"a signature in the signature", {.object = "<ds:Object><ds:Signature/></ds:Object>"}, several},
+
+      {"a name changed", exchanged("<sub/>", "<sup/>"), isChanged},
+      {"SignedInfo changed", exchanged("<ds:SignedInfo>", "<ds:SignedInfo> "), isWrong},
+      {"the signature value changed", edited(change("SignatureValue", 5)), isWrong},
+      {"the certificate changed", edited(change("X509Certificate", 20)),
        "refused, its signer is not one of those allowed"},
-      {"the signature elsewhere",
-       {.edit =
-            [](const std::string& text) {
-              const auto [signature, list] = partsOf(text);
-              return replaced(list, "<sub/>", signature);
-            }},
-       isElsewhere},
-      {"the signature twice",
-       {.edit = [](const std::string& text) { return replaced(text, "</Trust", partsOf(text)[0] + "</Trust"); }},
-       "refused, it has more than one signature"},
-      {"another list around it", {.edit = aroundIt}, isElsewhere},
-      {"another list around it, and the signature its own", {.edit = withTheSignatureOutside}, isChanged},
-      {"the same, signed by name",
-       {.references = reference("#root", kEnveloped, sha256), .edit = withTheSignatureOutside},
-       covers},
-      {"the list inside of its signature, beside another",
-       {.edit =
-            [](const std::string& text) {
-              const auto [signature, list] = partsOf(text);
-              return aroundIt(replaced(signature, "</ds:Signature>", list + "</ds:Signature>"));
-            }},
-       isChanged},
-      {"a signature in the signature",
-       {.object = "<ds:Object><ds:Signature/></ds:Object>"},
-       "refused, it has more than one signature"},
+      {"the signature elsewhere", edited(moved), isElsewhere},
+      {"the signature twice", edited(twice), several},
+      {"another list around it", edited(aroundIt), isElsewhere},
+      {"another list around it, and the signature its own", edited(outside), isChanged},
+      {"the same, signed by name", {.references = to("#root"), .edit = outside}, covers},
+      {"the list inside of its signature, beside another", edited(inside), isChanged},
   };
   for (const Row& row : rows) {
     const TempFolder folder;

@@ -158,9 +158,6 @@ TEST_F(HTTPSending, UploadsAsAForm) {
       "--boundCRL\r\nContent-disposition: form-data; name=\"file\";filename=\"crl.crl\"\r\n"
       "Content-type: application/pkix-crl\r\nContent-length: 3\r\nContent-Transfer-Encoding: binary\r\n\r\nCRL"
       "\r\n--boundCRL--\r\n\r\n";
-  // 103, field, data, the line with their length; 53 and the base name, 57, second field and path; or 60
-  EXPECT_EQ(first.size(), 103U + 4 + 9 + 19 + 53 + 6 + 57 + 5 + 11);
-  EXPECT_EQ(second.size(), 103U + 4 + 3 + 19 + 60);
   const auto lengthOf = [](const std::string& form) {
     return "Content-Length: " + std::to_string(form.size()) + "\r\n";
   };

@@ -92,6 +92,8 @@ TEST_F(OCSPCheck, FailuresOfTheResponse) {
                                          "OCSP response date: Jan 01 00:00:00 2025 GMT",
                                          "OCSP alignment date: Jan 01 00:00:00 2038 GMT",
                                          "End of OCSP access: certificate not revoked"};
+  const std::vector<std::string> noData = {good[0], good[1], "OCSP Service: no data", kFailed};
+  const auto about = [](const BasicResponseSpec& wanted) { return makeResponse(makeBasicResponse(kCA, kCA, wanted)); };
   for (const Row& row : {
            Row{"malformedRequest", makeResponse({}, 1), kNoAnswer, {status(1), kFailed}},
            Row{"tryLater, though a response comes along", makeResponse(basic, 3), kNoAnswer, {status(3), kFailed}},
@@ -106,18 +108,12 @@ TEST_F(OCSPCheck, FailuresOfTheResponse) {
            Row{"an empty response", typed(basicType, fromHex("0400")), kNoAnswer, {incorrect, kFailed}},
            Row{"a NULL response", typed(basicType, fromHex("0500")), kNoAnswer, {incorrect, kFailed}},
            Row{"an empty SEQUENCE", typed(basicType, element(0x04, fromHex("3000"))), kNoAnswer, {incorrect, kFailed}},
-           Row{"the response of another certificate",
-               makeResponse(makeBasicResponse(kCA, kCA, {.singles = {{.serial = "1002"}}})),
-               kNoAnswer,
-               {good[0], good[1], "OCSP Service: no data", kFailed}},
+           Row{"the response of another certificate", about({.singles = {{.serial = "1002"}}}), kNoAnswer, noData},
+           Row{"a response about nothing", about({.singles = {}}), kNoAnswer, noData},
            Row{"an unknown certificate",
-               makeResponse(makeBasicResponse(kCA, kCA, {.singles = {{.status = CertStatus::unknown}}})),
+               about({.singles = {{.status = CertStatus::unknown}}}),
                kNoAnswer,
                {good[0], good[1], good[2], good[3], "OCSP service: unknown certificate", kFailed}},
-           Row{"a response about nothing",
-               makeResponse(makeBasicResponse(kCA, kCA, {.singles = {}})),
-               kNoAnswer,
-               {good[0], good[1], "OCSP Service: no data", kFailed}},
            Row{"a damaged signature, without certificates",
                makeResponse(withBitFlipped(makeBasicResponse(kCA, kCA, {.certs = {{}}}))),
                kNoAnswer,

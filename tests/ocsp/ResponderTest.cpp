@@ -8,7 +8,6 @@ namespace keystrand::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 // Usage and purpose of a responder that the issuer has certified.
 const std::vector<ExtensionSpec> kResponderExtensions = {{"keyUsage", "critical,digitalSignature"},
@@ -29,31 +28,31 @@ class Responder : public testing::Test {
   OCSPClient client_;
 };
 
-struct Kind {
-  const char *name, *key;
-  std::vector<std::string> options;
-};
-
-const std::vector<Kind> kKinds = {
-    {"RSA, by name", "RSA-2048", {}},
-    {"RSA, by key, SHA-512", "RSA-2048", {"-resp_key_id", "-rmd", "sha512"}},
-    {"RSA, without certificate, with nextUpdate", "RSA-2048", {"-resp_no_certs", "-ndays", "7"}},
-    {"RSASSA-PSS", "RSA-2048", {"-rsigopt", "rsa_padding_mode:pss", "-rsigopt", "rsa_pss_saltlen:-1"}},
-    {"P-256", "P-256", {}},
-    {"P-256, by key, without certificate", "P-256", {"-resp_key_id", "-resp_no_certs"}},
-    {"P-384", "P-384", {"-rmd", "sha384"}},
-};
-
-TEST_F(Responder, IssuersOfEachKindAnswer) {
-  for (const Kind& kind : kKinds) {
+TEST_F(Responder, IssuersOfEachKindAreAskedAndAnswer) {
+  struct Kind {
+    const char *name, *key;
+    std::vector<std::string> options;
+  };
+  for (const Kind& kind : {
+           Kind{"RSA, by name", "RSA-2048", {}},
+           Kind{"RSA, by key, SHA-512", "RSA-2048", {"-resp_key_id", "-rmd", "sha512"}},
+           Kind{"RSA, without certificate, with nextUpdate", "RSA-2048", {"-resp_no_certs", "-ndays", "7"}},
+           Kind{"RSASSA-PSS", "RSA-2048", {"-rsigopt", "rsa_padding_mode:pss", "-rsigopt", "rsa_pss_saltlen:-1"}},
+           Kind{"P-256, by key, without certificate", "P-256", {"-resp_key_id", "-resp_no_certs"}},
+           Kind{"P-384", "P-384", {"-rmd", "sha384"}},
+       }) {
     SCOPED_TRACE(kind.name);
     const Authority ca = makeAuthority({.key = privateKey(kind.key, 5)});
+    const std::string large = "0123456789ABCDEF0123456789ABCDEF01234567";
     OCSPResponder responder(ca, ca, kind.options);
-    responder.add("1001");
-    responder.revoke("1002");
-    EXPECT_EQ(client_.check(responder.url(), ca, "1001"), kGood);
-    EXPECT_EQ(client_.check(responder.url(), ca, "1002"), kRevoked);
-    EXPECT_EQ(client_.check(responder.url(), ca, "1003"), kNoAnswer);
+    responder.add("01");
+    responder.revoke("8000");
+    EXPECT_EQ(client_.check(responder.url(), ca, "01"), kGood);
+    EXPECT_EQ(client_.check(responder.url(), ca, "8000"), kRevoked);
+    EXPECT_EQ(client_.check(responder.url(), ca, large), kNoAnswer);
+    // Byte for byte what OpenSSL asks: for SHA-1 both write NULL parameters.
+    EXPECT_THAT(responder.requests(),
+                ElementsAre(makeRequest(ca, "01"), makeRequest(ca, "8000"), makeRequest(ca, large)));
   }
 }
 
@@ -123,22 +122,6 @@ TEST_F(Responder, ReportsEachReason) {
   EXPECT_EQ(client_.reason(), 0);
   EXPECT_EQ(client_.time(ocsp_getRevocationDate), "none");
   EXPECT_EQ(client_.time(ocsp_getThisUpdate), "none");
-}
-
-// The same question as openssl's, byte for byte: for SHA-1 both write NULL parameters.
-TEST_F(Responder, AsksWhatOpenSSLAsks) {
-  for (const char* kind : {"RSA-2048", "P-256", "P-384"}) {
-    for (const char* serial : {"01", "8000", "0123456789ABCDEF0123456789ABCDEF01234567"}) {
-      const Authority ca = makeAuthority({.key = privateKey(kind, 5)});
-      OCSPResponder responder(ca, ca);
-      client_.check(responder.url(), ca, serial);
-      const TempFolder folder;
-      writeAuthority(ca, folder / "ca.pem", folder / "ca.key");
-      runOpenSSL({"ocsp", "-issuer", folder / "ca.pem", "-serial", std::string("0x") + serial, "-no_nonce", "-reqout",
-                  folder / "request"});
-      EXPECT_THAT(responder.requests(), ElementsAre(readFile(folder / "request"))) << kind << ' ' << serial;
-    }
-  }
 }
 
 // A responder may answer by another digest than it was asked by.

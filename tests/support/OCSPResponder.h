@@ -16,9 +16,6 @@
 
 namespace keystrand::test {
 
-// Runs `openssl` with these arguments to its end.
-void runOpenSSL(std::vector<std::string> arguments);
-
 class OCSPResponder {
  public:
   static constexpr const char* kNotInstalled = "openssl is not installed";

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <thread>
+#include <tuple>
 
 #include "crypto/Coding.h"
 #include "crypto/ECDSASigValue.h"
@@ -53,82 +54,59 @@ TEST(ECParameters, NamedAndExplicitVerifyAlike) {
   }
 }
 
+// P-256 in full, each row spoiling one part of the domain.
 TEST(ECParameters, WithoutAnAcceptableGroupDecodeButVerifyNothing) {
-  struct Row {
-    const char* name;
-    ByteString parameters;
-  };
-  // The parts of a domain: P-256, each row spoiling one of them.
-  const ByteString p = integer("00FFFFFFFF00000001000000000000000000000000FFFFFFFFFFFFFFFFFFFFFFFF");
-  const ByteString a = octets("FFFFFFFF00000001000000000000000000000000FFFFFFFFFFFFFFFFFFFFFFFC");
-  const ByteString b = octets("5AC635D8AA3A93E7B3EBBD55769886BC651D06B0CC53B0F63BCE3C3E27D2604B");
-  const ByteString g = octets(
-      "046B17D1F2E12C4247F8BCE6E563A440F277037D812DEB33A0F4A13945D898C296"
-      "4FE342E2FE1A7F9B8EE7EB4A7C0F9E162BCE33576B315ECECBB6406837BF51F5");
-  const ByteString n = integer("00FFFFFFFF00000000FFFFFFFFFFFFFFFFBCE6FAADA7179E84F3B9CAC2FC632551");
+  using Path = std::vector<std::size_t>;
+  const Path domain = {0, 1};  // of the key: version, field, curve, base, order, cofactor
+  const Path field = {0, 1, 1};
+  const Path prime = {0, 1, 1, 1};
+  const Path base = {0, 1, 3};
+  const Path order = {0, 1, 4};
+  const Path cofactor = {0, 1, 5};
+  const PrivateKey key = privateKey("P-256");
+  const ByteString whole = withExplicitParameters(key);
   const ByteString one = integer("01");
-  const auto prime = [](const ByteString& modulus) { return sequence({oid("1.2.840.10045.1.1"), modulus}); };
+  const ByteString huge = withChildren(0x02, {{0x00}, ByteString(8192, 0xFF)});
+  ByteString offCurve = children(children(children(whole)[0])[1])[3];
+  offCurve.back() ^= 1;
   const auto two = [](const char* basis, const ByteString& m, const ByteString& k) {
     return sequence({oid("1.2.840.10045.1.2"), sequence({m, oid(basis), k})});
   };
-  const auto domain = [&](const ByteString& field, const ByteString& base, const ByteString& order,
-                          const std::vector<ByteString>& cofactor) {
-    std::vector<ByteString> parts = {one, field, sequence({a, b}), base, order};
-    parts.insert(parts.end(), cofactor.begin(), cofactor.end());
-    return sequence(parts);
-  };
-  ByteString offCurve = g;
-  offCurve.back() ^= 1;
-  const ByteString huge = withChildren(0x02, {{0x00}, ByteString(8192, 0xFF)});
-  const PrivateKey key = privateKey("P-256");
-  KeyInfo named;
-  ASSERT_TRUE(coded(named, publicKeyInfo(key)).read);
-  const auto view = dynamic_cast<const ECDSAPublicKey*>(named.keyView())->pointView();
-  const ByteString point = withChildren(0x03, {{0x00}, {view.begin(), view.end()}});
-  const auto keyInfo = [&](const std::vector<ByteString>& parameters) {
-    std::vector<ByteString> algorithm = {oid("1.2.840.10045.2.1")};
-    algorithm.insert(algorithm.end(), parameters.begin(), parameters.end());
-    return sequence({sequence(algorithm), point});
-  };
-
-  ASSERT_TRUE(verifies(keyInfo({domain(prime(p), g, n, {one})}), key)) << "unspoilt";
-  for (const Row& row : {
-           Row{"an unknown curve", oid("1.2.3.4")},
-           Row{"the identifier of a digest", oid("2.16.840.1.101.3.4.2.1")},
-           Row{"implicit", kNull},
-           Row{"empty", sequence({})},
-           Row{"a field of 65,536 bits", domain(prime(huge), g, n, {one})},
-           Row{"a negative prime", domain(prime(integer("FF01")), g, n, {one})},
-           Row{"an even prime", domain(prime(integer("10")), g, n, {one})},
-           Row{"zero for a prime", domain(prime(integer("00")), g, n, {one})},
-           Row{"an unknown field", domain(sequence({oid("1.2.3"), p}), g, n, {one})},
-           Row{"a polynomial of 65,536 bits",
-               domain(two("1.2.840.10045.1.2.3.2", integer("010000"), one), g, n, {one})},
-           Row{"a trinomial whose middle lies above",
-               domain(two("1.2.840.10045.1.2.3.2", integer("10"), integer("7FFFFFFF")), g, n, {one})},
-           Row{"a polynomial with negative exponents",
-               domain(two("1.2.840.10045.1.2.3.3", integer("10"), sequence({integer("FF"), one, one})), g, n, {one})},
-           Row{"a Gaussian basis", domain(two("1.2.840.10045.1.2.3.1", integer("10"), kNull), g, n, {one})},
-           Row{"a generator off the curve", domain(prime(p), offCurve, n, {one})},
-           Row{"infinity for a generator", domain(prime(p), octets("00"), n, {one})},
-           Row{"NULL for a generator", domain(prime(p), kNull, n, {one})},
-           Row{"a generator that is too short", domain(prime(p), octets("0401"), n, {one})},
-           Row{"zero for an order", domain(prime(p), g, integer("00"), {one})},
-           Row{"a negative order", domain(prime(p), g, integer("81"), {one})},
-           Row{"an oversized order", domain(prime(p), g, huge, {one})},
-           Row{"no cofactor", domain(prime(p), g, n, {})},
-           Row{"zero for a cofactor", domain(prime(p), g, n, {integer("00")})},
-           Row{"an oversized cofactor", domain(prime(p), g, n, {huge})},
-       }) {
-    const ByteString der = keyInfo({row.parameters});
+  const ByteString exponents = sequence({integer("FF"), one, one});
+  using Row = std::tuple<const char*, Path, ByteString>;
+  for (const auto& [name, path, replacement] :
+       {Row{"an unknown curve", domain, oid("1.2.3.4")},
+        Row{"the identifier of a digest", domain, oid("2.16.840.1.101.3.4.2.1")},
+        Row{"implicit", domain, kNull},
+        Row{"empty", domain, sequence({})},
+        Row{"a field of 65,536 bits", prime, huge},
+        Row{"a negative prime", prime, integer("FF01")},
+        Row{"an even prime", prime, integer("10")},
+        Row{"zero for a prime", prime, integer("00")},
+        Row{"an unknown field", {0, 1, 1, 0}, oid("1.2.3")},
+        Row{"a polynomial of 65,536 bits", field, two("1.2.840.10045.1.2.3.2", integer("010000"), one)},
+        Row{"a middle term above", field, two("1.2.840.10045.1.2.3.2", integer("10"), integer("7FFFFFFF"))},
+        Row{"negative exponents", field, two("1.2.840.10045.1.2.3.3", integer("10"), exponents)},
+        Row{"a Gaussian basis", field, two("1.2.840.10045.1.2.3.1", integer("10"), kNull)},
+        Row{"a generator off the curve", base, offCurve},
+        Row{"infinity for a generator", base, octets("00")},
+        Row{"NULL for a generator", base, kNull},
+        Row{"a generator that is too short", base, octets("0401")},
+        Row{"zero for an order", order, integer("00")},
+        Row{"a negative order", order, integer("81")},
+        Row{"an oversized order", order, huge},
+        Row{"no cofactor", cofactor, {}},
+        Row{"zero for a cofactor", cofactor, integer("00")},
+        Row{"an oversized cofactor", cofactor, huge}}) {
+    const ByteString der = edited(whole, path, replacement);
     KeyInfo info;
     ERR_clear_error();
-    EXPECT_TRUE(coded(info, der).isExact(der)) << row.name;
-    EXPECT_EQ(info.keyBitLength(), 0U) << row.name;
-    EXPECT_FALSE(verifies(der, key)) << row.name;
-    EXPECT_EQ(ERR_peek_error(), 0UL) << row.name << ": the error queue belongs to the application, too";
+    EXPECT_TRUE(coded(info, der).isExact(der)) << name;
+    EXPECT_EQ(info.keyBitLength(), 0U) << name;
+    EXPECT_FALSE(verifies(der, key)) << name;
+    EXPECT_EQ(ERR_peek_error(), 0UL) << name << ": the error queue belongs to the application, too";
   }
-  EXPECT_FALSE(verifies(keyInfo({}), key)) << "absent";
+  EXPECT_FALSE(verifies(edited(whole, domain, {}), key)) << "absent";
 }
 
 // r and s between one and the order, in two halves of the order's length.

@@ -1,19 +1,153 @@
-// SubjectPublicKeyInfo: every key of the certificates at hand comes back byte for byte, and no key is taken for
-// another.
+// Algorithm identifiers with their parameters, and SubjectPublicKeyInfo: what comes back, what stays unread, and what
+// is refused; no key is taken for another.
 #include <gtest/gtest.h>
-#include <openssl/pem.h>
 
-#include <map>
+#include <functional>
 
 #include "crypto/Coding.h"
 #include "crypto/hvECDSA.h"
+#include "keystrand/crypto/AlgorithmIdentifier.h"
 #include "keystrand/crypto/ECDSAPublicKey.h"
+#include "keystrand/crypto/ECParameters.h"
 #include "keystrand/crypto/KeyInfo.h"
 #include "keystrand/crypto/RSAPublicKey.h"
 #include "keystrand/crypto/Signature.h"
 
 namespace keystrand::test {
 namespace {
+
+const ByteString kPSS = oid("1.2.840.113549.1.1.10");
+const ByteString kMGF1 = oid("1.2.840.113549.1.1.8");
+const ByteString kPBM = oid("1.2.840.113533.7.66.13");
+const ByteString kEC = oid("1.2.840.10045.2.1");
+const ByteString kSHA1 = sequence({oid("1.3.14.3.2.26"), kNull});
+const ByteString kSHA256 = sequence({oid("2.16.840.1.101.3.4.2.1")});
+
+ByteString saltLength(const char* hex) {
+  return withChildren(0xA2, {integer(hex)});
+}
+
+TEST(AlgorithmIdentifier, ComesBackAsItWas) {
+  using Row = std::pair<const char*, std::vector<ByteString>>;
+  const ByteString pbe = sequence({octets("0102030405060708"), integer("0800")});
+  for (const auto& [name, content] : {
+           Row{"absent", {oid("1.2.840.113549.1.1.11")}},
+           Row{"NULL", {oid("1.2.840.113549.1.1.11"), kNull}},
+           Row{"unknown, absent", {oid("1.3.101.112")}},
+           Row{"unknown, NULL", {oid("1.3.101.112"), kNull}},
+           Row{"PBE with MD5 and DES", {oid("1.2.840.113549.1.5.3"), pbe}},
+           Row{"PBE, the first of PKCS #12", {oid("1.2.840.113549.1.12.1.1"), pbe}},
+           Row{"PBE, the last of PKCS #12", {oid("1.2.840.113549.1.12.1.6"), pbe}},
+           Row{"PBE, empty salt", {oid("1.2.840.113549.1.12.1.3"), sequence({octets(""), integer("01")})}},
+           Row{"PBE, absent salt", {oid("1.2.840.113549.1.12.1.3"), sequence({kNull, integer("01")})}},
+           Row{"DES-CBC", {oid("1.3.14.3.2.7"), octets("0102030405060708")}},
+           Row{"DES-EDE3-CBC", {oid("1.2.840.113549.3.7"), octets("0102030405060708")}},
+           Row{"AES-128-CBC", {oid("2.16.840.1.101.3.4.1.2"), octets("000102030405060708090A0B0C0D0E0F")}},
+           Row{"AES-256-CBC, empty vector", {oid("2.16.840.1.101.3.4.1.42"), octets("")}},
+           Row{"rsa with its key size", {oid("2.5.8.1.1"), integer("0800")}},
+           Row{"DSA", {oid("1.2.840.10040.4.1"), sequence({integer("17"), integer("0B"), integer("04")})}},
+           Row{"DSA, odd content", {oid("1.2.840.10040.4.1"), sequence({kNull})}},
+           Row{"MGF1", {kMGF1, kSHA1}},
+           Row{"PSS, all absent", {kPSS, sequence({})}},
+           Row{"PSS, NULL", {kPSS, kNull}},
+           Row{"PSS, salt length alone", {kPSS, sequence({saltLength("14")})}},
+           Row{"PSS, defaults written out",
+               {kPSS, sequence({withChildren(0xA0, {kSHA1}), withChildren(0xA1, {sequence({kMGF1, kSHA1})}),
+                                saltLength("14"), withChildren(0xA3, {integer("01")})})}},
+           Row{"EC, named curve", {kEC, oid("1.2.840.10045.3.1.7")}},
+           Row{"EC, unknown curve", {kEC, oid("1.2.3.4.5")}},
+           Row{"EC, implicit", {kEC, kNull}},
+           Row{"EC, explicit of any content", {kEC, sequence({kNull, octets("FF")})}},
+           Row{"PBM", {kPBM, sequence({octets("01020304"), kSHA1, integer("2710"), kSHA256})}},
+       }) {
+    const ByteString der = sequence(content);
+    AlgorithmIdentifier algorithm;
+    EXPECT_TRUE(coded(algorithm, der).isExact(der)) << name;
+  }
+  // Parameters without a class stay unread and the answer is true: it is the enclosing structure that then fails.
+  AlgorithmIdentifier unknown;
+  const ByteString identifier = oid("1.2.3.4");
+  const Coded result = coded(unknown, sequence({identifier, octets("AABB")}));
+  EXPECT_TRUE(result.read);
+  EXPECT_EQ(result.position, 2 + identifier.size());
+  EXPECT_TRUE(unknown.hasParameters() && !unknown.hasParameter());
+}
+
+TEST(AlgorithmIdentifier, RefusesWhatItCannotRead) {
+  using Row = std::pair<const char*, ByteString>;
+  for (const auto& [name, der] : {
+           Row{"empty input", {}},
+           Row{"a SET", withChildren(0x31, {kPSS})},
+           Row{"no identifier", sequence({kNull})},
+           Row{"PBE parameters that are octets", sequence({oid("1.2.840.113549.1.5.3"), octets("00")})},
+           Row{"iteration count of five octets",
+               sequence({oid("1.2.840.113549.1.5.3"), sequence({octets("00"), integer("0100000000")})})},
+           Row{"salt longer than the input", fromHex("301A06092A864886F70D010503300D047F0102")},
+           Row{"PSS hash that is no algorithm", sequence({kPSS, sequence({withChildren(0xA0, {kNull})})})},
+           Row{"key size with a redundant sign octet", sequence({oid("2.5.8.1.1"), integer("0001")})},
+           Row{"EC parameters that are octets", sequence({kEC, octets("00")})},
+           Row{"explicit parameters of indefinite length", sequence({kEC, fromHex("308005000000")})},
+           Row{"explicit parameters longer than the input", fromHex("300D06072A8648CE3D020130820400")},
+           Row{"DSA parameters cut off", fromHex("300B06072A8648CE3804013009")},
+       }) {
+    AlgorithmIdentifier algorithm;
+    EXPECT_FALSE(coded(algorithm, der).read) << name;
+  }
+}
+
+TEST(AlgorithmIdentifier, TakesItsParameterWithItsIdentifier) {
+  AlgorithmIdentifier algorithm("1.2.840.10045.2.1", false);
+  EXPECT_EQ(encode(algorithm), sequence({kEC}));
+  const ECParameters curve(OID("1.2.840.10045.3.1.7"));
+  algorithm.setParameter(&curve);
+  EXPECT_EQ(encode(algorithm), sequence({kEC, oid("1.2.840.10045.3.1.7")}));
+  algorithm.setHasParameters(false);
+  EXPECT_EQ(encode(algorithm), sequence({kEC}));
+  algorithm.setOID("1.3.14.3.2.26");  // the curve does not follow the identifier of a digest
+  EXPECT_EQ(encode(algorithm), kSHA1);
+  algorithm.setParameter(nullptr);
+  EXPECT_EQ(encode(algorithm), kSHA1);
+}
+
+TEST(AlgorithmIdentifier, WithoutIdentifierEqualsNothing) {
+  const AlgorithmIdentifier empty;
+  const AlgorithmIdentifier sha1("1.3.14.3.2.26");
+  EXPECT_FALSE(empty.equals(empty));
+  EXPECT_FALSE(sha1.equals(empty));
+  EXPECT_TRUE(sha1.equals(AlgorithmIdentifier("1.3.14.3.2.26", false)));
+  EXPECT_EQ(empty.oidText(), nullptr);
+}
+
+TEST(AlgorithmIdentifier, EndsWhereItNestsTooDeep) {
+  const ByteString pbmHead = octets("00") + sequence({oid("1.3.14.3.2.26")}) + integer("01");
+  const std::pair<const char*, std::function<ByteString(const ByteString&)>> rows[] = {
+      {"mask generation",
+       [](const ByteString& inner) {
+         return sequence({kMGF1, inner});
+       }},
+      {"PSS, as its own hash",
+       [](const ByteString& inner) {
+         return sequence({kPSS, sequence({withChildren(0xA0, {inner})})});
+       }},
+      {"PSS, as its own mask generation",
+       [](const ByteString& inner) {
+         return sequence({kPSS, sequence({withChildren(0xA1, {inner})})});
+       }},
+      {"MAC of a MAC", [&](const ByteString& inner) {
+         return sequence({kPBM, sequence({pbmHead, inner})});
+       }}};
+  for (const auto& [name, wrap] : rows) {
+    ByteString der = kSHA1;
+    for (int levels = 1; levels <= 1000; ++levels) {
+      der = wrap(der);
+      if (levels != 15 && levels != 16 && levels != 1000) continue;
+      AlgorithmIdentifier algorithm;
+      const Coded result = coded(algorithm, der);
+      EXPECT_EQ(result.read, levels == 15) << name << ", levels: " << levels;
+      EXPECT_TRUE(!result.read || result.rewritten == der) << name;
+    }
+  }
+}
 
 ByteString bits(const ByteString& content) {
   return withChildren(0x03, {{0x00}, content});

@@ -72,16 +72,6 @@ TEST(AttributeCertificate, TellsItsParts) {
   EXPECT_EQ(info.extensionsView()->count(), 1);
 }
 
-// The element that a path of child numbers leads to, put in place of what is there; taken out when it is empty.
-ByteString edited(const ByteString& der, std::vector<std::size_t> path, const ByteString& replacement) {
-  if (path.empty()) return replacement;
-  auto parts = children(der);
-  ByteString& part = parts.at(path.front());
-  path.erase(path.begin());
-  part = edited(part, path, replacement);
-  return withChildren(der[0], parts);
-}
-
 TEST(AttributeCertificate, OddAndHostileForms) {
   const ByteString whole = madeElsewhere("everything");
   const std::vector<std::size_t> holder = {0, 1};

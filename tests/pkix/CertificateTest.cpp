@@ -95,13 +95,6 @@ TEST(Certificate, ReadsWhatOpenSSLReadsAndWritesItBack) {
   EXPECT_GE(compared, 400) << "PKITS alone has that many";
 }
 
-// A body with one of its parts replaced, or taken out when the new one is empty.
-ByteString bodyWith(const ByteString& body, std::size_t part, const ByteString& replacement) {
-  auto parts = children(body);
-  parts.at(part) = replacement;
-  return withChildren(0x30, parts);
-}
-
 TEST(CertificateInfo, ReadsTheOddFormsOfABody) {
   const ByteString v3 = children(makeCertificate(makeAuthority())).at(0);
   const std::size_t last = children(v3).size() - 1;
@@ -114,25 +107,25 @@ TEST(CertificateInfo, ReadsTheOddFormsOfABody) {
     bool same;  // goes out as it came in
   };
   for (const Row& row : {
-           Row{"v3", bodyWith(v3, last, extensions), true, 2, true},
-           Row{"v1, whose extensions are not read", bodyWith(v3, 0, {}), true, 0, false},
-           Row{"v1", bodyWith(bodyWith(v3, last, {}), 0, {}), true, 0, true},
-           Row{"v1 written out, which stays so", bodyWith(bodyWith(v3, last, {}), 0, fromHex("A003020100")), true, 0,
+           Row{"v3", edited(v3, {last}, extensions), true, 2, true},
+           Row{"v1, whose extensions are not read", edited(v3, {0}, {}), true, 0, false},
+           Row{"v1", edited(edited(v3, {last}, {}), {0}, {}), true, 0, true},
+           Row{"v1 written out, which stays so", edited(edited(v3, {last}, {}), {0}, fromHex("A003020100")), true, 0,
                true},
-           Row{"a version that no one knows", bodyWith(v3, 0, fromHex("A003020107")), true, 7, true},
-           Row{"a version of five octets", bodyWith(v3, 0, fromHex("A00702050100000000")), false, 0, false},
-           Row{"a serial number with a surplus octet", bodyWith(v3, 1, fromHex("02020001")), false, 2, false},
-           Row{"a negative serial number", bodyWith(v3, 1, fromHex("0201FF")), true, 2, true},
-           Row{"unique identifiers, constructed", bodyWith(v3, last, fromHex("A10300AABB A2020001") + extensions), true,
+           Row{"a version that no one knows", edited(v3, {0}, fromHex("A003020107")), true, 7, true},
+           Row{"a version of five octets", edited(v3, {0}, fromHex("A00702050100000000")), false, 0, false},
+           Row{"a serial number with a surplus octet", edited(v3, {1}, fromHex("02020001")), false, 2, false},
+           Row{"a negative serial number", edited(v3, {1}, fromHex("0201FF")), true, 2, true},
+           Row{"unique identifiers, constructed", edited(v3, {last}, fromHex("A10300AABB A2020001") + extensions), true,
                2, true},
-           Row{"a unique identifier of no bits", bodyWith(v3, last, fromHex("A10100") + extensions), true, 2, true},
-           Row{"a unique identifier of no octets", bodyWith(v3, last, fromHex("A100") + extensions), false, 2, false},
-           Row{"a time in place of a name", bodyWith(v3, 3, fromHex("170D3230303130313030303030305A")), false, 2,
+           Row{"a unique identifier of no bits", edited(v3, {last}, fromHex("A10100") + extensions), true, 2, true},
+           Row{"a unique identifier of no octets", edited(v3, {last}, fromHex("A100") + extensions), false, 2, false},
+           Row{"a time in place of a name", edited(v3, {3}, fromHex("170D3230303130313030303030305A")), false, 2,
                false},
-           Row{"extensions longer than the data", bodyWith(v3, last, fromHex("A384FFFFFFFF 3084FFFFFFFA")), false, 2,
+           Row{"extensions longer than the data", edited(v3, {last}, fromHex("A384FFFFFFFF 3084FFFFFFFA")), false, 2,
                false},
-           Row{"no extensions", bodyWith(v3, last, {}), true, 2, true},
-           Row{"dates that are NULL", bodyWith(v3, 4, fromHex("300405000500")), false, 2, false},
+           Row{"no extensions", edited(v3, {last}, {}), true, 2, true},
+           Row{"dates that are NULL", edited(v3, {4}, fromHex("300405000500")), false, 2, false},
        }) {
     SCOPED_TRACE(row.name);
     CertificateInfo info;
@@ -148,8 +141,8 @@ TEST(Certificate, RefusesWhatFollowsTheKnownBody) {
   const auto parts = children(makeCertificate(makeAuthority()));
   const ByteString& v3 = parts[0];
   const std::size_t last = children(v3).size() - 1;
-  const ByteString withUniqueID = bodyWith(v3, last, fromHex("810300AABB") + children(v3)[last]);
-  const ByteString v1WithExtensions = bodyWith(v3, 0, {});
+  const ByteString withUniqueID = edited(v3, {last}, fromHex("810300AABB") + children(v3)[last]);
+  const ByteString v1WithExtensions = edited(v3, {0}, {});
   for (const ByteString& body : {withUniqueID, v1WithExtensions}) {
     CertificateInfo info;
     EXPECT_TRUE(decode(info, body));

@@ -62,4 +62,14 @@ inline ByteString withChildren(unsigned char tag, const std::vector<ByteString>&
   return element(tag, content);
 }
 
+// With the element that a path of child numbers leads to replaced; taken out when the new one is empty.
+inline ByteString edited(const ByteString& der, std::vector<std::size_t> path, const ByteString& replacement) {
+  if (path.empty()) return replacement;
+  auto parts = children(der);
+  ByteString& part = parts.at(path.front());
+  path.erase(path.begin());
+  part = edited(part, path, replacement);
+  return withChildren(der[0], parts);
+}
+
 }  // namespace keystrand::test

@@ -13,16 +13,6 @@ namespace {
 
 constexpr std::size_t kMostBytes = std::numeric_limits<std::uint32_t>::max();
 
-// Content of the element at `at`, which put wrote: its length is definite and inside the block.
-std::span<const unsigned char> contentAt(const unsigned char* at) noexcept {
-  std::size_t length = at[1];
-  if (length < 0x80) return {at + 2, length};
-  const std::size_t octets = length - 0x80;
-  length = 0;
-  for (std::size_t i = 0; i < octets; ++i) length = length << 8 | at[2 + i];
-  return {at + 2 + octets, length};
-}
-
 }  // namespace
 
 RevokedBlock::RevokedBlock(std::size_t capacity)
@@ -31,15 +21,6 @@ RevokedBlock::RevokedBlock(std::size_t capacity)
 std::span<const unsigned char> RevokedBlock::bytes(int from, int to) const noexcept {
   const auto offset = [this](int index) { return index < count() ? offsets_.data()[index] : size_; };
   return {bytes_.data() + offset(from), offset(to) - offset(from)};
-}
-
-std::uint32_t RevokedBlock::serialPlace(int index) const noexcept {
-  const unsigned char* entry = bytes_.data() + offsets_.data()[index];
-  return static_cast<std::uint32_t>(contentAt(entry).data() - bytes_.data());
-}
-
-std::span<const unsigned char> RevokedBlock::serialAt(std::uint32_t place) const noexcept {
-  return contentAt(bytes_.data() + place);
 }
 
 void RevokedBlock::decode(int index, RevokedCertificate& out) const {

@@ -1,92 +1,20 @@
 #include "pkix/SerialIndex.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
 #include <bit>
-#include <chrono>
 #include <cstring>
+#include <vector>
 
 #include "pkix/RevokedBlock.h"
+#include "pkix/SerialHash.h"
 
 namespace keystrand {
 namespace {
-
-__extension__ using Wide = unsigned __int128;
-
-constexpr std::uint64_t kPrime = (std::uint64_t{1} << 61) - 1;
-
-constexpr std::size_t kPiece = 7;   // octets of one coefficient
-constexpr std::size_t kPowers = 8;  // coefficients taken before the sum is reduced
-
-// Some number congruent to the sum modulo the prime, at most 2^61 + 3. The sum is below 2^123.
-std::uint64_t reduce(Wide sum) noexcept {
-  const std::uint64_t once = (static_cast<std::uint64_t>(sum) & kPrime) + static_cast<std::uint64_t>(sum >> 61);
-  return (once & kPrime) + (once >> 61);
-}
-
-struct Key {
-  std::array<std::uint64_t, kPowers + 1> power{};  // of the point where the polynomial is evaluated, from the first on
-  std::uint64_t mask = 0;
-};
-
-Key makeKey() {
-  std::array<std::uint64_t, 2> random{};
-  if (getentropy(random.data(), sizeof random) != 0) {
-    random[0] = static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
-    random[1] = reinterpret_cast<std::uintptr_t>(random.data());
-  }
-  Key key;
-  key.mask = random[1];
-  const std::uint64_t point = random[0] % (kPrime - 2) + 2;
-  key.power[0] = point;
-  for (std::size_t i = 1; i < key.power.size(); ++i) key.power[i] = reduce(Wide{key.power[i - 1]} * point) % kPrime;
-  return key;
-}
-
-const Key& processKey() {
-  static const Key key = makeKey();
-  return key;
-}
 
 std::uint64_t load(const unsigned char* at) noexcept {
   std::uint64_t octets = 0;
   std::memcpy(&octets, at, sizeof octets);
   return octets;
-}
-
-// The last n octets, at most a piece, with a mark above them that tells how many they are.
-std::uint64_t lastPiece(std::span<const unsigned char> octets, std::size_t n) noexcept {
-  std::uint64_t piece = 0;
-  if (octets.size() >= sizeof piece) {
-    piece = load(octets.data() + octets.size() - sizeof piece) >> (8 * (sizeof piece - n));
-  } else if (n != 0) {
-    std::memcpy(&piece, octets.data(), n);
-  }
-  return piece | (std::uint64_t{n} + 1) << 56;
-}
-
-// One round of the polynomial: what came before, then the coefficients from `at` on, all but the last of them whole.
-std::uint64_t evaluate(std::uint64_t before, const unsigned char* at, std::size_t whole, std::uint64_t last,
-                       const Key& key) noexcept {
-  constexpr std::uint64_t kWhole = (std::uint64_t{1} << 8 * kPiece) - 1;
-  Wide sum = Wide{before} * key.power[whole + 1] + Wide{last} * key.power[0];
-  for (std::size_t i = 0; i < whole; ++i) sum += Wide{load(at + i * kPiece) & kWhole} * key.power[whole - i];
-  return reduce(sum);
-}
-
-// The octets are the coefficients of a polynomial over the integers modulo 2^61 - 1, evaluated at a secret point: two
-// different serial numbers of n octets meet with a chance of about n / 7 in 2^61, whoever chose them.
-std::uint64_t hashOf(std::span<const unsigned char> octets, const Key& key) noexcept {
-  constexpr std::size_t kMost = kPowers - 1;
-  std::uint64_t hash = 1;
-  std::size_t pieces = octets.empty() ? 0 : (octets.size() - 1) / kPiece;  // before the last one
-  const unsigned char* at = octets.data();
-  for (; pieces > kMost; pieces -= kMost, at += kMost * kPiece) hash = evaluate(hash, at, kMost, 0, key);
-  const std::size_t left = octets.size() - static_cast<std::size_t>(at - octets.data()) - pieces * kPiece;
-  hash = (evaluate(hash, at, pieces, lastPiece(octets, left), key) ^ key.mask) * 0x9E3779B97F4A7C15;
-  return hash ^ hash >> 32;
 }
 
 bool same(std::span<const unsigned char> a, std::span<const unsigned char> b) noexcept {
@@ -137,35 +65,42 @@ std::size_t SerialIndex::seek(const RevokedBlock& block, std::span<const unsigne
   return slot;
 }
 
+// In batches: the serial numbers of one are read and hashed in a row, fetched well before; then they are inserted, and
+// their slots fetched some way ahead. Doing both at once would keep each waiting for the other's memory.
 void SerialIndex::build(const RevokedBlock& block) {
+  constexpr int kBatch = 1024;
+  constexpr int kEntriesAhead = 128;
   const int entries = block.count();
   numberBits_ = bitsOf(static_cast<std::uint64_t>(entries));
   tagShift_ = numberBits_ + bitsOf(block.bytes(0, entries).size());
   slots_ = HeapArray<std::uint64_t>::zeroed(static_cast<std::size_t>(entries) * 2 + 1);
-  // Entries are fetched well before they are hashed, and hashed some way ahead of their insertion, so that their slots
-  // are fetched meanwhile.
-  constexpr int kAhead = 32;
-  constexpr int kFarAhead = 64;
-  std::array<Entry, kAhead> ahead{};
-  const Key& key = processKey();
-  for (int i = 0; i < entries + kAhead; ++i) {
-    Entry& entry = ahead[static_cast<std::size_t>(i % kAhead)];
-    if (i >= kAhead) insert(block, entry);
-    if (i + kFarAhead < entries) __builtin_prefetch(block.bytes(i + kFarAhead, i + kFarAhead).data());
-    if (i >= entries) continue;
-    const std::uint32_t place = block.serialPlace(i);
-    entry = {static_cast<std::uint32_t>(i), place, hashOf(block.serialAt(place), key)};
-    __builtin_prefetch(slots_.data() + home(entry.hash), 1);
+  std::vector<Entry> batch(static_cast<std::size_t>(std::min(entries, kBatch)));
+  const SerialHash& hash = SerialHash::ofProcess();
+  for (int from = 0; from < entries; from += kBatch) {
+    const int to = std::min(entries, from + kBatch);
+    Entry* next = batch.data();
+    for (int i = from; i < to; ++i, ++next) {
+      if (i + kEntriesAhead < entries) block.prefetch(i + kEntriesAhead);
+      const std::uint32_t place = block.serialPlace(i);
+      *next = {static_cast<std::uint32_t>(i), place, hash(block.serialAt(place))};
+    }
+    insert(block, {batch.data(), next});
   }
 }
 
-void SerialIndex::insert(const RevokedBlock& block, const Entry& entry) noexcept {
-  std::uint64_t& slot = slots_.data()[seek(block, block.serialAt(entry.place), entry.hash)];
-  if (slot == 0) slot = tag(entry.hash) | std::uint64_t{entry.place} << numberBits_ | entry.number;
+void SerialIndex::insert(const RevokedBlock& block, std::span<const Entry> batch) noexcept {
+  constexpr std::size_t kSlotsAhead = 24;
+  for (std::size_t i = 0; i < batch.size(); ++i) {
+    const Entry& entry = batch[i];
+    __builtin_prefetch(slots_.data() + home(batch[std::min(i + kSlotsAhead, batch.size() - 1)].hash), 1);
+    std::uint64_t* slot = slots_.data() + home(entry.hash);
+    if (*slot != 0) slot = slots_.data() + seek(block, block.serialAt(entry.place), entry.hash);
+    if (*slot == 0) *slot = tag(entry.hash) | std::uint64_t{entry.place} << numberBits_ | entry.number;
+  }
 }
 
 int SerialIndex::find(const RevokedBlock& block, std::span<const unsigned char> serial) const noexcept {
-  const std::uint64_t slot = slots_.data()[seek(block, serial, hashOf(serial, processKey()))];
+  const std::uint64_t slot = slots_.data()[seek(block, serial, SerialHash::ofProcess()(serial))];
   return slot == 0 ? -1 : static_cast<int>(slot & lowBits(numberBits_));
 }
 

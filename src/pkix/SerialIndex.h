@@ -1,8 +1,7 @@
 // Where each serial number of a CRL stands first: an open-addressing table over content octets.
 //
 // A slot tells the entry, the place of its serial number and a part of the hash, so that a question about a large CRL
-// waits for memory once when the number is on no list, and twice when it is. The hash is keyed with a secret of this
-// process, because those who issue serial numbers choose them.
+// waits for memory once when the number is on no list, and twice when it is.
 #pragma once
 
 #include <cstddef>
@@ -29,7 +28,7 @@ class SerialIndex {
   [[nodiscard]] std::uint64_t tag(std::uint64_t hash) const noexcept;
   [[nodiscard]] std::size_t seek(const RevokedBlock& block, std::span<const unsigned char> serial,
                                  std::uint64_t hash) const noexcept;
-  void insert(const RevokedBlock& block, const Entry& entry) noexcept;
+  void insert(const RevokedBlock& block, std::span<const Entry> batch) noexcept;
   // A slot is 0 when empty, else from its high bits to its low ones: a one and bits of the hash, the place of the
   // serial number in the block, the number of the entry.
   HeapArray<std::uint64_t> slots_;

@@ -75,6 +75,13 @@ bool scan(const std::string& text, unsigned char tag, CalendarTime& time) {
   return found >= (withoutSeconds ? 5 : 6);
 }
 
+bool isTime(std::string_view text, unsigned char tag) {
+  std::string fields(text);
+  takeOffset(fields);
+  CalendarTime time;
+  return scan(fields, tag, time);
+}
+
 // The day of a text of digits with the time of day behind them.
 std::int64_t midnightOf(const std::string& text, unsigned char tag) {
   CalendarTime time;
@@ -269,13 +276,15 @@ bool X500Time::readOrdinary(std::string_view text) noexcept {
 }
 
 // Every other text. Unlike the setter this reader takes the digits of a short fraction as they stand: .5 is 5
-// microseconds.
+// microseconds. The part of a long text that is kept must be a time too: put writes it, and a file that holds a time
+// that cannot be read ends there.
 bool X500Time::readAny(std::string_view text) {
   std::string fields(text);
   const std::int64_t offset = takeOffset(fields);
+  const std::string_view kept = text.substr(0, kGeneralizedTextLength);
   CalendarTime time;
-  if (!scan(fields, tag_, time)) return false;
-  setWhole(tag_, epochSeconds(time) - offset, text.substr(0, kGeneralizedTextLength));
+  if (!scan(fields, tag_, time) || (kept.size() < text.size() && !isTime(kept, tag_))) return false;
+  setWhole(tag_, epochSeconds(time) - offset, kept);
   if (const std::optional<std::string> digits = fractionOf(fields)) {
     store(fraction_, *digits);
     microseconds_ = static_cast<std::uint32_t>(numberAt(*digits, 0));

@@ -137,6 +137,8 @@ TEST(X500TimeReading, LeavesNoTimeAtAllOnFailure) {
         Row{"GeneralizedTime without seconds", timeValue(24, "201501011200Z")},
         Row{"a fraction of minutes", timeValue(23, "1501011200.5Z")},
         Row{"zeros behind a NUL", timeValue(23, zerosBehindNUL)},
+        Row{"a date that the place of 26 characters would cut",
+            timeValue(24, "26" + std::string(24, ' ') + "0101000000Z")},
         Row{"a length beyond the data", hex("170D313530313031")}, Row{"a huge length", hex("1784FFFFFFFF31")},
         Row{"nothing", {}}}) {
     X500Time time;

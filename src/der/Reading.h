@@ -30,6 +30,16 @@ inline bool openWhole(Element& element, Buffer& in, unsigned char tag) {
   return element.open(in, tag) && element.left(in) <= in.remaining();
 }
 
+// The same for one that may have the indefinite form: extension values ought to be DER, and not all of them are.
+inline bool openAnyWhole(Element& element, Buffer& in, unsigned char tag) {
+  return element.openAny(in, tag) && (!element.definite || element.left(in) <= in.remaining());
+}
+
+// The end-of-contents octets of the indefinite form (X.690 8.1.5).
+inline bool readEnd(const Element& element, Buffer& in) {
+  return element.definite || in.getEndOfContents();
+}
+
 // Whether an element goes on, and with this tag.
 inline bool isNext(const Element& element, Buffer& in, unsigned char tag) {
   return !element.atEnd(in) && nextTag(in) == tag;
@@ -37,6 +47,7 @@ inline bool isNext(const Element& element, Buffer& in, unsigned char tag) {
 
 // Moves the cursor to the end of an element, over content that its reader left unread; false when it read beyond.
 inline bool close(const Element& element, Buffer& in) {
+  if (!element.definite) return in.getEndOfContents();
   if (in.readPosition() > element.end) return false;
   in.setReadPosition(element.end);
   return true;

@@ -64,12 +64,12 @@ bool AuthorityKeyIdentifier::get(Buffer& buffer, unsigned char tag) {
   authorityCertIssuer_.reset();
   authorityCertSerialNumber_ = BigInteger();
   serialPresent_ = false;
-  if (!openWhole(body, buffer, tag)) return false;
+  if (!openAnyWhole(body, buffer, tag)) return false;
   if (isNext(body, buffer, kKeyIdentifier) && !getOctets(buffer, keyIdentifier_, kKeyIdentifier)) return false;
   if (isNext(body, buffer, kCertIssuer) && !getNew(authorityCertIssuer_, buffer, kCertIssuer)) return false;
-  if (body.atEnd(buffer)) return true;
+  if (body.atEnd(buffer)) return readEnd(body, buffer);
   serialPresent_ = authorityCertSerialNumber_.get(buffer, kCertSerialNumber);
-  return serialPresent_;
+  return serialPresent_ && readEnd(body, buffer);
 }
 
 }  // namespace keystrand

@@ -108,7 +108,7 @@ bool GeneralName::get(Buffer& buffer) {
 
 bool GeneralName::getDirectoryName(Buffer& buffer) {
   Element wrapper;
-  return openWhole(wrapper, buffer, kDirectoryName) && !wrapper.atEnd(buffer) && getNew(directoryName_, buffer) &&
+  return openAnyWhole(wrapper, buffer, kDirectoryName) && !wrapper.atEnd(buffer) && getNew(directoryName_, buffer) &&
          close(wrapper, buffer);
 }
 

@@ -84,14 +84,14 @@ bool IssuingDistPointSyntax::get(Buffer& buffer) {
   Element body;
   distributionPoint_.reset();
   onlySomeReasons_.clear();
-  if (!openWhole(body, buffer, kSequence)) return false;
+  if (!openAnyWhole(body, buffer, kSequence)) return false;
   if (isNext(body, buffer, kWrappedName) && !getWrappedName(distributionPoint_, buffer)) return false;
   return getFlag(onlyContainsUserCerts_, body, buffer, kOnlyContainsUserCerts) &&
          getFlag(onlyContainsCACerts_, body, buffer, kOnlyContainsCACerts) &&
          (!isNext(body, buffer, kOnlySomeReasons) ||
           getBits(buffer, onlySomeReasons_, onlySomeReasonsUnusedBits_, kOnlySomeReasons)) &&
          getFlag(indirectCRL_, body, buffer, kIndirectCRL) &&
-         getFlag(onlyContainsAttributeCerts_, body, buffer, kOnlyContainsAttributeCerts);
+         getFlag(onlyContainsAttributeCerts_, body, buffer, kOnlyContainsAttributeCerts) && readEnd(body, buffer);
 }
 
 }  // namespace keystrand

@@ -15,7 +15,7 @@ constexpr unsigned char kWrappedName = 0xA0;
 inline bool getWrappedName(std::unique_ptr<DistributionPointName>& name, Buffer& in) {
   Element wrapper;
   name = std::make_unique<DistributionPointName>();
-  return openWhole(wrapper, in, kWrappedName) && (wrapper.atEnd(in) || name->get(in)) && close(wrapper, in);
+  return openAnyWhole(wrapper, in, kWrappedName) && (wrapper.atEnd(in) || name->get(in)) && close(wrapper, in);
 }
 
 }  // namespace keystrand

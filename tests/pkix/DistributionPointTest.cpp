@@ -77,6 +77,7 @@ TEST(DistributionPoint, GoesOnBehindWhatItDoesNotKnow) {
            Row{"a name of nothing does not take what follows it", "3012 3009 A000 A105 8603613A62 3005 8103074080",
                true, 2, true},
            Row{"unknown elements at the end of a point", "300D 3004 8F022020 3005 8103074080", true, 2, true},
+           Row{"a name of indefinite length", "3013 3011 A080 A006 8604613A2F62 0000 8103074080", true, 1, true},
            Row{"a name that leaves its tag", "300B 3009 A002 A005" + uri, false, 0, false},
            Row{"a point longer than the data", "3004 3084FFFF", false, 0, false},
        }) {
@@ -126,6 +127,8 @@ TEST(IssuingDistPointSyntax, KeepsAndDropsFlags) {
       {"an octet of its own stays", "3003 820101", true, "3003 820101"},
       {"FALSE is dropped", "3006 820100 8501FF", true, "3003 8501FF"},
       {"reasons of no bits", "3003 830100", true, "3003 830100"},
+      {"of indefinite length", "3080 A080 A005 8603613A62 0000 820101 0000", true, "300C A007 A005 8603613A62 820101"},
+      {"without its end", "3080 820101", false, "3003 820101"},
       {"a flag of two octets", "3004 8102FFFF", false, "3000"},
       {"out of order, the rest is not read", "3006 8401FF 8201FF", true, "3003 8401FF"},
   });
@@ -153,6 +156,8 @@ TEST(AuthorityKeyIdentifier, EndsWithItsElement) {
       {"an identifier of no octets", "3002 8000", true, "3002 8000"},
       {"an issuer alone", "3007 A105 8603613A62", true, "3007 A105 8603613A62"},
       {"a serial number of 0 alone", "3003 820100", true, "3003 820100"},
+      {"of indefinite length", "3080 800105 A1 06 A480 3000 0000 820101 0000", true,
+       "300C 800105 A104 A402 3000 820101"},
       {"another element in place of the serial number", "3007 8000 8603613A62", false, "3002 8000"},
       {"a serial number with a surplus octet", "3004 82020001", false, "3000"},
       {"an issuer that never ends", "3004 A102 0101", false, "3002 A100"},

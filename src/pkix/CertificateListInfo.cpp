@@ -1,5 +1,7 @@
 #include "keystrand/pkix/CertificateListInfo.h"
 
+#include <algorithm>
+
 #include "pkix/Parts.h"
 
 namespace keystrand {
@@ -8,6 +10,29 @@ namespace {
 constexpr unsigned char kInteger = 2;
 constexpr unsigned char kCrlExtensions = 0xA0;
 constexpr std::int32_t kNoVersion = -1;
+constexpr std::uint64_t kMostObjects = 0x100000;  // bytes
+
+// What becomes a tree of objects takes many times the bytes of its encoding, and anybody may send it. While this lives
+// no more of it can be read than any CRL needs; the entries, which stay encoded, are the one part that may be long.
+class ModestPart {
+ public:
+  explicit ModestPart(Buffer& in) noexcept : in_(in), size_(in.size()) {
+    in.setSize(static_cast<std::uint32_t>(std::min<std::uint64_t>(size_, in.readPosition() + kMostObjects)));
+  }
+  ~ModestPart() { in_.setSize(size_); }
+  ModestPart(const ModestPart&) = delete;
+  ModestPart& operator=(const ModestPart&) = delete;
+
+ private:
+  Buffer& in_;
+  std::uint32_t size_;
+};
+
+template <class Part>
+bool getModest(std::unique_ptr<Part>& part, Buffer& in) {
+  const ModestPart bounded(in);
+  return getNew(part, in);
+}
 
 }  // namespace
 
@@ -100,7 +125,7 @@ bool CertificateListInfo::getRevokedCertificates(Buffer& in) {
 
 bool CertificateListInfo::getCrlExtensions(Buffer& in) {
   Element wrapper;
-  return nextTag(in) != kCrlExtensions || (wrapper.open(in, kCrlExtensions) && getNew(crlExtensions_, in));
+  return nextTag(in) != kCrlExtensions || (wrapper.open(in, kCrlExtensions) && getModest(crlExtensions_, in));
 }
 
 // RFC 5280 section 5.1.2. The body may end before each of the optional elements. An unknown one at such a place is
@@ -110,8 +135,8 @@ bool CertificateListInfo::get(Buffer& in) {
   revokedCertificates_.reset();
   crlExtensions_.reset();
   Element body;
-  const bool mandatory = body.openAny(in, kSequence) && getVersion(in) && getNew(signature_, in) &&
-                         getNew(issuer_, in) && thisUpdate_.emplace().get(in);
+  const bool mandatory = body.openAny(in, kSequence) && getVersion(in) && getModest(signature_, in) &&
+                         getModest(issuer_, in) && thisUpdate_.emplace().get(in);
   return mandatory && (body.atEnd(in) || getNextUpdate(in)) && (body.atEnd(in) || getRevokedCertificates(in)) &&
          (body.atEnd(in) || getCrlExtensions(in)) && (body.definite || in.getEndOfContents());
 }

@@ -42,12 +42,16 @@ class RevokedBlock {
   void startEntry(std::size_t ahead = 0);
   // The bytes of the entries started; beyond 4 GiB false, and the entries behind what was appended before are gone.
   bool append(std::span<const unsigned char> bytes);
-  // The last entry as an object, for one whose bytes would be read back as something else.
+  // The last entry as an object, for one whose bytes would be read back as something else. There is room for some only:
+  // an object takes many times the bytes of its encoding, and those who make many such entries mean no CRL.
   void keep(RevokedCertificate entry);
+  [[nodiscard]] bool keepsNoMore() const noexcept { return kept_.size() >= kMostKept; }
   // Gives back the room that was not used.
   void seal();
 
  private:
+  static constexpr std::size_t kMostKept = 4096;
+
   [[nodiscard]] const unsigned char* entry(int index) const noexcept { return bytes_.data() + offsets_.data()[index]; }
 
   // Content of the element at `at`, which put wrote: its length is definite and inside the block.

@@ -181,6 +181,30 @@ TEST(CertificateListInfo, EndsAtAnUnknownElement) {
   }
 }
 
+// Names and extensions become objects of many times their length: no more of them is read than any CRL needs.
+TEST(CertificateListInfo, RefusesPartsThatNoCRLNeeds) {
+  const std::vector<ByteString> crl = children(makeCRL(authority(), {.entries = kSomeEntries}));
+  const auto repeated = [](const char* hex, std::size_t length) {
+    const ByteString one = fromHex(hex);
+    ByteString all;
+    while (all.size() < length) all.insert(all.end(), one.begin(), one.end());
+    return element(0x30, all);
+  };
+  constexpr std::size_t kIssuer = 2;
+  for (const auto& [length, good] : {std::pair<std::size_t, bool>{0xFFF00, true}, {0x100100, false}}) {
+    for (const bool inIssuer : {true, false}) {
+      std::vector<ByteString> body = children(crl[0]);
+      if (inIssuer) {
+        body[kIssuer] = repeated("3100", length);
+      } else {
+        body.back() = element(0xA0, repeated("3007 0603551D15 0400", length));
+      }
+      CertificateListInfo info;
+      EXPECT_EQ(decode(info, sequence(body, true)), good) << length << ' ' << inIssuer;
+    }
+  }
+}
+
 // Its length is not looked at: all that it holds is there. Of a certificate it is.
 TEST(CertificateList, IsReadThoughItsLengthPassesTheData) {
   const ByteString der = makeCRL(authority(), {.entries = kSomeEntries});

@@ -118,6 +118,20 @@ TEST(RevokedCertificateListQuirks, ALongDateKeepsItsTime) {
   }
 }
 
+// What is kept as an object, because its bytes would be read back as something else, takes many times their room. The
+// parts of a CRL that become objects are bounded in the same way.
+TEST(RevokedCertificateListQuirks, ManyEntriesThatMustBeObjectsAreRefused) {
+  const ByteString kept =
+      fromHex("3024" + kSerial + "181F 3230323030313031303030303030 2E 3132333435363738393031 2B30313030");
+  for (const auto& [entries, good] : {std::pair{4096, true}, std::pair{4097, false}}) {
+    ByteString content;
+    for (int i = 0; i < entries; ++i) content.insert(content.end(), kept.begin(), kept.end());
+    RevokedCertificateList list;
+    EXPECT_EQ(decode(list, element(0x30, content)), good);
+    EXPECT_EQ(list.count(), 4096);
+  }
+}
+
 // Every byte of a list changed in several ways: both roads say the same.
 TEST(RevokedCertificateListRoads, AgreeOnDamagedLists) {
   const auto entry = [](const std::string& hex) { return element(0x30, fromHex(hex)); };

@@ -32,6 +32,7 @@
 
 namespace keystrand {
 
+class File;
 class PartialAttributeList;
 class TSLPointers;
 class TSLReader;
@@ -148,7 +149,7 @@ class CACache {
   std::unique_ptr<Certificate> decodeCertificate(std::span<const unsigned char> der);
   std::unique_ptr<Certificate> decodeCertificatePEM(const char* base64);
   // Reads the armoured certificates of an open file into the list; the caller holds caMutex.
-  bool addCertificatesFrom(int descriptor, std::int32_t source);
+  bool addCertificatesFrom(const File& file, std::int32_t source);
   bool addDecoded(std::unique_ptr<Certificate> certificate);
   bool removeDecoded(const std::unique_ptr<Certificate>& certificate);
   [[nodiscard]] int sourceOfDecoded(const std::unique_ptr<Certificate>& certificate);

@@ -1,5 +1,9 @@
 // Changes of the CA list.
+#include <unistd.h>
+
+#include <array>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -23,6 +27,16 @@ bool comesBack(const Certificate& certificate) {
   Buffer encoding;
   certificate.put(encoding);
   return Certificate().get(encoding) && encoding.atEnd();
+}
+
+// Whether what follows the position of a PEM file can be read, were it only its end. A file that is too long for a
+// Buffer, a folder and a medium that fails would otherwise pass for a file that has ended.
+bool isReadable(const File& file) {
+  const std::optional<std::uint64_t> size = fileSize(file.descriptor());
+  const off_t position = lseek(file.descriptor(), 0, SEEK_CUR);
+  std::array<unsigned char, 1> next{};
+  return size && *size <= Buffer::kMaxSize && position >= 0 &&
+         readAllAt(file.descriptor(), next, static_cast<std::uint64_t>(position));
 }
 
 }  // namespace
@@ -49,8 +63,8 @@ bool CACache::insert(std::unique_ptr<Certificate> certificate, std::int32_t sour
   return true;
 }
 
-bool CACache::addCertificatesFrom(int descriptor, std::int32_t source) {
-  while (workBuffer_.readPEMStream(descriptor)) {
+bool CACache::addCertificatesFrom(const File& file, std::int32_t source) {
+  while (workBuffer_.readPEMStream(file.descriptor())) {
     auto certificate = decodeCertificate();
     if (certificate && !certificate->hasNoKey()) logMessage(Logger::kWarning, kKeyNotCanonical);
     if (!insert(std::move(certificate), source, nullptr)) {
@@ -58,18 +72,20 @@ bool CACache::addCertificatesFrom(int descriptor, std::int32_t source) {
       return false;
     }
   }
-  return true;
+  if (isReadable(file)) return true;
+  logMessage(Logger::kFailure, kCACertNotAdded);
+  return false;
 }
 
 bool CACache::addCertificateListPEM(const char* path) {
   const File file = File::openForReading(path);
-  if (!file.isOpen()) {
+  if (!file.isOpen() || !isReadable(file)) {
     logMessage(Logger::kFailure, kCACertNotAdded);
     return false;
   }
   logMessage(Logger::kTrace, kCACertsAdding);
   const std::lock_guard lock(library().caMutex);
-  if (!addCertificatesFrom(file.descriptor(), kSourceAdded)) return false;
+  if (!addCertificatesFrom(file, kSourceAdded)) return false;
   logMessage(Logger::kTrace, kCACertsAdded);
   logMessage(Logger::kInformation, kCARowCount, library().caTable.count());
   return true;
@@ -77,14 +93,14 @@ bool CACache::addCertificateListPEM(const char* path) {
 
 bool CACache::initCertificateListPEM(const char* path) {
   const File file = File::openForReading(path);
-  if (!file.isOpen()) {
+  if (!file.isOpen() || !isReadable(file)) {
     logMessage(Logger::kFailure, kCAListNotInitialised);
     return false;
   }
   logMessage(Logger::kTrace, kCAListInitialising);
   const std::lock_guard lock(library().caMutex);
   library().caTable.clear();
-  if (!addCertificatesFrom(file.descriptor(), kSourceInitPEM)) {
+  if (!addCertificatesFrom(file, kSourceInitPEM)) {
     logMessage(Logger::kFailure, kCAListNotInitialised);
     return false;
   }

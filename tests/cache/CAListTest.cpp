@@ -202,9 +202,12 @@ TEST_F(CAList, ABadCertificateEndsAListAndWhatStoodBeforeItStays) {
 
 TEST_F(CAList, AListThatCannotBeOpenedLeavesTheListAlone) {
   ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+  std::ofstream(folder / "huge").close();
+  std::filesystem::resize_file(folder / "huge", std::uintmax_t{1} << 32);
   ASSERT_TRUE(add({}));
   logged();
-  for (const std::string& path : {std::string(folder / "none"), folder.path().string(), std::string(folder / "pipe")}) {
+  for (const std::string& path : {std::string(folder / "none"), folder.path().string(), std::string(folder / "pipe"),
+                                  std::string(folder / "huge")}) {
     EXPECT_FALSE(context->addCertificateListPEM(path.c_str())) << path;
     EXPECT_THAT(logged(), ElementsAre(kCannotAdd)) << path;
     EXPECT_FALSE(context->initCertificateListPEM(path.c_str())) << path;

@@ -8,6 +8,7 @@
 #include "cache/CRLExtensions.h"
 #include "cache/CRLPlace.h"
 #include "cache/ContextLog.h"
+#include "cache/LargeWork.h"
 #include "cache/Library.h"
 #include "log/MessageCodes.h"
 #include "net/CurlSettings.h"
@@ -56,6 +57,7 @@ void take(CRLCacheEntry& entry, DownloadedCRL&& arrived) {
 
 std::optional<DownloadedCRL> CACache::downloadCRL(const std::string& url, bool namedHTTPS, bool direct) {
   const bool secure = namedHTTPS && url.starts_with(kHTTPS);
+  const LargeWork work(workBuffer_);
   logMessage(Logger::kTrace, secure ? kHTTPSDownloadStarted : kHTTPDownloadStarted);
   setCurlTimeout(settings().crlTimeout);
   std::string time;

@@ -7,6 +7,7 @@
 #include "cache/CACache.h"
 #include "cache/CRLCacheImage.h"
 #include "cache/ContextLog.h"
+#include "cache/LargeWork.h"
 #include "cache/Library.h"
 #include "log/MessageCodes.h"
 
@@ -40,6 +41,7 @@ void takeOver(CRLCacheImage image) {
 }  // namespace
 
 bool CACache::saveCRLCache(const std::string& path) {
+  const LargeWork work(workBuffer_);
   logMessage(Logger::kTrace, kCRLCacheSaving);
   workBuffer_.reset();
   bool saved = false;
@@ -59,6 +61,7 @@ bool CACache::saveCRLCache(const std::string& path) {
 }
 
 bool CACache::loadCRLCache(const std::string& path) {
+  const LargeWork work(workBuffer_);
   logMessage(Logger::kTrace, kCRLCacheLoading);
   if (!workBuffer_.loadFileLocked(path.c_str())) {
     logMessage(Logger::kFailure, kCRLCacheNotRead);

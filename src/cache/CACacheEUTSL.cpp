@@ -137,6 +137,7 @@ std::vector<TSLInfo> CACache::loadedTSLs() const {
   const std::lock_guard lock(library().caMutex);
   const TSLInfoList& loaded = library().loadedTSLs;
   std::vector<TSLInfo> copies;
+  copies.reserve(static_cast<std::size_t>(loaded.count()));
   for (int i = 0; i < loaded.count(); ++i) copies.push_back(*loaded.at(i));
   return copies;
 }

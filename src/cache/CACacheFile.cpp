@@ -5,6 +5,7 @@
 #include "cache/CACache.h"
 #include "cache/CAListImage.h"
 #include "cache/ContextLog.h"
+#include "cache/LargeWork.h"
 #include "cache/Library.h"
 #include "log/MessageCodes.h"
 
@@ -12,6 +13,7 @@ namespace keystrand {
 
 // An empty list is not written: the file keeps what it has. caMutex and caFileMutex are never held together.
 bool CACache::saveCAList(const std::string& path) {
+  const LargeWork work(workBuffer_);
   logMessage(Logger::kTrace, kCAListSaving);
   workBuffer_.reset();
   bool fits = false;
@@ -35,6 +37,7 @@ bool CACache::saveCAList(const std::string& path) {
 
 // A read replaces the list, it does not add. Damage is not a failure: what a client sees of it is an empty list.
 bool CACache::loadCAList(const std::string& path) {
+  const LargeWork work(workBuffer_);
   logMessage(Logger::kInformation, kCAListLoading);
   if (!workBuffer_.loadFileLocked(path.c_str())) {
     logMessage(Logger::kFailure, kCAListNotRead);

@@ -86,6 +86,12 @@ void Buffer::reset() noexcept {
   depth_ = 0;
 }
 
+void Buffer::release() noexcept {
+  data_ = Block(nullptr, BlockDeleter{});
+  allocated_ = limit_ = dirty_ = 0;
+  reset();
+}
+
 void Buffer::setLimit(std::uint32_t n) noexcept {
   limit_ = std::min(n, allocated_);
 }

@@ -40,6 +40,8 @@ class KEYSTRAND_API Buffer {
   void reserve(std::uint32_t n);
   // Both cursors to 0; the block and its contents stay.
   void reset() noexcept;
+  // Frees the block, all sizes and cursors to 0.
+  void release() noexcept;
   [[nodiscard]] bool atEnd() const noexcept { return readPosition_ == length_; }
   [[nodiscard]] bool isFull() const noexcept { return length_ >= limit_; }
   [[nodiscard]] std::uint32_t limit() const noexcept { return limit_; }

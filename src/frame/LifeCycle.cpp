@@ -39,6 +39,7 @@ void emptyTables() {
   {
     const std::lock_guard lock(library().caMutex);
     library().caTable.clear();
+    library().loadedTSLs = TSLInfoList();
   }
   const std::lock_guard lock(library().crlMutex);
   library().crlTable.clear();

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <ctime>
 #include <string>
 #include <string_view>
@@ -12,11 +13,14 @@ namespace keystrand {
 
 namespace {
 
-// An open file, closed with the block.
+// An open file, closed with the block. The opening does not block, because a FIFO that nobody reads would hold the
+// transfer for ever; the write does.
 class AppendFile {
  public:
   explicit AppendFile(const char* path)
-      : descriptor_(open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR)) {}
+      : descriptor_(open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, S_IRUSR | S_IWUSR)) {
+    if (descriptor_ >= 0) fcntl(descriptor_, F_SETFL, O_APPEND);
+  }
   ~AppendFile() {
     if (descriptor_ >= 0) close(descriptor_);
   }
@@ -27,6 +31,7 @@ class AppendFile {
   void write(std::string_view text) const {
     while (descriptor_ >= 0 && !text.empty()) {
       const ssize_t n = ::write(descriptor_, text.data(), text.size());
+      if (n < 0 && errno == EINTR) continue;
       if (n <= 0) return;
       text.remove_prefix(static_cast<std::size_t>(n));
     }

@@ -53,9 +53,9 @@ KEYSTRAND_API keystrand::Semaphore* cache_getCryptoDeviceSemaphore();
 // one, 3 at every search, 4 never. cache_setTimeStampCheck: 0 never asks a server for the time of a CRL. Time-outs
 // are seconds: 60 for CRLs, 15 for OCSP. cache_setLang: 0 Italian (default), 1 English. cache_enableLog: level of
 // contexts made from now on, 3 failures to 7 trace; more counts as 7. nullptr or "" switches off the CRL proxy, the
-// trace of libcurl (cache_setCURLlog) and its CA bundle, and a null user or password the credentials of a proxy; a
-// null or empty host or a port below 1 switches a proxy off. Lists of hosts end with nullptr; cache_setNoHTTPProxy
-// asks the resolver.
+// trace of libcurl (cache_setCURLlog) and its CA bundle, and a null user or password the credentials of a proxy, in
+// which libcurl reads %25 for a percent sign and %3A for a colon; a null or empty host or a port below 1 switches a
+// proxy off. Lists of hosts end with nullptr; cache_setNoHTTPProxy asks the resolver.
 //
 // cache_setSOCKSProxy: connections that are not HTTP speak SOCKS 5 to that server, with or without credentials, except
 // to hosts in a network of this machine; a text of more than 127 bytes leaves their side as it was. HTTP requests reach
@@ -149,6 +149,9 @@ KEYSTRAND_API unsigned char cache_removeCountryCACerts(void* ctx, char* const co
 KEYSTRAND_API void cache_clean(void* ctx);
 // A load replaces the list. 0 when the file cannot be read, the list then stays, and *errCode is set to 5150; a
 // damaged file gives 1 and an empty list. An empty list is not saved: 0, and the file keeps what it has.
+// Two saved files read as empty: one with a CA whose trusted list leaves out the name, type, status or starting time of
+// its service, now or in its history (nullptr in cache_getCertMetadata and what follows it), and one that was saved
+// behind cache_clean while trusted lists count as loaded.
 KEYSTRAND_API unsigned char cache_loadCACertList(void* ctx);
 KEYSTRAND_API unsigned char cache_loadCACertList(void* ctx, unsigned long* errCode);
 KEYSTRAND_API unsigned char cache_saveCACertList(void* ctx);

@@ -100,9 +100,9 @@ std::optional<DownloadedCRL> CACache::downloadCRLLDAP(const std::string& uri, co
 }
 
 std::optional<X500Time> CACache::requestTimestampLDAP(const ParsedURL& url) {
+  logMessage(Logger::kTrace, kLDAPTimeRequestStarted);
   const std::optional<DirectoryEntry> at = entryOf(url);
   if (!at) return std::nullopt;
-  logMessage(Logger::kTrace, kLDAPTimeRequestStarted);
   const auto exchange = LDAPExchange::open(*at, settings().crlTimeout, workBuffer_);
   if (!exchange) return std::nullopt;
   std::optional<X500Time> time;

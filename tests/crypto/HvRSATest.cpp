@@ -3,6 +3,8 @@
 #include <openssl/err.h>
 #include <p11-kit/pkcs11.h>
 
+#include <tuple>
+
 #include "crypto/Coding.h"
 #include "crypto/Digests.h"
 #include "crypto/EMSA.h"
@@ -33,12 +35,8 @@ TEST(RSA, RefusesKeysAndBlocksThatAreNotAcceptable) {
   const BigInteger f4(65537);
   BigInteger negative;
   ASSERT_TRUE(BigInteger::parse("-65537", 10, negative));
-  struct Row {
-    const char* name;
-    BigInteger modulus, exponent;
-    bool ok;
-  };
-  for (const Row& row : {
+  using Row = std::tuple<const char*, BigInteger, BigInteger, bool>;
+  for (const auto& [name, n, e, ok] : {
            Row{"plain", number(256, 0x80, 1), f4, true},
            Row{"16,384 bits", number(2048, 0x80, 1), f4, true},
            Row{"16,385 bits", number(2049, 0x01, 1), f4, false},
@@ -54,16 +52,16 @@ TEST(RSA, RefusesKeysAndBlocksThatAreNotAcceptable) {
            Row{"exponent one", number(256, 0x80, 1), BigInteger(1), false},
            Row{"negative exponent", number(256, 0x80, 1), negative, false},
        }) {
-    const RSAPublicKey key(row.modulus, row.exponent);
-    ByteString block(row.modulus.magnitudeLength());
+    const RSAPublicKey key(n, e);
+    ByteString block(n.magnitudeLength());
     if (!block.empty()) block.back() = 2;
     ERR_clear_error();
     const auto result = hvRSA::publicOperation(key, block);
-    EXPECT_EQ(result.has_value(), row.ok) << row.name;
+    EXPECT_EQ(result.has_value(), ok) << name;
     if (result) {
-      EXPECT_EQ(result->size(), block.size()) << row.name;
+      EXPECT_EQ(result->size(), block.size()) << name;
     }
-    EXPECT_EQ(ERR_peek_error(), 0UL) << row.name;
+    EXPECT_EQ(ERR_peek_error(), 0UL) << name;
   }
   const RSAPublicKey key(number(128, 0x80, 1), f4);
   ByteString modulus(128);
@@ -72,6 +70,24 @@ TEST(RSA, RefusesKeysAndBlocksThatAreNotAcceptable) {
   EXPECT_FALSE(hvRSA::publicOperation(key, ByteString(128, 0xFF))) << "the representative is larger";
   EXPECT_FALSE(hvRSA::publicOperation(key, ByteString(127))) << "shorter than the modulus";
   EXPECT_FALSE(hvRSA::publicOperation(key, ByteString(129))) << "longer than the modulus";
+}
+
+TEST(RSA, AcceptsOnePaddingOnly) {
+  using Row = std::tuple<const char*, const char*, bool>;
+  for (const auto& [name, block, ok] :
+       {Row{"eight fill octets", "0001FFFFFFFFFFFFFFFF003000AA", true},
+        Row{"nine", "0001FFFFFFFFFFFFFFFFFF003000AA", true}, Row{"seven", "0001FFFFFFFFFFFFFF003000AA", false},
+        Row{"block type 2", "0002FFFFFFFFFFFFFFFF003000AA", false},
+        Row{"block type 0", "00000000000000000000003000AA", false},
+        Row{"first octet", "0101FFFFFFFFFFFFFFFF003000AA", false},
+        Row{"another fill", "0001FFFFFFFEFFFFFFFF003000AA", false},
+        Row{"no separator", "0001FFFFFFFFFFFFFFFFFF", false}, Row{"another", "0001FFFFFFFFFFFFFFFFFF3000AA", false},
+        Row{"something behind", "0001FFFFFFFFFFFFFFFF003000AA00", false},
+        Row{"other data", "0001FFFFFFFFFFFFFFFF003000AB", false}, Row{"nothing", "", false}}) {
+    const ByteString padded = fromHex(block);
+    const auto held = hvRSA::withoutPadding(padded);
+    EXPECT_EQ(held && std::ranges::equal(*held, fromHex("3000AA")), ok) << name;
+  }
 }
 
 }  // namespace

@@ -5,6 +5,8 @@
 #include <openssl/x509.h>
 #include <p11-kit/pkcs11.h>
 
+#include <tuple>
+
 #include "TokenObjects.h"
 #include "crypto/Coding.h"
 #include "crypto/PrivateKeyInfo.h"
@@ -75,14 +77,9 @@ TEST(GeneratedPairs, AreWholeKeysWithTheirMarks) {
   for (const CK_OBJECT_HANDLE key : {publicKey, privateKey})
     EXPECT_EQ(open.attribute(key, CKA_LOCAL).octets, ByteString{1});
   EXPECT_EQ(open.attribute(privateKey, CKA_ALWAYS_SENSITIVE).octets, ByteString{0});
-  struct Row {
-    const char* name;
-    CK_MECHANISM_TYPE mechanism;
-    Template half, whole;
-    CK_RV result;
-  };
+  using Row = std::tuple<const char*, CK_MECHANISM_TYPE, Template, Template, CK_RV>;
   const Value curve{CKA_EC_PARAMS, oid("1.2.840.10045.3.1.7")};
-  for (const Row& row :
+  for (const auto& [name, mechanism, publicHalf, whole, result] :
        {Row{"no length", CKM_RSA_PKCS_KEY_PAIR_GEN, {}, {}, CKR_TEMPLATE_INCOMPLETE},
         Row{"too long", CKM_RSA_PKCS_KEY_PAIR_GEN, {number(CKA_MODULUS_BITS, 100000)}, {}, CKR_KEY_SIZE_RANGE},
         Row{"even exponent",
@@ -99,7 +96,7 @@ TEST(GeneratedPairs, AreWholeKeysWithTheirMarks) {
         Row{"no curve", CKM_EC_KEY_PAIR_GEN, {}, {}, CKR_TEMPLATE_INCOMPLETE},
         Row{"no pair", CKM_DES_KEY_GEN, half, {}, CKR_MECHANISM_INVALID},
         Row{"good", CKM_EC_KEY_PAIR_GEN, {curve}, {flag(CKA_EXTRACTABLE, false)}, CKR_OK}}) {
-    EXPECT_EQ(open.generatePair(row.mechanism, row.half, row.whole, &publicKey, &privateKey), row.result) << row.name;
+    EXPECT_EQ(open.generatePair(mechanism, publicHalf, whole, &publicKey, &privateKey), result) << name;
   }
   EXPECT_EQ(open.attribute(privateKey, CKA_NEVER_EXTRACTABLE).octets, ByteString{1});
 }
@@ -107,24 +104,21 @@ TEST(GeneratedPairs, AreWholeKeysWithTheirMarks) {
 TEST(GeneratedSecrets, HaveTheLengthOfTheirType) {
   Session open;
   CK_OBJECT_HANDLE key = 0;
-  struct Row {
-    CK_MECHANISM_TYPE mechanism;
-    CK_ULONG wanted;  // 0: none
-    CK_RV result;
-    std::size_t length;
-  };
-  for (const Row& row :
+  using Row = std::tuple<CK_MECHANISM_TYPE, std::optional<CK_ULONG>, CK_RV, std::size_t>;
+  const auto none = std::nullopt;
+  for (const auto& [mechanism, wanted, result, length] :
        {Row{CKM_AES_KEY_GEN, 32, CKR_OK, 32}, Row{CKM_AES_KEY_GEN, 20, CKR_ATTRIBUTE_VALUE_INVALID, 0},
-        Row{CKM_AES_KEY_GEN, 0, CKR_TEMPLATE_INCOMPLETE, 0}, Row{CKM_DES_KEY_GEN, 0, CKR_OK, 8},
-        Row{CKM_DES2_KEY_GEN, 0, CKR_OK, 16}, Row{CKM_DES3_KEY_GEN, 0, CKR_OK, 24}, Row{CKM_RC2_KEY_GEN, 5, CKR_OK, 5},
-        Row{CKM_RC2_KEY_GEN, 129, CKR_KEY_SIZE_RANGE, 0}, Row{CKM_GENERIC_SECRET_KEY_GEN, 33, CKR_OK, 33},
-        Row{CKM_GENERIC_SECRET_KEY_GEN, 1025, CKR_KEY_SIZE_RANGE, 0}, Row{CKM_SHA_1, 8, CKR_MECHANISM_INVALID, 0}}) {
-    const Template values = row.wanted != 0 ? Template{number(CKA_VALUE_LEN, row.wanted)} : Template{};
-    ASSERT_EQ(open.generate(row.mechanism, values, &key), row.result) << row.mechanism << ' ' << row.wanted;
-    if (row.result != CKR_OK) continue;
+        Row{CKM_AES_KEY_GEN, none, CKR_TEMPLATE_INCOMPLETE, 0}, Row{CKM_DES_KEY_GEN, none, CKR_OK, 8},
+        Row{CKM_DES2_KEY_GEN, none, CKR_OK, 16}, Row{CKM_DES3_KEY_GEN, none, CKR_OK, 24},
+        Row{CKM_RC2_KEY_GEN, 5, CKR_OK, 5}, Row{CKM_RC2_KEY_GEN, 129, CKR_KEY_SIZE_RANGE, 0},
+        Row{CKM_GENERIC_SECRET_KEY_GEN, 33, CKR_OK, 33}, Row{CKM_GENERIC_SECRET_KEY_GEN, 1025, CKR_KEY_SIZE_RANGE, 0},
+        Row{CKM_SHA_1, 8, CKR_MECHANISM_INVALID, 0}}) {
+    const Template values = wanted ? Template{number(CKA_VALUE_LEN, *wanted)} : Template{};
+    ASSERT_EQ(open.generate(mechanism, values, &key), result) << mechanism << ' ' << wanted.value_or(0);
+    if (result != CKR_OK) continue;
     const ByteString first = open.attribute(key, CKA_VALUE).octets;
-    EXPECT_EQ(first.size(), row.length);
-    ASSERT_EQ(open.generate(row.mechanism, values, &key), CKR_OK);
+    EXPECT_EQ(first.size(), length);
+    ASSERT_EQ(open.generate(mechanism, values, &key), CKR_OK);
     EXPECT_NE(open.attribute(key, CKA_VALUE).octets, first);
   }
 }

@@ -72,27 +72,24 @@ TEST(BufferOctetString, OnlyTheReaderOfBytesTakesTheConstructedForm) {
 }
 
 TEST(BufferOctetString, ConstructedForms) {
-  struct Row {
-    const char *name, *octets;
-    Value value;
-    std::uint32_t position;
-  };
-  for (const Row& row : {Row{"no segments", "2480 0000", {1, ByteString()}, 4},
-                         Row{"empty segments", "2480 0400 0400 0000", {1, ByteString()}, 8},
-                         Row{"a segment of another type", "2480 0C0161 0000", kRefused, 4},
-                         Row{"a segment beyond the data", "2480 0405 61 0000", kRefused, 4},
-                         Row{"segments that add up to more than 2^32", "2480 040161 0484FFFFFFFF 0000", kRefused, 11},
-                         Row{"no end", "2480 040161", kRefused, 5}, Row{"half an end", "2480 040161 00", kRefused, 6},
-                         Row{"nested segments", "2480 2480 0401610000 0000", kRefused, 4},
-                         // one segment only, in an array of the outer length; what follows stays unread
-                         Row{"definite", "2406 0401AA 0401BB", {1, hex("AA0000000000")}, 5},
-                         Row{"definite, the segment longer than the whole", "2402 0405 0102030405", kRefused, 4},
-                         Row{"definite, the segment beyond the data", "2404 0404 0102", kRefused, 4},
-                         Row{"definite, empty", "2400 0401AA", kRefused, 2},
-                         Row{"definite, beyond the data", "2484FFFFFFFF 0401AA", kRefused, 6}}) {
-    Holding in(row.octets);
-    EXPECT_EQ(octets<unsigned char>(in), row.value) << row.name;
-    EXPECT_EQ(in.readPosition(), row.position) << row.name;
+  using Row = std::tuple<const char*, const char*, Value, std::uint32_t>;
+  for (const auto& [name, encoding, value, position] :
+       {Row{"no segments", "2480 0000", {1, ByteString()}, 4},
+        Row{"empty segments", "2480 0400 0400 0000", {1, ByteString()}, 8},
+        Row{"a segment of another type", "2480 0C0161 0000", kRefused, 4},
+        Row{"a segment beyond the data", "2480 0405 61 0000", kRefused, 4},
+        Row{"segments that add up to more than 2^32", "2480 040161 0484FFFFFFFF 0000", kRefused, 11},
+        Row{"no end", "2480 040161", kRefused, 5}, Row{"half an end", "2480 040161 00", kRefused, 6},
+        Row{"nested segments", "2480 2480 0401610000 0000", kRefused, 4},
+        // one segment only, in an array of the outer length; what follows stays unread
+        Row{"definite", "2406 0401AA 0401BB", {1, hex("AA0000000000")}, 5},
+        Row{"definite, the segment longer than the whole", "2402 0405 0102030405", kRefused, 4},
+        Row{"definite, the segment beyond the data", "2404 0404 0102", kRefused, 4},
+        Row{"definite, empty", "2400 0401AA", kRefused, 2},
+        Row{"definite, beyond the data", "2484FFFFFFFF 0401AA", kRefused, 6}}) {
+    Holding in(encoding);
+    EXPECT_EQ(octets<unsigned char>(in), value) << name;
+    EXPECT_EQ(in.readPosition(), position) << name;
   }
 }
 
@@ -113,16 +110,13 @@ TEST(BufferOctetString, ReferenceTellsWhetherItPointsIntoTheBuffer) {
 
 // Records of old files are read into fixed fields this way: a field of another length is left alone, and not told.
 TEST(BufferOctetString, FixedFieldTakesOnlyItsOwnLength) {
-  struct Row {
-    const char* octets;
-    bool ok;
-    const char* field;
-  };
-  for (const Row& row : {Row{"04024954", true, "4954"}, Row{"0403495400", true, "2020"}, Row{"0C024954", true, "2020"},
-                         Row{"040249", false, "2020"}, Row{"0485", false, "2020"}}) {
+  using Row = std::tuple<const char*, bool, const char*>;
+  for (const auto& [octets, ok, after] :
+       {Row{"04024954", true, "4954"}, Row{"0403495400", true, "2020"}, Row{"0C024954", true, "2020"},
+        Row{"040249", false, "2020"}, Row{"0485", false, "2020"}}) {
     ByteString field = hex("2020");
-    EXPECT_EQ(Holding(row.octets).getOctetString(std::span(field)), row.ok) << row.octets;
-    EXPECT_EQ(field, hex(row.field)) << row.octets;
+    EXPECT_EQ(Holding(octets).getOctetString(std::span(field)), ok) << octets;
+    EXPECT_EQ(field, hex(after)) << octets;
   }
 }
 
@@ -186,22 +180,19 @@ TEST(BufferBitString, WritesWithoutBytes) {
 
 TEST(BufferBitString, HeaderLeavesTheBitsToTheCaller) {
   EXPECT_EQ(written([](Buffer& out) { out.putBitStringHeader(3, 0); }), hex("030400"));
-  struct Row {
-    const char *name, *octets;
-    bool ok;
-    std::uint32_t n, position;
-  };
-  for (const Row& row : {Row{"around a SEQUENCE", "030300 3000", true, 2, 3}, Row{"any tag", "0402003000", true, 1, 3},
-                         Row{"beyond the data is not refused here", "0384FFFFFFFF 00", true, 0xFFFFFFFE, 7},
-                         Row{"no octets", "0300 00", false, 0, 2}, Row{"NULL", "0500", true, 0, 2},
-                         Row{"cut off", "0302", false, 1, 2}}) {
-    Holding in(row.octets);
+  using Row = std::tuple<const char*, const char*, bool, std::uint32_t, std::uint32_t>;
+  for (const auto& [name, octets, ok, length, position] :
+       {Row{"around a SEQUENCE", "030300 3000", true, 2, 3}, Row{"any tag", "0402003000", true, 1, 3},
+        Row{"beyond the data is not refused here", "0384FFFFFFFF 00", true, 0xFFFFFFFE, 7},
+        Row{"no octets", "0300 00", false, 0, 2}, Row{"NULL", "0500", true, 0, 2},
+        Row{"cut off", "0302", false, 1, 2}}) {
+    Holding in(octets);
     std::uint32_t n = 99;
     unsigned char unused = 99;
-    EXPECT_EQ(in.getBitStringHeader(n, unused), row.ok) << row.name;
-    EXPECT_EQ(n, row.n) << row.name;
-    EXPECT_EQ(unused, 0) << row.name;
-    EXPECT_EQ(in.readPosition(), row.position) << row.name;
+    EXPECT_EQ(in.getBitStringHeader(n, unused), ok) << name;
+    EXPECT_EQ(n, length) << name;
+    EXPECT_EQ(unused, 0) << name;
+    EXPECT_EQ(in.readPosition(), position) << name;
   }
 }
 

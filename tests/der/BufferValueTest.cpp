@@ -38,24 +38,20 @@ TEST(BufferHeader, LengthsAreWrittenInTheShortestForm) {
 }
 
 TEST(BufferHeader, ReadsLengths) {
-  struct Row {
-    const char *name, *octets;
-    bool ok;
-    std::uint32_t n, position;
-  };
-  for (const Row& row :
+  using Row = std::tuple<const char*, const char*, bool, std::uint32_t, std::uint32_t>;
+  for (const auto& [name, octets, ok, length, position] :
        {Row{"short", "7F", true, 127, 1}, Row{"four octets, all of them", "84FFFFFFFF", true, 0xFFFFFFFF, 5},
         Row{"not the shortest form", "830000 05", true, 5, 4},
         Row{"the indefinite form counts as none", "80", true, 0, 1}, Row{"five octets", "850102030405", false, 0, 1},
         Row{"127 octets", "FF010203", false, 0, 1},
         Row{"cut off: guard bytes complete it", "8402", true, 0x02010101, 2}, Row{"nothing left", "", true, 1, 0}}) {
-    Holding in(row.octets);
+    Holding in(octets);
     std::uint32_t n = 0;
-    EXPECT_EQ(in.getLength(n), row.ok) << row.name;
-    if (row.ok) {
-      EXPECT_EQ(n, row.n) << row.name;
+    EXPECT_EQ(in.getLength(n), ok) << name;
+    if (ok) {
+      EXPECT_EQ(n, length) << name;
     }
-    EXPECT_EQ(in.readPosition(), row.position) << row.name;
+    EXPECT_EQ(in.readPosition(), position) << name;
   }
 }
 
@@ -152,24 +148,20 @@ TEST(BufferInteger, IsCodedAsOpenSSLCodesIt) {
 }
 
 TEST(BufferInteger, ReadsAndRefuses) {
-  struct Row {
-    const char *name, *octets;
-    bool ok;
-    std::int32_t value;
-    std::uint32_t position;
-  };
-  for (const Row& row : {Row{"padded", "02020001", true, 1, 4}, Row{"padded, negative", "0204FFFFFFFF", true, -1, 6},
-                         Row{"five octets are skipped", "02050102030405 020107", false, 0, 7},
-                         Row{"another type is skipped", "0403AABBCC 020107", false, 0, 5},
-                         Row{"a length near 2^32 does not lead backwards", "0284FFFFFFFF AABB", false, 0, 8},
-                         Row{"cut off", "0204 7F", false, 0, 2},
-                         // four guard bytes, as many as the reader has room for, and nothing is left to read
-                         Row{"no octets", "0200 0201 07", true, 0x01010101, 5}}) {
-    Holding in(row.octets);
+  using Row = std::tuple<const char*, const char*, bool, std::int32_t, std::uint32_t>;
+  for (const auto& [name, octets, ok, expected, position] :
+       {Row{"padded", "02020001", true, 1, 4}, Row{"padded, negative", "0204FFFFFFFF", true, -1, 6},
+        Row{"five octets are skipped", "02050102030405 020107", false, 0, 7},
+        Row{"another type is skipped", "0403AABBCC 020107", false, 0, 5},
+        Row{"a length near 2^32 does not lead backwards", "0284FFFFFFFF AABB", false, 0, 8},
+        Row{"cut off", "0204 7F", false, 0, 2},
+        // four guard bytes, as many as the reader has room for, and nothing is left to read
+        Row{"no octets", "0200 0201 07", true, 0x01010101, 5}}) {
+    Holding in(octets);
     std::int32_t value = 0;
-    EXPECT_EQ(in.getInteger(value), row.ok) << row.name;
-    EXPECT_EQ(value, row.value) << row.name;
-    EXPECT_EQ(in.readPosition(), row.position) << row.name;
+    EXPECT_EQ(in.getInteger(value), ok) << name;
+    EXPECT_EQ(value, expected) << name;
+    EXPECT_EQ(in.readPosition(), position) << name;
   }
 }
 

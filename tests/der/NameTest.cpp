@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <memory>
+#include <tuple>
 
 #include "der/Values.h"
 
@@ -186,20 +187,18 @@ TEST(AttributeComparison, LooksAtTheStringType) {
 // The order of the RDNs does not count, that inside an RDN does, and the search is neither one to one nor symmetric:
 // callers find the names of old files by exactly this.
 TEST(NameComparison, FindsEachRDNOfTheLeft) {
-  struct Row {
-    const char *left, *right;
-    bool equal, inOrder;
-  };
-  for (const Row& row : {Row{"C=IT,O=A", "O=A,C=IT", true, false}, Row{"C=IT,O=A", "C=it,O=A", true, true},
-                         Row{"C=IT,O=A", "C=IT,O=a", false, false}, Row{"C=IT,O=A", "C=IT", false, false},
-                         Row{"CN=X+SER=1", "SER=1+CN=X", false, false}, Row{"CN=X+SER=1", "CN=X,SER=1", false, false},
-                         Row{"C=IT,C=IT", "C=IT,C=FR", true, false}, Row{"C=IT,C=FR", "C=IT,C=IT", false, false}}) {
-    const auto left = nameOf(row.left);
-    const auto right = nameOf(row.right);
-    EXPECT_EQ(left->equals(*right), row.equal) << row.left << " " << row.right;
-    EXPECT_EQ(left->equalsExact(*right), row.equal) << row.left << " " << row.right;
-    EXPECT_EQ(left->equalsAcrossEncodings(*right), row.equal) << row.left << " " << row.right;
-    EXPECT_EQ(left->equalsInOrder(*right), row.inOrder) << row.left << " " << row.right;
+  using Row = std::tuple<const char*, const char*, bool, bool>;
+  for (const auto& [leftText, rightText, equal, inOrder] :
+       {Row{"C=IT,O=A", "O=A,C=IT", true, false}, Row{"C=IT,O=A", "C=it,O=A", true, true},
+        Row{"C=IT,O=A", "C=IT,O=a", false, false}, Row{"C=IT,O=A", "C=IT", false, false},
+        Row{"CN=X+SER=1", "SER=1+CN=X", false, false}, Row{"CN=X+SER=1", "CN=X,SER=1", false, false},
+        Row{"C=IT,C=IT", "C=IT,C=FR", true, false}, Row{"C=IT,C=FR", "C=IT,C=IT", false, false}}) {
+    const auto left = nameOf(leftText);
+    const auto right = nameOf(rightText);
+    EXPECT_EQ(left->equals(*right), equal) << leftText << " " << rightText;
+    EXPECT_EQ(left->equalsExact(*right), equal) << leftText << " " << rightText;
+    EXPECT_EQ(left->equalsAcrossEncodings(*right), equal) << leftText << " " << rightText;
+    EXPECT_EQ(left->equalsInOrder(*right), inOrder) << leftText << " " << rightText;
   }
 }
 

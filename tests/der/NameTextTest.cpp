@@ -93,9 +93,7 @@ TEST(NameText, FindsTheFirstAttributeOfAType) {
 // --- text in -----------------------------------------------------------------------------------------------
 
 TEST(NameParse, ReadsTheCommaForm) {
-  struct Row {
-    const char *text, *read;
-  };
+  using Row = std::pair<const char*, const char*>;
   const Row rows[] = {
       {"C=IT,O=A\\,B,CN=X+SER=1", "C=IT,O=A\\,B,CN=X+SER=1"},
       {" \t\nC= \n IT ,\n O=A", "C=IT ,O=A"},
@@ -129,13 +127,12 @@ TEST(NameParse, ReadsTheCommaForm) {
       {"=", ""},
       {"=x,C=IT", "C=IT"},
   };
-  for (const Row& row : rows) {
+  for (const auto& [text, expected] : rows) {
     Name name;
-    const bool read =
-        name.setText(row.text, 12, kAttributeLabels.data(), kAttributeIdentifiers.data(), kAttributeCount);
-    EXPECT_EQ(read, *row.read != '\0') << row.text;
-    EXPECT_EQ(name.text(), row.read) << row.text;
-    EXPECT_EQ(name.listView() != nullptr, read) << row.text;
+    const bool read = name.setText(text, 12, kAttributeLabels.data(), kAttributeIdentifiers.data(), kAttributeCount);
+    EXPECT_EQ(read, *expected != '\0') << text;
+    EXPECT_EQ(name.text(), expected) << text;
+    EXPECT_EQ(name.listView() != nullptr, read) << text;
   }
 }
 

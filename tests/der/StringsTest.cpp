@@ -96,22 +96,20 @@ TEST(WideCoding, OfEachType) {
 }
 
 TEST(WideComparison, GoesByUnits) {
-  struct Row {
-    const char16_t *left, *right;
-    bool equal, less, pattern;
-  };
-  for (const Row& row : {Row{u"abc", u"abc", true, false, true}, Row{u"abc", u"abd", false, true, false},
-                         Row{u"ab", u"abc", false, true, false}, Row{u"a%c", u"abc", false, true, true},
-                         Row{u"a%", u"abc", false, true, false}, Row{u"abc", u"a%c", false, false, false},
-                         Row{u"%", u"", false, false, false}, Row{u"", u"", true, false, true},
-                         Row{u"\uFFFD", u"a", false, false, false}, Row{u"A", u"a", false, true, false}}) {
-    const Unicode left(row.left);
-    for (const ISO10646& right : {ISO10646(Unicode(row.right)), ISO10646(UTF8(row.right))}) {
-      EXPECT_EQ(left.equals(right), row.equal);
-      EXPECT_EQ(left.less(right), row.less);
-      EXPECT_EQ(left.greaterOrEqual(right), !row.less);
-      EXPECT_EQ(right.greater(left), row.less);
-      EXPECT_EQ(left.equalsPattern(right), row.pattern);
+  using Row = std::tuple<const char16_t*, const char16_t*, bool, bool, bool>;
+  for (const auto& [leftText, rightText, equal, less, pattern] :
+       {Row{u"abc", u"abc", true, false, true}, Row{u"abc", u"abd", false, true, false},
+        Row{u"ab", u"abc", false, true, false}, Row{u"a%c", u"abc", false, true, true},
+        Row{u"a%", u"abc", false, true, false}, Row{u"abc", u"a%c", false, false, false},
+        Row{u"%", u"", false, false, false}, Row{u"", u"", true, false, true},
+        Row{u"\uFFFD", u"a", false, false, false}, Row{u"A", u"a", false, true, false}}) {
+    const Unicode left(leftText);
+    for (const ISO10646& right : {ISO10646(Unicode(rightText)), ISO10646(UTF8(rightText))}) {
+      EXPECT_EQ(left.equals(right), equal);
+      EXPECT_EQ(left.less(right), less);
+      EXPECT_EQ(left.greaterOrEqual(right), !less);
+      EXPECT_EQ(right.greater(left), less);
+      EXPECT_EQ(left.equalsPattern(right), pattern);
     }
   }
   EXPECT_TRUE(UTF8("\xF0\x9F\x98\x80").equals(UTF8("\xEF\x98\x80")));  // the same low 16 bits
@@ -131,11 +129,7 @@ TEST(WideConstruction, WidensBytesAndReadsBigEndian) {
 }
 
 TEST(UTF8FromUTF16, FollowsTheByteOrderMark) {
-  struct Row {
-    const char *name, *bytes;
-    bool read;
-    std::optional<std::string> text;
-  };
+  using Row = std::tuple<const char*, const char*, bool, std::optional<std::string>>;
   const Row rows[] = {
       {"big-endian", "FEFF 0041 20AC", true, "A\xE2\x82\xAC"},
       {"little-endian", "FFFE 4100 AC20", true, "A\xE2\x82\xAC"},
@@ -148,27 +142,25 @@ TEST(UTF8FromUTF16, FollowsTheByteOrderMark) {
       {"the mark alone", "FEFF", true, ""},
       {"one byte", "FE", false, std::nullopt},
   };
-  for (const Row& row : rows) {
-    const ByteString bytes = hex(row.bytes);
+  for (const auto& [name, digits, read, text] : rows) {
+    const ByteString bytes = hex(digits);
     UTF8 value("before");
-    EXPECT_EQ(value.fromUTF16(bytes.data(), static_cast<std::uint32_t>(bytes.size())), row.read) << row.name;
-    EXPECT_EQ(value.text(), row.text) << row.name;
+    EXPECT_EQ(value.fromUTF16(bytes.data(), static_cast<std::uint32_t>(bytes.size())), read) << name;
+    EXPECT_EQ(value.text(), text) << name;
   }
 }
 
 TEST(Repair, TakesForLatin1WhatIsNoUTF8) {
-  struct Row {
-    const char *text, *repaired;
-  };
-  for (const Row& row :
+  using Row = std::pair<const char*, const char*>;
+  for (const auto& [text, expected] :
        {Row{"plain", "plain"}, Row{"Societ\xC3\xA0", "Societ\xC3\xA0"}, Row{"Societ\xE0", "Societ\xC3\xA0"},
         Row{"\xC3\xA0\xE0", "\xC3\x83\xC2\xA0\xC3\xA0"},  // all of it, not the bad byte alone
         Row{"\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},
         Row{"\xF8\x88\x80\x80\x80", "\xC3\xB8\xC2\x88\xC2\x80\xC2\x80\xC2\x80"}, Row{"\xC3", "\xC3\x83"},
         Row{"\x80", "\xC2\x80"}, Row{"\xE2\x82", "\xC3\xA2\xC2\x82"}}) {
     std::string repaired;
-    appendRepaired(repaired, row.text);
-    EXPECT_EQ(repaired, row.repaired);
+    appendRepaired(repaired, text);
+    EXPECT_EQ(repaired, expected);
   }
 }
 

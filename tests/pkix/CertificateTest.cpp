@@ -189,12 +189,25 @@ TEST(Certificate, ReportsItselfInItalian) {
   EXPECT_FALSE(taken(Certificate().toPrintable()).empty());
 }
 
-TEST(Certificate, TakesASerialNumberFromBytes) {
-  Certificate certificate;
-  ASSERT_TRUE(decode(certificate, makeCertificate(makeAuthority())));
+TEST(Certificate, IsMadeOfParts) {
+  Certificate model, made;
+  ASSERT_TRUE(decode(model, makeCertificate(makeAuthority())));
+  const std::unique_ptr<AlgorithmIdentifier> algorithm(model.signatureAlgorithm());
+  const std::unique_ptr<Signature> signature(model.signature());
+  made.setVersion(2);
+  made.setSerialNumber(model.serialNumber());
+  made.setSignatureAlgorithm(algorithm.get());
+  made.setOuterAlgorithm(algorithm.get());
+  made.setIssuer(model.issuerView());
+  made.setSubject(model.subjectView());
+  made.setValidity(model.infoView()->validityView());
+  made.setSubjectPublicKeyInfo(model.subjectPublicKeyInfoView());
+  made.setExtensions(model.extensionsView());
+  made.setSignature(signature.get());
+  EXPECT_EQ(encode(made), encode(model));
   const unsigned char serial[] = {0x80, 0x01};
-  certificate.setSerialNumberFromBytes(serial, sizeof serial);
-  EXPECT_EQ(taken(certificate.serialNumberText(16)), "8001") << "a positive one";
+  made.setSerialNumberFromBytes(serial, sizeof serial);
+  EXPECT_EQ(taken(made.serialNumberText(16)), "8001") << "a positive one";
 }
 
 TEST(Certificate, IsSavedAndLoadedInArmour) {

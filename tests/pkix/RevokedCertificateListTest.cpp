@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "der/BorrowedBuffer.h"
@@ -50,12 +51,7 @@ const std::string kOther = "3012 0201 06" + kDate;
 // How a list is read that is not written plainly. Callers rely on each: CAs have signed such lists.
 TEST(RevokedCertificateListQuirks, AreReadAsTold) {
   using Serials = std::vector<std::string>;
-  struct Row {
-    const char* name;
-    ByteString list;
-    bool good;
-    Serials serials;
-  };
+  using Row = std::tuple<const char*, ByteString, bool, Serials>;
   const auto list = [](const std::string& hex) { return element(0x30, fromHex(hex)); };
   const Row rows[] = {
       {"no entries", list(""), true, {}},
@@ -93,14 +89,14 @@ TEST(RevokedCertificateListQuirks, AreReadAsTold) {
       {"a list longer than the data", fromHex("3084FFFFFFFF" + kPlain), false, {}},
       {"no SEQUENCE", fromHex("3100"), false, {}},
   };
-  for (const Row& row : rows) {
+  for (const auto& [name, encoding, good, serials] : rows) {
     RevokedCertificateList read;
-    EXPECT_EQ(decode(read, row.list), row.good) << row.name;
-    EXPECT_EQ(serialsOf(read), row.serials) << row.name;
-    EXPECT_EQ(takeRoad(row.list, Road::kShort), takeRoad(row.list, Road::kGeneral)) << row.name;
+    EXPECT_EQ(decode(read, encoding), good) << name;
+    EXPECT_EQ(serialsOf(read), serials) << name;
+    EXPECT_EQ(takeRoad(encoding, Road::kShort), takeRoad(encoding, Road::kGeneral)) << name;
     RevokedCertificateList reread;
-    EXPECT_TRUE(decode(reread, encode(read))) << row.name;
-    EXPECT_EQ(serialsOf(reread), row.serials) << row.name;
+    EXPECT_TRUE(decode(reread, encode(read))) << name;
+    EXPECT_EQ(serialsOf(reread), serials) << name;
   }
 }
 

@@ -73,7 +73,7 @@ CK_RV PKCS11Object::create(std::span<const CK_ATTRIBUTE> given, Access access) {
 }
 
 CK_RV PKCS11Object::change(std::span<const CK_ATTRIBUTE> given, Access access) {
-  AttributeList changes;
+  AttributeValues changes;
   if (const CK_RV taken = take(given, access, changes); taken != CKR_OK) return taken;
   changes.complete(attributes_);
   attributes_ = std::move(changes);
@@ -81,8 +81,8 @@ CK_RV PKCS11Object::change(std::span<const CK_ATTRIBUTE> given, Access access) {
 }
 
 // What a template says twice must be the same both times.
-CK_RV PKCS11Object::take(std::span<const CK_ATTRIBUTE> given, Access access, AttributeList& out) const {
-  AttributeList taken;
+CK_RV PKCS11Object::take(std::span<const CK_ATTRIBUTE> given, Access access, AttributeValues& out) const {
+  AttributeValues taken;
   std::size_t octets = sizeof(CK_ULONG);
   for (const CK_ATTRIBUTE& attribute : given) {
     if (const CK_RV refused = accept(attribute, access); refused != CKR_OK) return refused;

@@ -3,8 +3,8 @@
 
 #include <memory>
 
-#include "crypto/token/AttributeList.h"
 #include "crypto/token/AttributeTable.h"
+#include "crypto/token/AttributeValues.h"
 
 namespace keystrand {
 
@@ -44,14 +44,14 @@ class PKCS11Object {
   [[nodiscard]] bool has(CK_ATTRIBUTE_TYPE type) const { return attributes_.find(type).has_value(); }
 
  private:
-  CK_RV take(std::span<const CK_ATTRIBUTE> given, Access access, AttributeList& out) const;
+  CK_RV take(std::span<const CK_ATTRIBUTE> given, Access access, AttributeValues& out) const;
   [[nodiscard]] CK_RV accept(const CK_ATTRIBUTE& attribute, Access access) const;
   [[nodiscard]] bool mayBecome(const AttributeRow& row, std::span<const unsigned char> value) const;
   [[nodiscard]] bool isComplete() const;
   [[nodiscard]] bool isReadable(const AttributeRow& row) const;
   [[nodiscard]] std::span<const unsigned char> valueOf(const AttributeRow& row) const;
 
-  AttributeList attributes_;
+  AttributeValues attributes_;
 };
 
 // The value of a template's attribute, nothing for a pointer that holds none.

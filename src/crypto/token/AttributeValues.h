@@ -13,7 +13,7 @@
 
 namespace keystrand {
 
-class AttributeList {
+class AttributeValues {
  public:
   void reserve(std::size_t attributes, std::size_t octets);
   // Valid until the next set.
@@ -21,7 +21,7 @@ class AttributeList {
   void set(CK_ATTRIBUTE_TYPE type, std::span<const unsigned char> value);
   [[nodiscard]] std::vector<CK_ATTRIBUTE> attributes() const;  // valid until the next set
   // Takes over the values of the other that are missing here.
-  void complete(const AttributeList& other);
+  void complete(const AttributeValues& other);
 
  private:
   struct Entry {

@@ -27,7 +27,7 @@ namespace keystrand {
 template <class Algorithm>
 class BlockDigest : public MessageDigest {
  public:
-  // What was digested may have been a key or a password.
+  // What was digested may have been a key or a password: nothing of it stays here, not for the next message either.
   ~BlockDigest() override {
     explicit_bzero(state_.data(), sizeof state_);
     explicit_bzero(pending_.data(), sizeof pending_);
@@ -35,6 +35,7 @@ class BlockDigest : public MessageDigest {
 
   void reset() override {
     state_ = Algorithm::kInitial;
+    pending_ = {};
     length_ = 0;
   }
 

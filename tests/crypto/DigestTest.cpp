@@ -1,5 +1,6 @@
 // The digests against published vectors, OpenSSL and each other.
 #include <gmock/gmock.h>
+#include <malloc.h>
 #include <p11-kit/pkcs11.h>
 
 #include <random>
@@ -88,6 +89,24 @@ TEST(Digest, KeepsItsStateWhenThereIsNoRoomForTheValue) {
   EXPECT_EQ(digest->final(room), 0U);
   EXPECT_EQ(room, ByteString(31));
   EXPECT_EQ(finished(*digest), digestOf("SHA256", message));
+}
+
+// Keys are digested too, and the instances of a session stay as long as the process.
+TEST(Digest, KeepsNothingOfAMessage) {
+  const ByteString key(24, 'k');
+  for (const Algorithm& algorithm : kAll) {
+    const auto digest = makeDigest(algorithm.mechanism);
+    const auto holds =
+        [memory = std::span(reinterpret_cast<const unsigned char*>(digest.get()), malloc_usable_size(digest.get())),
+         &key] { return !std::ranges::search(memory, key).empty(); };
+    digest->update(key.data(), key.size());
+    EXPECT_TRUE(holds()) << algorithm.name;
+    finished(*digest);
+    EXPECT_FALSE(holds()) << algorithm.name;
+    digest->update(key.data(), key.size());
+    digest->reset();
+    EXPECT_FALSE(holds()) << algorithm.name << ", given up";
+  }
 }
 
 template <class Word>

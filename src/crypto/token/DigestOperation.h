@@ -16,7 +16,11 @@ class DigestOperation {
   CK_RV whole(const CK_BYTE* data, CK_ULONG length, CK_BYTE* out, CK_ULONG* outLength);
   CK_RV update(const CK_BYTE* part, CK_ULONG length);
   CK_RV finish(CK_BYTE* out, CK_ULONG* outLength);
-  void end() noexcept { active_ = nullptr; }
+  // What was digested may have been a key.
+  void end() noexcept {
+    if (active_ != nullptr) active_->reset();
+    active_ = nullptr;
+  }
 
  private:
   CK_RV ended(CK_RV result) noexcept;

@@ -71,6 +71,15 @@ Template secret(const ByteString& value) {
 Template labelled(const char* label) {
   return {{CKA_LABEL, {label, label + std::string_view(label).size()}}};
 }
+// As it stands in the file when it is public.
+ByteString recordOf(const Template& values) {
+  const auto word = [](std::size_t n) {
+    return ByteString{0, 0, static_cast<unsigned char>(n >> 8), static_cast<unsigned char>(n)};
+  };
+  ByteString record;
+  for (const Value& value : values) record = record + word(value.type) + word(value.octets.size()) + value.octets;
+  return record;
+}
 
 }  // namespace
 
@@ -327,6 +336,13 @@ TEST_F(DiskTokens, FindWhatWasForged) {
   const ByteString good = readFile(file());
   using Row = std::tuple<const char*, std::function<void(TokenImage&)>, CK_RV, CK_RV>;
   const ByteString half = {0, 0, 0, 0, 0, 0, 0, 8, 3};
+  const Template certificate = {number(CKA_CLASS, CKO_CERTIFICATE),
+                                number(CKA_CERTIFICATE_TYPE, CKC_X_509),
+                                {CKA_SUBJECT, {0x30, 0}},
+                                {CKA_VALUE, {0x30, 0}}};
+  const auto last = [](const Template& values) {
+    return [record = recordOf(values)](TokenImage& image) { image.records[2].octets = record; };
+  };
   for (const auto& [name, forge, opened, entered] :
        {Row{"nothing", [](TokenImage&) {}, CKR_OK, CKR_OK},
         Row{"private objects in each other's place",
@@ -339,6 +355,10 @@ TEST_F(DiskTokens, FindWhatWasForged) {
             CKR_DEVICE_ERROR, CKR_OK},
         Row{"half an object", [&](TokenImage& image) { image.records[2].octets = half; }, CKR_DEVICE_ERROR, CKR_OK},
         Row{"no object", [](TokenImage& image) { image.records[2].octets.clear(); }, CKR_DEVICE_ERROR, CKR_OK},
+        Row{"a certificate", last(certificate), CKR_OK, CKR_OK},
+        Row{"one that calls itself trusted", last(with(certificate, flag(CKA_TRUSTED, true))), CKR_DEVICE_ERROR,
+            CKR_OK},
+        Row{"a secret key in the clear", last(secret({3})), CKR_DEVICE_ERROR, CKR_OK},
         Row{"less stretching", [](TokenImage& image) { image.iterations = 1; }, CKR_OK, CKR_PIN_INCORRECT},
         Row{"the officer's key for the user", [](TokenImage& image) { image.user = image.officer; }, CKR_OK,
             CKR_PIN_INCORRECT},
@@ -369,6 +389,14 @@ TEST_F(DiskTokens, AreSharedByProcesses) {
   std::uint64_t stored = 0;
   ASSERT_EQ(other.store(*object, stored), CKR_OK);
   open.created(kept(note()));
+  ASSERT_EQ(login(open, CKU_USER, kUser), CKR_OK);
+  ASSERT_EQ(other.login(CKU_USER, ByteString(octets(kUser), octets(kUser) + kUser.size())), CKR_OK);
+  const CK_OBJECT_HANDLE key = open.created(kept(secret({1}), true));
+  Template closed = {flag(CKA_EXTRACTABLE, false)};
+  ASSERT_EQ(other.change(stored + 2, attributesOf(closed), object), CKR_OK);
+  EXPECT_EQ(open.set(key, {flag(CKA_EXTRACTABLE, true)}), CKR_ATTRIBUTE_READ_ONLY) << "it was closed off meanwhile";
+  EXPECT_EQ(open.set(key, labelled("key")), CKR_OK);
+  EXPECT_EQ(open.attribute(key, CKA_EXTRACTABLE).octets, ByteString{0}) << "and stays so";
   ASSERT_EQ(other.remove(1), CKR_OK);
   EXPECT_EQ(open.set(ours, labelled("late")), CKR_OBJECT_HANDLE_INVALID);
   EXPECT_EQ(open.ki.destroyObject(open.handle, ours), CKR_OK) << "it is gone, as was wanted";

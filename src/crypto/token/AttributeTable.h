@@ -16,6 +16,7 @@ enum class Access : unsigned char {
   kOnCopy,    // creation and C_CopyObject
   kFree,      // these, and C_SetAttributeValue
   kComputed,  // none: the token sets it, and finds it in its file
+  kNever,     // none, and no file either: it stays as it is
 };
 
 // What the attribute has to do with keeping a key secret.

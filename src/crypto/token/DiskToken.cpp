@@ -47,6 +47,8 @@ std::optional<TokenKey> unlock(const TokenImage& image, CK_USER_TYPE user, Octet
   return TokenKey(std::move(*octets));
 }
 
+// Among the public records, which nothing authenticates, there is no key that somebody could have put there to be used
+// in place of the user's own.
 CK_RV getRecord(const TokenImage& image, const TokenRecord& record, const std::optional<TokenKey>& key,
                 std::shared_ptr<PKCS11Storage>& out) {
   if (!record.isPrivate) {
@@ -54,7 +56,8 @@ CK_RV getRecord(const TokenImage& image, const TokenRecord& record, const std::o
   } else if (const auto octets = key ? key->unseal(recordPlace(image, record.number), record.octets) : std::nullopt) {
     out = getObject(*octets);
   }
-  return out != nullptr && out->isPrivate() == record.isPrivate ? CKR_OK : CKR_DEVICE_ERROR;
+  const bool fits = out != nullptr && out->isPrivate() == record.isPrivate && (record.isPrivate || !out->isSecret());
+  return fits ? CKR_OK : CKR_DEVICE_ERROR;
 }
 
 auto findRecord(TokenImage& image, std::uint64_t number) {
@@ -191,11 +194,18 @@ CK_RV DiskToken::store(const PKCS11Storage& object, std::uint64_t& number) {
   });
 }
 
-CK_RV DiskToken::replace(std::uint64_t number, const PKCS11Storage& object) {
-  return changeSame([&](TokenImage& image) -> CK_RV {
+CK_RV DiskToken::change(std::uint64_t number, std::span<const CK_ATTRIBUTE> given,
+                        std::shared_ptr<PKCS11Storage>& out) {
+  std::shared_ptr<PKCS11Storage> object;
+  const CK_RV result = changeSame([&](TokenImage& image) -> CK_RV {
     const auto record = findRecord(image, number);
-    return record != image.records.end() ? put(image, object, *record) : CK_RV{CKR_OBJECT_HANDLE_INVALID};
+    if (record == image.records.end()) return CKR_OBJECT_HANDLE_INVALID;
+    if (const CK_RV found = getRecord(image, *record, key_, object); found != CKR_OK) return found;
+    if (const CK_RV changed = object->change(given, Access::kFree); changed != CKR_OK) return changed;
+    return put(image, *object, *record);
   });
+  if (result == CKR_OK) out = std::move(object);
+  return result;
 }
 
 // One that another process removed is gone as well.

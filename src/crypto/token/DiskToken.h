@@ -1,5 +1,5 @@
 // A token that is kept in a file: who is logged in to it, and its objects. The file is read for each question and
-// replaced at each change, so that no process overwrites what another one stored.
+// replaced at each change, and what is changed is what it then holds: no process overwrites what another one stored.
 //
 // The token's key is a random one. The PINs of the security officer and of the user each lock a copy of it, so that the
 // officer can give the user a new PIN and nothing is lost. It is in memory while somebody is logged in.
@@ -52,7 +52,8 @@ class DiskToken {
   // The public objects or, with the user logged in, the private ones.
   CK_RV objects(bool privateOnes, std::vector<StoredObject>& out) const;
   CK_RV store(const PKCS11Storage& object, std::uint64_t& number);
-  CK_RV replace(std::uint64_t number, const PKCS11Storage& object);
+  // C_SetAttributeValue, on the object as it is in the file by now; out is then what it has become.
+  CK_RV change(std::uint64_t number, std::span<const CK_ATTRIBUTE> given, std::shared_ptr<PKCS11Storage>& out);
   CK_RV remove(std::uint64_t number);
 
  private:

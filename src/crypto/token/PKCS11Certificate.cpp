@@ -4,10 +4,10 @@ namespace keystrand {
 
 namespace {
 
-// No caller sets CKA_TRUSTED: what is trusted is not the token's to say.
+// Nobody sets CKA_TRUSTED: what is trusted is not the token's to say, nor that of whoever can write its file.
 constexpr AttributeRow kRows[] = {
     {CKA_CERTIFICATE_TYPE, ValueKind::kNumber, Access::kFixed, true},
-    {CKA_TRUSTED, ValueKind::kBool, Access::kComputed},
+    {CKA_TRUSTED, ValueKind::kBool, Access::kNever},
     {CKA_CERTIFICATE_CATEGORY, ValueKind::kNumber, Access::kFixed},
     {CKA_CHECK_VALUE, ValueKind::kBytes, Access::kFixed},
     {CKA_START_DATE, ValueKind::kDate, Access::kFixed},

@@ -110,11 +110,7 @@ CK_RV PKCS11CryptoKi::setAttributeValue(TokenSession& session, CK_OBJECT_HANDLE 
   if (entry.object->isOnToken() && !session.isReadWrite()) return CKR_SESSION_READ_ONLY;
   if (!entry.object->isModifiable()) return CKR_ATTRIBUTE_READ_ONLY;
   if (entry.number == 0) return entry.object->change({attributes, count}, Access::kFree);
-  auto changed = entry.object->clone();
-  if (const CK_RV result = changed->change({attributes, count}, Access::kFree); result != CKR_OK) return result;
-  const CK_RV kept = diskOf(session)->replace(entry.number, *changed);
-  if (kept == CKR_OK) entry.object = std::move(changed);
-  return kept;
+  return diskOf(session)->change(entry.number, {attributes, count}, entry.object);
 }
 
 CK_RV PKCS11CryptoKi::findObjectsInit(TokenSession& session, CK_ATTRIBUTE* attributes, CK_ULONG count) {

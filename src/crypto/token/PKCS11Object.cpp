@@ -104,6 +104,7 @@ CK_RV PKCS11Object::accept(const CK_ATTRIBUTE& attribute, Access access) const {
     return isStandardAttribute(attribute.type) ? CKR_TEMPLATE_INCONSISTENT : CKR_ATTRIBUTE_TYPE_INVALID;
   }
   const bool fromFile = access == Access::kComputed;
+  if (row->access == Access::kNever) return CKR_ATTRIBUTE_READ_ONLY;
   if (!fromFile && (row->access == Access::kComputed || row->access < access)) return CKR_ATTRIBUTE_READ_ONLY;
   const bool present = attribute.pValue != nullptr ? attribute.ulValueLen <= kLongestValue : attribute.ulValueLen == 0;
   if (!present || !hasForm(row->kind, valueIn(attribute))) return CKR_ATTRIBUTE_VALUE_INVALID;

@@ -10,7 +10,7 @@ constexpr AttributeRow kRows[] = {
     {CKA_VERIFY, ValueKind::kBool, Access::kFree, false, CK_TRUE},
     {CKA_VERIFY_RECOVER, ValueKind::kBool, Access::kFree, false, CK_TRUE},
     {CKA_WRAP, ValueKind::kBool, Access::kFree, false, CK_TRUE},
-    {CKA_TRUSTED, ValueKind::kBool, Access::kComputed},
+    {CKA_TRUSTED, ValueKind::kBool, Access::kNever},
 };
 
 }  // namespace

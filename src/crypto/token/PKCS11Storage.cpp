@@ -69,9 +69,13 @@ CK_RV findRow(std::span<const CK_ATTRIBUTE> given, const ObjectRow*& out) {
 
 constinit const AttributeTable PKCS11Storage::kTable{&PKCS11Object::kTable, kRows};
 
-CK_RV PKCS11Storage::keepSecret() {
+bool PKCS11Storage::isSecret() const {
   const CK_OBJECT_CLASS objectClass = number(CKA_CLASS);
-  if (isPrivate() || (objectClass != CKO_PRIVATE_KEY && objectClass != CKO_SECRET_KEY)) return CKR_OK;
+  return objectClass == CKO_PRIVATE_KEY || objectClass == CKO_SECRET_KEY;
+}
+
+CK_RV PKCS11Storage::keepSecret() {
+  if (isPrivate() || !isSecret()) return CKR_OK;
   if (has(CKA_PRIVATE)) return CKR_TEMPLATE_INCONSISTENT;
   setFlag(CKA_PRIVATE, true);
   return CKR_OK;

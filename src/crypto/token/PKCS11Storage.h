@@ -15,6 +15,8 @@ class PKCS11Storage : public PKCS11Object {
 
   [[nodiscard]] bool isOnToken() const { return flag(CKA_TOKEN); }
   [[nodiscard]] bool isPrivate() const { return flag(CKA_PRIVATE); }
+  // A private or secret key: a token in a file has none that is not private.
+  [[nodiscard]] bool isSecret() const;
   // A private or secret key that does not say so becomes private; CKR_TEMPLATE_INCONSISTENT for one that says it is
   // not.
   CK_RV keepSecret();

@@ -44,15 +44,26 @@ constexpr CipherRow kCiphers[] = {
 
 }  // namespace
 
+// A cipher that was begun and never asked for its result, because memory ran out, is given up for the new one: a call
+// without data ends it.
+CK_RV CryptoDevice::State::beginCipher(bool encrypts, const CK_MECHANISM& mechanism, CK_OBJECT_HANDLE by) {
+  const auto begin = [&] {
+    return encrypts ? ki.encryptInit(session, &mechanism, by) : ki.decryptInit(session, &mechanism, by);
+  };
+  const CK_RV begun = begin();
+  if (begun != CKR_OPERATION_ACTIVE) return begun;
+  encrypts ? ki.encrypt(session, nullptr, 0, nullptr, nullptr) : ki.decrypt(session, nullptr, 0, nullptr, nullptr);
+  return begin();
+}
+
 bool CryptoDevice::State::crypt(bool encrypts, const CK_MECHANISM& mechanism, std::span<const unsigned char> data,
                                 CK_OBJECT_HANDLE by, Buffer& out) {
   out.reset();
-  const CK_RV begun = encrypts ? ki.encryptInit(session, &mechanism, by) : ki.decryptInit(session, &mechanism, by);
   const auto run = [&](unsigned char* target, CK_ULONG* length) {
     return encrypts ? ki.encrypt(session, pointer(data), data.size(), target, length)
                     : ki.decrypt(session, pointer(data), data.size(), target, length);
   };
-  const auto result = succeeded(begun) ? resultOf(run) : std::nullopt;
+  const auto result = succeeded(beginCipher(encrypts, mechanism, by)) ? resultOf(run) : std::nullopt;
   if (result) out.append(result->data(), static_cast<std::uint32_t>(result->size()));
   return result.has_value();
 }
@@ -180,15 +191,11 @@ bool CryptoDevice::State::cryptPBE(bool encrypts, const char* password, std::spa
   if (!text) return succeeded(CKR_MECHANISM_PARAM_INVALID);
   RC2Parameters vector{pbe.effectiveBits, {}};
   PBEParameters given{vector.vector, text->data(), text->size(), pbe.salt.data(), pbe.salt.size(), pbe.iterations};
-  const CK_MECHANISM generation{pbe.generation, &given, sizeof given};
-  CK_OBJECT_HANDLE made = CK_INVALID_HANDLE;
-  if (!succeeded(ki.generateKey(session, &generation, nullptr, 0, &made))) return false;
+  TemporaryKey key(ki, session);
+  if (!succeeded(key.generate({pbe.generation, &given, sizeof given}))) return false;
   CK_MECHANISM mechanism{pbe.cipher, vector.vector, sizeof vector.vector};
   if (pbe.effectiveBits != 0) mechanism = {pbe.cipher, &vector, sizeof vector};
-  const bool done = crypt(encrypts, mechanism, data, made, out);
-  const CK_RV result = lastResult;
-  ki.destroyObject(session, made);
-  return done && succeeded(result);
+  return crypt(encrypts, mechanism, data, key.handle(), out);
 }
 
 bool CryptoDevice::encryptPBE(const unsigned char* data, std::size_t length, const char* password, Buffer& out) {

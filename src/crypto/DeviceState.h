@@ -75,6 +75,7 @@ struct CryptoDevice::State {
   std::unique_ptr<Signature> sign(const std::optional<CK_MECHANISM>& mechanism, std::span<const unsigned char> data,
                                   CK_OBJECT_HANDLE signer);
   std::unique_ptr<Signature> signDigest(const DigestInfo& info, CK_OBJECT_HANDLE signer);
+  CK_RV beginCipher(bool encrypts, const CK_MECHANISM& mechanism, CK_OBJECT_HANDLE by);
   // In one call with two passes; what out held is replaced.
   bool crypt(bool encrypts, const CK_MECHANISM& mechanism, std::span<const unsigned char> data, CK_OBJECT_HANDLE by,
              Buffer& out);

@@ -25,6 +25,8 @@ class TemporaryKey {
     if (const auto* ec = dynamic_cast<const ECDSAPublicKey*>(key)) return createEC(*ec);
     return CKR_KEY_TYPE_INCONSISTENT;
   }
+  // A secret key that the mechanism makes.
+  CK_RV generate(const CK_MECHANISM& mechanism) { return ki_.generateKey(session_, &mechanism, nullptr, 0, &handle_); }
   // A secret key of that type.
   CK_RV createSecret(CK_KEY_TYPE type, std::span<const unsigned char> value);
   [[nodiscard]] CK_OBJECT_HANDLE handle() const noexcept { return handle_; }

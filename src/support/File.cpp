@@ -132,11 +132,15 @@ bool sync(int descriptor) {
   return uninterrupted([descriptor] { return fsync(descriptor); }) == 0;
 }
 
-// Of the folder that a path lies in: a new name in it is kept from then on. Where that fails, as some file systems have
-// it, a crash may bring the old file back, whole.
-void syncFolder(const std::string& path) {
+// The folder that a path lies in.
+std::string folderOf(const std::string& path) {
   const std::size_t slash = path.rfind('/');
-  const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
+// A new name in the folder is kept from then on. Where that fails, as some file systems have it, a crash may bring the
+// old file back, whole.
+void syncFolder(const std::string& folder) noexcept {
   const int descriptor = uninterrupted([&] { return open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
   if (descriptor < 0) return;
   sync(descriptor);
@@ -147,7 +151,8 @@ void syncFolder(const std::string& path) {
 
 bool replaceFile(const std::string& path, std::span<const unsigned char> bytes) {
   const std::string fresh = path + ".new";
-  unlink(fresh.c_str());  // left by a process that ended in the middle
+  const std::string folder = folderOf(path);  // once the file is replaced, nothing may fail any more
+  unlink(fresh.c_str());                      // left by a process that ended in the middle
   const int descriptor = uninterrupted(
       [&] { return open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kForOwner); });
   if (descriptor < 0) return false;
@@ -157,7 +162,7 @@ bool replaceFile(const std::string& path, std::span<const unsigned char> bytes) 
     unlink(fresh.c_str());
     return false;
   }
-  syncFolder(path);
+  syncFolder(folder);
   return true;
 }
 

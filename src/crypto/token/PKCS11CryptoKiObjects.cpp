@@ -1,4 +1,5 @@
-// The objects of the module's sessions. The virtual token asks for no login, so private objects are open to every
+// The objects of the module's sessions. New ones are gathered aside and then merged, which needs no memory: either all
+// of them are there or none. The virtual token asks for no login, so private objects are open to every
 // session; and it keeps nothing, so token objects too end with the session that made them. A token in a file keeps its
 // objects, and hands the private ones to its user alone.
 #include <algorithm>
@@ -23,10 +24,11 @@ CK_RV PKCS11CryptoKi::find(const TokenSession& session, CK_OBJECT_HANDLE handle,
 CK_RV PKCS11CryptoKi::takeIn(const Slot& slot, bool privateOnes) {
   std::vector<DiskToken::StoredObject> stored;
   if (const CK_RV result = slot.disk->objects(privateOnes, stored); result != CKR_OK) return result;
+  Objects taken;
   for (auto& [number, object] : stored) {
-    objects_.emplace_hint(objects_.end(), ++lastObject_,
-                          ObjectEntry{std::move(object), slot.id, CK_INVALID_HANDLE, number});
+    taken.emplace_hint(taken.end(), ++lastObject_, ObjectEntry{std::move(object), slot.id, CK_INVALID_HANDLE, number});
   }
+  objects_.merge(taken);
   return CKR_OK;
 }
 
@@ -38,16 +40,14 @@ CK_RV PKCS11CryptoKi::add(const TokenSession& owner, std::shared_ptr<PKCS11Stora
     if (const CK_RV result = object->keepSecret(); result != CKR_OK) return result;
   }
   if (disk != nullptr && object->isPrivate() && !disk->isUserIn()) return CKR_USER_NOT_LOGGED_IN;
-  const auto row =
-      objects_.emplace_hint(objects_.end(), lastObject_ + 1, ObjectEntry{std::move(object), owner.slot, owner.handle});
+  Objects made;
+  ObjectEntry& entry = made[++lastObject_] = {std::move(object), owner.slot, owner.handle};
   if (kept) {
-    row->second.owner = CK_INVALID_HANDLE;
-    if (const CK_RV result = disk->store(*row->second.object, row->second.number); result != CKR_OK) {
-      objects_.erase(row);
-      return result;
-    }
+    entry.owner = CK_INVALID_HANDLE;
+    if (const CK_RV result = disk->store(*entry.object, entry.number); result != CKR_OK) return result;
   }
-  *handle = ++lastObject_;
+  objects_.merge(made);
+  *handle = lastObject_;
   return CKR_OK;
 }
 

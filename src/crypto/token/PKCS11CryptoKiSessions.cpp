@@ -1,6 +1,7 @@
 // The sessions of the module, and who is logged in to a token. The virtual token has no PIN, and nobody has to log in
 // to it.
 #include <algorithm>
+#include <memory>
 
 #include "crypto/token/PKCS11CryptoKi.h"
 
@@ -13,6 +14,10 @@ CK_RV accept(const CK_BYTE* pin, CK_ULONG length) {
   if (pin == nullptr || std::find(pin, pin + length, 0) != pin + length) return CKR_ARGUMENTS_BAD;
   return length >= DiskToken::kShortestPIN && length <= DiskToken::kLongestPIN ? CKR_OK : CKR_PIN_LEN_RANGE;
 }
+
+struct LogsOut {
+  void operator()(DiskToken* disk) const noexcept { disk->logout(); }
+};
 
 }  // namespace
 
@@ -139,8 +144,9 @@ CK_RV PKCS11CryptoKi::login(TokenSession& session, CK_USER_TYPE user, CK_BYTE* p
   if (user == CKU_SO && readOnly) return CKR_SESSION_READ_ONLY_EXISTS;
   if (const CK_RV result = disk->login(user, {pin, pinLength}); result != CKR_OK) return result;
   if (user == CKU_SO) return CKR_OK;
+  std::unique_ptr<DiskToken, LogsOut> withoutObjects(disk);
   const CK_RV taken = takeIn(*slots_.find(session.slot), true);
-  if (taken != CKR_OK) disk->logout();
+  if (taken == CKR_OK) static_cast<void>(withoutObjects.release());
   return taken;
 }
 

@@ -58,7 +58,9 @@ CK_RV CryptoDevice::State::beginCipher(bool encrypts, const CK_MECHANISM& mechan
 
 bool CryptoDevice::State::crypt(bool encrypts, const CK_MECHANISM& mechanism, std::span<const unsigned char> data,
                                 CK_OBJECT_HANDLE by, Buffer& out) {
+  constexpr std::size_t kLongest = Buffer::kMaxSize - 16;  // padding adds a block at most
   out.reset();
+  if (data.size() > kLongest) return succeeded(CKR_DATA_LEN_RANGE);
   const auto run = [&](unsigned char* target, CK_ULONG* length) {
     return encrypts ? ki.encrypt(session, pointer(data), data.size(), target, length)
                     : ki.decrypt(session, pointer(data), data.size(), target, length);
@@ -171,7 +173,10 @@ bool CryptoDevice::setPBE(const AlgorithmIdentifier& algorithm) {
   const std::unique_ptr<char[]> text(algorithm.oidText());
   const auto* parameter = dynamic_cast<const PBEParameter*>(algorithm.parameterView());
   if (!setPBE(text.get())) return false;
-  if (parameter == nullptr || parameter->iterationCount() < 1) return state_->succeeded(CKR_MECHANISM_PARAM_INVALID);
+  if (parameter == nullptr || parameter->iterationCount() < 1) {
+    state_->pbe = {};
+    return state_->succeeded(CKR_MECHANISM_PARAM_INVALID);
+  }
   const auto salt = parameter->saltView();
   return setPBESalt(salt.data(), salt.size(), static_cast<std::uint32_t>(parameter->iterationCount()));
 }

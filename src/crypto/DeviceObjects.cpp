@@ -47,15 +47,15 @@ std::unique_ptr<KeyInfo> ecInfo(std::span<const unsigned char> domain, std::span
 std::optional<Bytes> CryptoDevice::State::attributeOf(CK_OBJECT_HANDLE object, CK_ATTRIBUTE_TYPE type) {
   constexpr CK_ULONG kLongest = 1UL << 24;
   CK_ATTRIBUTE wanted{type, nullptr, 0};
-  if (!succeeded(ki.getAttributeValue(session, object, &wanted, 1)) || wanted.ulValueLen > kLongest) {
-    return std::nullopt;
-  }
+  const auto fits = [&](CK_ULONG room) {
+    return succeeded(ki.getAttributeValue(session, object, &wanted, 1)) &&
+           succeeded(wanted.ulValueLen <= room ? CKR_OK : CKR_DEVICE_MEMORY);
+  };
+  if (!fits(kLongest)) return std::nullopt;
   Bytes value(wanted.ulValueLen);
   wanted.pValue = value.data();
   if (value.empty()) return value;
-  if (!succeeded(ki.getAttributeValue(session, object, &wanted, 1)) || wanted.ulValueLen > value.size()) {
-    return std::nullopt;
-  }
+  if (!fits(value.size())) return std::nullopt;
   value.resize(wanted.ulValueLen);
   return value;
 }
@@ -101,7 +101,9 @@ void CryptoDevice::State::listObjects() {
   lastResult = before;
 }
 
+// An object without an id has no empty one: it is not found by its id at all.
 CK_OBJECT_HANDLE CryptoDevice::State::findById(CK_OBJECT_CLASS objectClass, std::span<const unsigned char> id) {
+  if (id.empty()) return CK_INVALID_HANDLE;
   for (const CachedObject& object : objectsOf(objectClass)) {
     if (std::ranges::equal(object.id, id)) return object.handle;
   }

@@ -103,14 +103,16 @@ bool CryptoDevice::State::selectCipher(const OID& oid) {
 
 // A digest that was begun and never asked for its result is given up for the new one.
 bool CryptoDevice::State::beginDigest() {
-  running = digest;
   if (digest == nullptr) return succeeded(CKR_MECHANISM_INVALID);
   const CK_MECHANISM mechanism{digest->mechanism, nullptr, 0};
-  if (succeeded(ki.digestInit(session, &mechanism))) return true;
-  if (lastResult != CKR_OPERATION_ACTIVE) return false;
-  DigestOutput abandoned;
-  ki.digestFinal(session, abandoned.bytes, &abandoned.length);
-  return succeeded(ki.digestInit(session, &mechanism));
+  if (!succeeded(ki.digestInit(session, &mechanism))) {
+    if (lastResult != CKR_OPERATION_ACTIVE) return false;
+    DigestOutput abandoned;
+    ki.digestFinal(session, abandoned.bytes, &abandoned.length);
+    if (!succeeded(ki.digestInit(session, &mechanism))) return false;
+  }
+  running = digest;
+  return true;
 }
 
 owner<DigestInfo*> CryptoDevice::State::digestInfo(CK_RV result, const DigestOutput& out) {

@@ -42,11 +42,13 @@ struct CryptoDevice::State {
   bool selectPSS();
   bool selectCipher(const OID& oid);
 
-  // What a function gives that is called twice, for the length and for the octets; nothing when it fails.
+  // What a function gives that is called twice, for the length and for the octets; nothing when it fails, or when it is
+  // more than a Buffer takes.
   template <class Run>
   std::optional<SecretBytes> resultOf(Run run) {
     CK_ULONG length = 0;
     if (!succeeded(run(nullptr, &length))) return std::nullopt;
+    if (!succeeded(length <= Buffer::kMaxSize ? CKR_OK : CKR_DATA_LEN_RANGE)) return std::nullopt;
     SecretBytes octets(std::max<std::size_t>(length, 1));  // without room the second call would ask for a length again
     if (!succeeded(run(octets.data(), &length))) return std::nullopt;
     octets.resize(std::min<std::size_t>(length, octets.size()));

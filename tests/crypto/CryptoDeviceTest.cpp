@@ -180,6 +180,12 @@ TEST(CryptoDevice, DigestsInPartsAndWhole) {
     ASSERT_TRUE(device.digestUpdate(nullptr, 0) && device.digestUpdate(data.data() + 1, 999)) << name;
     const std::unique_ptr<DigestInfo> parts(device.digestFinal());
     EXPECT_TRUE(parts != nullptr && parts->equals(*whole)) << name;
+    // Nor does one that cannot begin disturb the one under way.
+    ASSERT_TRUE(device.digestInit() && device.digestUpdate(data.data(), data.size())) << name;
+    EXPECT_FALSE(device.setDigest("1.2.3") || device.digestInit()) << name;
+    const std::unique_ptr<DigestInfo> first(device.digestFinal());
+    EXPECT_TRUE(first != nullptr && first->equals(*whole)) << name;
+    ASSERT_TRUE(device.setDigest(oid)) << name;
     const std::unique_ptr<DigestInfo> empty(device.digest(nullptr, 0));
     EXPECT_TRUE(empty != nullptr && std::ranges::equal(empty->valueView(), digestOf(name, {}))) << name;
   }

@@ -245,6 +245,9 @@ TEST(DeviceCiphers, ReadWhatPKCS12Enciphered) {
   }
   EXPECT_FALSE(open.device.setPBE("1.2.840.113549.1.12.1.1")) << "RC4";
   EXPECT_FALSE(open.device.encryptPBE(kText.data(), kText.size(), "p", out)) << "nothing selected";
+  EXPECT_FALSE(open.device.setPBE(AlgorithmIdentifier("1.2.840.113549.1.12.1.3"))) << "no parameters";
+  EXPECT_TRUE(open.device.setPBESalt(salt.data(), salt.size(), 5));
+  EXPECT_FALSE(open.device.encryptPBE(kText.data(), kText.size(), "p", out)) << "nothing selected";
 }
 
 TEST(DeviceKeys, WrapAndUseSecrets) {
@@ -276,6 +279,8 @@ TEST(DeviceKeys, WrapAndUseSecrets) {
   EXPECT_NE(device.selectedKey(), secret);
   EXPECT_TRUE(opens(sealed, 16));
   EXPECT_FALSE(opens(sealed, 8)) << "a vector of a wrong length";
+  EXPECT_FALSE(device.encryptSecret(kText.data(), (std::size_t{1} << 32) + 8, iv.data(), 16, out));
+  EXPECT_EQ(device.lastResult(), CKR_DATA_LEN_RANGE) << "more than out can take";
 
   ASSERT_TRUE(device.selectSecretKey("RC2 Key"));
   const auto rc2 = device.selectedKey();
@@ -311,7 +316,12 @@ TEST(DeviceObjects, AreStoredAndFound) {
   EXPECT_EQ(held(out), ByteString(kText.begin(), kText.begin() + 3));
   EXPECT_TRUE(open.device.changeData("short", kText.data(), 2) && open.device.dataById(id, 1, out));
   EXPECT_FALSE(open.device.changeData("none", kText.data(), 2));
+  EXPECT_FALSE(open.device.dataById(nullptr, 0, out)) << "what has no id has no empty one";
   EXPECT_EQ(open.device.lastResult(), CKR_OBJECT_HANDLE_INVALID);
+  const ByteString big(std::size_t{20} << 20, 1);
+  EXPECT_TRUE(open.device.storeData(big.data(), big.size(), nullptr, 0, "big"));
+  EXPECT_FALSE(open.device.dataByLabel("big", out));
+  EXPECT_EQ(open.device.lastResult(), CKR_DEVICE_MEMORY);
 }
 
 TEST(PrivateKeyInfo, IsReadByOpenSSLAndSurvivesBadOctets) {

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
@@ -47,10 +46,21 @@ bool isControl(char c) {
   return static_cast<unsigned char>(c) < ' ' || c == '\x7F';
 }
 
+// U+0080 to U+009F, two octets in UTF-8. Terminals obey them as they do an escape sequence.
+bool beginsWithC1(std::string_view text) {
+  constexpr char kFirst = '\xC2';
+  return text.size() > 1 && text[0] == kFirst && (static_cast<unsigned char>(text[1]) & 0xE0U) == 0x80U;
+}
+
 // One message is one line.
 std::string asOneLine(std::string_view message) {
-  std::string text(message);
-  std::ranges::replace_if(text, isControl, ' ');
+  std::string text;
+  text.reserve(message.size());
+  for (std::size_t i = 0; i < message.size(); ++i) {
+    const bool isC1 = beginsWithC1(message.substr(i));
+    text += isC1 || isControl(message[i]) ? ' ' : message[i];
+    if (isC1) ++i;
+  }
   return text;
 }
 

@@ -56,8 +56,8 @@ class Logger {
 };
 
 // Writes one line when the level is within the logger's. The code takes no part in the output. The format is a row of
-// the catalogue, never foreign text. Line ends and other control characters inside the message become blanks: one
-// message is one line, and what strangers wrote into a name or a URI stays text.
+// the catalogue, never foreign text. Line ends and other control characters inside the message, those of two octets
+// of UTF-8 too, become blanks: one message is one line, and what strangers wrote into a name or a URI stays text.
 void log(const Logger& logger, unsigned char level, unsigned long code, const char* format, ...);
 
 // The two halves of log(), for a message that goes elsewhere too: the text, as printf makes it, and its line.

@@ -50,14 +50,19 @@ TEST_F(LoggerTest, LevelsAndHostileTexts) {
   Logger logger(Logger::kWarning);
   log(logger, Logger::kNotice, 4675, "%s", "not written");
   log(logger, Logger::kWarning, 4675, "%s", "one line\nthat feigns another[1l.1l]: 100%s\r\x1B[2J");
+  log(logger, Logger::kWarning, 4675, "%s",
+      "\xC2\x80[\xC2\x9B"
+      "31m\xC2\x9F.\xC2\xA0\xC3\x9B\xC3\x80\x9B\xC2\xC2\x85\xC2");
   log(logger, Logger::kFailure, 4675, "%s", std::string(100000, 'x').c_str());
   logger.setOff();
   log(logger, Logger::kFailure, 4675, "%s", "silent");
   const auto lines = linesOf(file_);
-  ASSERT_EQ(lines.size(), 2U);
+  ASSERT_EQ(lines.size(), 3U);
   EXPECT_THAT(lines[0], testing::EndsWith("(null)[" + std::to_string(getpid()) +
                                           "l.1l]: one line that feigns another[1l.1l]: 100%s  [2J"));
-  EXPECT_THAT(lines[1], testing::EndsWith(std::string(100000, 'x')));
+  // The control characters of two octets; of the octets that are no character, those stay that are none by themselves.
+  EXPECT_THAT(lines[1], testing::EndsWith("]:  [ 31m .\xC2\xA0\xC3\x9B\xC3\x80\x9B\xC2 \xC2"));
+  EXPECT_THAT(lines[2], testing::EndsWith(std::string(100000, 'x')));
 }
 
 // The neighbour's text may ask for arguments that its own code's call never had.

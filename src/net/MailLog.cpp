@@ -7,7 +7,7 @@
 namespace keystrand {
 
 void logWithMail(const Logger& logger, unsigned char level, const char* format, ...) {
-  if (level > logger.getLevel()) return;
+  if (level > logger.getLevel() && level != kMailLevel) return;
   std::va_list arguments;
   va_start(arguments, format);
   const std::string message = formatMessage(format, arguments);

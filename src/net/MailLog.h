@@ -11,8 +11,9 @@ constexpr unsigned char kMailLevel = 2;
 
 // Writes the line as log() does, line ends becoming blanks. At level 2, with a mail server named by Logger::start, the
 // message then goes by mail too, as it is: from the logger's mail sender to its recipient under its subject. A logger
-// without sender or recipient mails nothing, and so does one that is silent at this level. Failures are silent; the
-// call lasts no longer than the timeouts of Mailer, and no lock is held meanwhile.
+// that writes no line of this level mails it all the same: its own level is that of the file. One without sender or
+// recipient mails nothing. Failures are silent; the call lasts no longer than the timeouts of Mailer, and no lock is
+// held meanwhile.
 [[gnu::format(printf, 3, 4)]] void logWithMail(const Logger& logger, unsigned char level, const char* format, ...);
 
 }  // namespace keystrand

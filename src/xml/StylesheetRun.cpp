@@ -1,10 +1,13 @@
 #include "xml/StylesheetRun.h"
 
+#include <libxml/xpathInternals.h>
+#include <libxslt/functions.h>
 #include <libxslt/security.h>
 #include <libxslt/transform.h>
 #include <libxslt/xsltInternals.h>
 #include <libxslt/xsltutils.h>
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <mutex>
@@ -12,6 +15,7 @@
 #include "xml/LibraryErrors.h"
 #include "xml/TreeWalk.h"
 #include "xml/Watchdog.h"
+#include "xml/XPathFunctions.h"
 
 namespace keystrand {
 namespace {
@@ -26,8 +30,13 @@ struct ReleaseText {
 using LibraryText = std::unique_ptr<xmlChar, ReleaseText>;
 
 constexpr std::string_view kXSLT = "http://www.w3.org/1999/XSL/Transform";
-constexpr int kMaxTemplates = 1000;             // one within the other
-constexpr unsigned long kMaxSteps = 1'000'000;  // of the stylesheet, and of its expressions
+constexpr int kMaxTemplates = 1000;                  // one within the other
+constexpr unsigned long kMaxSteps = 1'000'000;       // of the stylesheet, and of its expressions
+constexpr std::ptrdiff_t kMaxDeclarations = 10'000;  // and alternatives in their patterns
+constexpr std::ptrdiff_t kMaxSetAttributes = 1000;
+constexpr std::ptrdiff_t kMaxSetUses = 1000;
+constexpr std::ptrdiff_t kMaxBraces = 10'000;                      // of the expressions within attributes
+constexpr std::size_t kMaxDeclaredText = std::size_t{128} * 1024;  // bytes of attributes
 
 // For some of what it says libxslt has no other place than this, one for the whole process: while any stylesheet runs,
 // that goes nowhere.
@@ -62,6 +71,54 @@ class StylesheetErrors {
   LibraryErrors inLibrary_;
 };
 
+// How much of it libxslt goes through again and again while it compiles, or within one step of a run, when it looks at
+// no clock: the declarations before for each, the patterns of all for each alternative, all attributes of a set for
+// each use, the prefixes known for each named, and the text so far for each expression in an attribute.
+class Repeated {
+ public:
+  explicit Repeated(const xmlNode& stylesheet) : stylesheet_(stylesheet) {}
+
+  void add(const xmlNode& element) {
+    if (element.parent == &stylesheet_) ++declarations_;
+    if (isElement(element.parent, "attribute-set")) ++setAttributes_;
+  }
+  void addAttribute(const xmlNode& attribute, const std::string& text) {
+    const std::string_view name = fromXML(attribute.name);
+    const bool isDeclared = attribute.parent == &stylesheet_ || attribute.parent->parent == &stylesheet_;
+    if (isDeclared) declarations_ += std::ranges::count(text, '|');
+    if (isDeclared || name == "exclude-result-prefixes") declaredText_ += text.size();
+    if (name == "use-attribute-sets") setUses_ += 1 + std::ranges::count_if(text, isBlank);
+    braces_ += std::ranges::count(text, '{') + std::ranges::count(text, '}');
+  }
+  [[nodiscard]] bool isModest() const {
+    return declarations_ <= kMaxDeclarations && setAttributes_ <= kMaxSetAttributes && setUses_ <= kMaxSetUses &&
+           braces_ <= kMaxBraces && declaredText_ <= kMaxDeclaredText;
+  }
+
+ private:
+  static bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+  const xmlNode& stylesheet_;
+  std::ptrdiff_t declarations_ = 0;
+  std::ptrdiff_t setAttributes_ = 0;
+  std::ptrdiff_t setUses_ = 0;
+  std::ptrdiff_t braces_ = 0;
+  std::size_t declaredText_ = 0;
+};
+
+bool isModest(xmlNode& stylesheet) {
+  Repeated repeated(stylesheet);
+  return walkTree(stylesheet, [&](const xmlNode* node, int) {
+    if (isElement(node)) repeated.add(*node);
+    if (node->type == XML_ATTRIBUTE_NODE) {
+      const std::optional<std::string> text = textBelow(node->doc, node->children);
+      if (!text) return false;
+      repeated.addAttribute(*node, *text);
+    }
+    return repeated.isModest();
+  });
+}
+
 // Parts from elsewhere are read while the stylesheet is compiled, when no preferences are asked.
 bool takesParts(xmlNode* stylesheet) {
   const auto isPart = [](const xmlNode* node) {
@@ -76,7 +133,7 @@ Stylesheet compile(xmlNode& element) {
   xmlNode* copy = document ? xmlDocCopyNode(&element, document.get(), 1) : nullptr;
   if (copy == nullptr) return nullptr;
   xmlDocSetRootElement(document.get(), copy);
-  if (takesParts(copy)) return nullptr;
+  if (takesParts(copy) || !isModest(*copy)) return nullptr;
   Stylesheet stylesheet(xsltParseStylesheetDoc(document.get()));
   if (stylesheet) static_cast<void>(document.release());  // now the stylesheet's
   return stylesheet && stylesheet->errors == 0 ? std::move(stylesheet) : nullptr;
@@ -96,6 +153,11 @@ void stop(xsltTransformContext& context) {
   std::atomic_ref(context.xpathCtxt->opLimit).store(1, std::memory_order_relaxed);
 }
 
+xmlXPathFunction functionOf(void* context, const xmlChar* name, const xmlChar* uri) {
+  const xmlXPathFunction linear = linearFunction(name, uri);
+  return linear != nullptr ? linear : xsltXPathFunctionLookup(context, name, uri);
+}
+
 XMLDocument apply(xsltStylesheet& stylesheet, xmlDoc& document) {
   const Preferences preferences = nothingAllowed();
   const Context context(xsltNewTransformContext(&stylesheet, &document));
@@ -105,6 +167,7 @@ XMLDocument apply(xsltStylesheet& stylesheet, xmlDoc& document) {
   context->opLimit = kMaxSteps;
   context->xpathCtxt->opLimit = kMaxSteps;
   context->xpathCtxt->error = [](void*, xmlError*) {};
+  xmlXPathRegisterFuncLookup(context->xpathCtxt, functionOf, context->xpathCtxt);
   const Watchdog watchdog([&] { stop(*context); });
   XMLDocument result(xsltApplyStylesheetUser(&stylesheet, &document, nullptr, nullptr, nullptr, context.get()));
   const xsltTransformState state = std::atomic_ref(context->state).load(std::memory_order_relaxed);

@@ -1,6 +1,7 @@
 #include "xml/Watchdog.h"
 
 #include <pthread.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -34,11 +35,30 @@ std::size_t residentBytes() {
   return statistics ? resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) : 0;
 }
 
+// Of the thread that makes one; a thread that it starts meanwhile has them blocked for good. Handlers of the client run
+// on its own threads.
+class SignalsBlocked {
+ public:
+  SignalsBlocked() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &former_);
+  }
+  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &former_, nullptr); }
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+ private:
+  sigset_t former_{};
+};
+
 }  // namespace
 
 Watchdog::Watchdog(std::function<void()> stop)
-    : stop_(std::move(stop)),
-      thread_([this, clock = clockOfThisThread()](const std::stop_token& over) { watch(over, clock); }) {}
+    : stop_(std::move(stop)), thread_([&] {
+        const SignalsBlocked blocked;
+        return std::jthread([this, clock = clockOfThisThread()](const std::stop_token& over) { watch(over, clock); });
+      }()) {}
 
 void Watchdog::watch(const std::stop_token& over, clockid_t clock) {
   const auto end = timeOf(clock) + std::chrono::seconds(kMaxSeconds);

@@ -2,6 +2,7 @@
 
 #include <libxml/xpathInternals.h>
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <new>
@@ -12,6 +13,7 @@
 #include "xml/LibraryErrors.h"
 #include "xml/TreeWalk.h"
 #include "xml/Watchdog.h"
+#include "xml/XPathFunctions.h"
 
 namespace keystrand {
 namespace {
@@ -20,6 +22,10 @@ constexpr const char* kSignatureNamespace = "http://www.w3.org/2000/09/xmldsig#"
 // Of one evaluation. A search for an attribute takes some six for each element.
 constexpr unsigned long kMaxSteps = 10'000'000;
 constexpr std::size_t kMaxExpression = 10'000;  // bytes
+
+// Of one that may put sets of namespace nodes together or compare them, each with each: nothing else makes more nodes
+// than the document has.
+constexpr unsigned long kMaxNamespaceSteps = 500'000;
 
 using Result = std::unique_ptr<xmlXPathObject, Releaser<&xmlXPathFreeObject>>;
 
@@ -37,6 +43,22 @@ class Limit {
 
   Watchdog watchdog_;
 };
+
+bool hasNamespaceAxis(std::string_view expression) {
+  constexpr std::string_view kAxis = "namespace";
+  for (std::size_t at = expression.find(kAxis); at != expression.npos; at = expression.find(kAxis)) {
+    expression.remove_prefix(at + kAxis.size());
+    const std::size_t next = expression.find_first_not_of(" \t\r\n");
+    if (next != expression.npos && expression.substr(next).starts_with("::")) return true;
+  }
+  return false;
+}
+
+// The steps that count as taken before an expression is evaluated.
+unsigned long stepsBefore(std::string_view expression) {
+  const bool isQuadratic = hasNamespaceAxis(expression) && expression.find_first_of("|=<>") != expression.npos;
+  return isQuadratic ? kMaxSteps - kMaxNamespaceSteps : 0;
+}
 
 // The node sets of which an expression is the union. What is cut at a place where another operator binds is none: its
 // result is no node set, and no more are the results of what it is cut into.
@@ -66,8 +88,8 @@ std::vector<std::string> operandsOfUnion(std::string_view expression) {
 // namespace nodes stand behind all others: a document is gone through twice.
 class FittingNodes {
  public:
-  FittingNodes(xmlXPathContext& context, xmlXPathCompExpr& expression, std::size_t count)
-      : context_(context), expression_(expression) {
+  FittingNodes(xmlXPathContext& context, xmlXPathCompExpr& expression, unsigned long stepsBefore, std::size_t count)
+      : context_(context), expression_(expression), stepsBefore_(stepsBefore) {
     context_.contextSize = static_cast<int>(count);
     context_.proximityPosition = 0;
   }
@@ -98,7 +120,7 @@ class FittingNodes {
   // As the predicate of a filter: a number is a position.
   bool fits(xmlNode* node) {
     context_.node = node;
-    context_.opCount = 0;
+    context_.opCount = stepsBefore_;
     ++context_.proximityPosition;
     const Result result(xmlXPathCompiledEval(&expression_, &context_));
     failed_ = failed_ || !result;
@@ -107,6 +129,7 @@ class FittingNodes {
 
   xmlXPathContext& context_;
   xmlXPathCompExpr& expression_;
+  unsigned long stepsBefore_;
   NamespaceScope scope_;
   NodeSet found_;
   bool failed_ = false;
@@ -131,6 +154,9 @@ XPathEvaluation::XPathEvaluation(xmlDoc& document, const NamespacePrefixes& pref
     : document_(document), context_(xmlXPathNewContext(&document)) {
   if (!context_) throw std::bad_alloc();
   context_->error = [](void*, xmlError*) {};
+  xmlXPathRegisterFuncLookup(
+      context_.get(), [](void*, const xmlChar* name, const xmlChar* uri) { return linearFunction(name, uri); },
+      nullptr);
   for (const auto& [prefix, uri] : prefixes)
     xmlXPathRegisterNs(context_.get(), toXML(prefix.c_str()), toXML(uri.c_str()));
 }
@@ -142,6 +168,7 @@ std::optional<NodeSet> XPathEvaluation::nodes(const std::string& expression, xml
   NodeSet found;
   for (const std::string& operand : operandsOfUnion(expression)) {
     context_->node = contextNode;
+    context_->opCount = std::max(context_->opCount, stepsBefore(operand));
     const Result result(xmlXPathEvalExpression(toXML(operand.c_str()), context_.get()));
     if (!result || result->type != XPATH_NODESET) return std::nullopt;
     found.insertAll(result->nodesetval);
@@ -156,7 +183,7 @@ std::optional<NodeSet> XPathEvaluation::nodesThatFit(const std::string& expressi
   const std::unique_ptr<xmlXPathCompExpr, Releaser<&xmlXPathFreeCompExpr>> compiled(
       xmlXPathCtxtCompile(context_.get(), toXML(expression.c_str())));
   if (!compiled) return std::nullopt;
-  FittingNodes fitting(*context_, *compiled, count);
+  FittingNodes fitting(*context_, *compiled, stepsBefore(expression), count);
   const bool isComplete =
       walkTree(document_, [&](xmlNode* node, int) { return fitting.visit(node); }) &&
       walkTree(document_, [&](xmlNode* node, int depth) { return fitting.visitNamespaces(node, depth); });

@@ -2,7 +2,10 @@
 // not come, and what cannot be done leaves the chain as it was.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <fstream>
 #include <functional>
 
@@ -10,6 +13,7 @@
 #include "support/TSLBuilders.h"
 #include "support/TempFolder.h"
 #include "xml/Documents.h"
+#include "xml/Watchdog.h"
 
 namespace keystrand::test {
 namespace {
@@ -231,12 +235,97 @@ TEST(XMLTransformsHostile, EverythingEnds) {
   }
   XMLFile file;
   ASSERT_TRUE(parse(file, "<r>" + repeated("<a>1</a>", 3000) + "</r>"));
+  std::string namespaces;
+  for (int i = 0; i < 300; ++i) namespaces += " xmlns:n" + std::to_string(i) + "='u:1'";
+  XMLFile inForce;
+  ASSERT_TRUE(parse(inForce, "<r" + namespaces + ">" + repeated("<a/>", 3000) + "</r>"));
+  EXPECT_TRUE(inForce.selectReference("#xpointer(/r[namespace::n1 = //a[9]/namespace::n2])"));
+  EXPECT_FALSE(inForce.selectReference("#xpointer(/r[//namespace::* != //namespace ::*])"));
+  EXPECT_FALSE(inForce.selectReference("#xpointer((//namespace::* | //namespace::*))"));
   const std::string nests = "count(" + repeated("//*[", 10) + "1" + repeated("]", 10) + ") = 0";
   EXPECT_TRUE(file.selectWholeDocument());
   EXPECT_FALSE(file.applyXPath(nests.c_str()));
   EXPECT_FALSE(file.selectReference(("#xpointer(//*[" + nests + "])").c_str()));
   EXPECT_TRUE(file.beginFilter());
   EXPECT_FALSE(file.addFilter("subtract", ("//*[" + nests + "]").c_str()));
+}
+
+// What is true of the functions that are not libxml2's own, in expressions and in stylesheets: the examples of
+// XPath 1.0 and texts as large as a document may hold. libxml2 takes hours for those.
+TEST(XMLTransformsHostile, FunctionsOfLargeTexts) {
+  constexpr int kLarge = 1'000'000;
+  const std::string large = "<a>" + repeated("x", kLarge) + "</a><b>" + repeated("x", kLarge / 2) + "y</b><c>" +
+                            repeated("zy", kLarge / 2) + "</c>";
+  const std::string named = "<n xml:id='n1' ref='n2  n1'/><n xml:id='n2' ref='n2 n3'/>";
+  const std::string document = replaced(stylesheet("<x:value-of select=\"CONDITION\"/>", "<x:output method='text'/>"),
+                                        "<secret>", large + named + "<secret>");
+  for (const char* condition : {
+           "substring-before('1999/04/01','/') = '1999' and substring-before('a','b') = '' and "
+           "not(substring-before(1,''))",
+           "substring-after('1999/04/01','/') = '04/01' and substring-after('1999/04/01','19') = '99/04/01'",
+           "substring-after('a','b') = '' and substring-after('ab','') = 'ab' and contains(12,2) and contains('','')",
+           "translate('bar','abc','AB') = 'BAr' and translate('--aaa--','abc-','ABC') = 'AAA'",
+           "translate('\xC3\xA9\xE2\x82\xAC','\xE2\x82\xAC\xC3\xA9\xC3\xA9','z\xC3\xA8x') = '\xC3\xA8z'",
+           "concat('a',//n[2]/@ref,1 div 2) = 'an2 n30.5' and not(contains('ab','ba'))",
+           "count(id('n2 q n1 n2')) = 2 and count(id(//@ref)) = 2 and id(' n1\t')/@ref = 'n2  n1' and not(id('n'))",
+           "not(contains(//a,//b)) and substring-before(//a,//b) = '' and substring-after(//a,//b) = ''",
+           "translate(//a,//c,'') = //a and translate(//c,concat(//a,'y'),'') = translate(//c,'y','')",
+           "string-length(concat(//a,//b,//c)) = 2500001",
+       }) {
+    XMLFile file;
+    ASSERT_TRUE(parse(file, replaced(document, "CONDITION", condition)));
+    EXPECT_TRUE(file.selectReference(("#xpointer(/r[" + std::string(condition) + "])").c_str())) << condition;
+    EXPECT_TRUE(file.applyStylesheet()) << condition;
+    EXPECT_EQ(heldText(file, file.output()), "true") << condition;
+  }
+  for (const std::string& condition :
+       {"concat(//a" + repeated(",//a", 33) + ")", std::string("concat('a')"), std::string("contains('a')"),
+        std::string("translate('a','b')"), std::string("id()"), std::string("id('a','b')")}) {
+    XMLFile file;
+    ASSERT_TRUE(parse(file, replaced(document, "CONDITION", condition)));
+    EXPECT_FALSE(file.selectReference(("#xpointer(/r[" + condition + "])").c_str())) << condition;
+    EXPECT_FALSE(file.applyStylesheet()) << condition;
+  }
+}
+
+// What the compilation of a stylesheet goes through again and again, it has little of.
+TEST(XMLTransformsHostile, LargeStylesheets) {
+  const auto isRun = [](const std::string& templates, const std::string& top) {
+    XMLFile file;
+    EXPECT_TRUE(parse(file, stylesheet(templates, top)));
+    return file.applyStylesheet();
+  };
+  const auto set = [](int attributes) {
+    return "<x:attribute-set name='s'>" + repeated("<x:attribute name='a'/>", attributes) + "</x:attribute-set>";
+  };
+  const std::string alternatives = "<x:template match='a" + repeated("|a", 9000) + "'/>";
+  const std::string key = "<x:key name='k' match='a' use='b'/>";
+  EXPECT_TRUE(isRun("<a b='" + repeated("{1}", 4000) + "' x:use-attribute-sets='s'/>", set(900) + alternatives));
+  EXPECT_TRUE(isRun("<a/>", repeated(key, 9000)));
+  EXPECT_FALSE(isRun("<a/>", repeated(key, 11000)));
+  EXPECT_FALSE(isRun("<a/>", alternatives + alternatives));
+  EXPECT_FALSE(isRun("<a/>", set(1100)));
+  EXPECT_FALSE(isRun("<a x:use-attribute-sets='" + repeated("s ", 2100) + "'/>", set(1)));
+  EXPECT_FALSE(isRun("<a x:exclude-result-prefixes='" + repeated("x ", 100000) + "'/>", ""));
+  EXPECT_FALSE(isRun("<a b='" + repeated("{{", 6000) + "'/>", ""));
+}
+
+volatile std::sig_atomic_t signalsTaken = 0;
+
+// Handlers of the client run on threads of the client: a signal that none of those takes waits.
+TEST(XMLTransformsHostile, TheWatchdogTakesNoSignals) {
+  std::signal(SIGUSR1, [](int) { signalsTaken = signalsTaken + 1; });
+  sigset_t user;
+  sigemptyset(&user);
+  sigaddset(&user, SIGUSR1);
+  {
+    const Watchdog watchdog([] {});
+    pthread_sigmask(SIG_BLOCK, &user, nullptr);
+    kill(getpid(), SIGUSR1);
+  }
+  EXPECT_EQ(signalsTaken, 0);
+  pthread_sigmask(SIG_UNBLOCK, &user, nullptr);
+  EXPECT_EQ(signalsTaken, 1);
 }
 
 // Octets that a step has made are read as any other document of a stranger.

@@ -137,9 +137,10 @@ class KEYSTRAND_API XMLFile {
   // of processor time or makes the process grow by more than 512 MB gives false; so do documents of more than 4 million
   // nodes, for expressions and stylesheets half a million, 1000 levels, or 1000 attributes or namespaces of an element.
   // The time is looked at between two steps of libxml2, and a union in parentheses or a comparison of two node sets is
-  // one step: minutes where both are as large as the largest document.
-  // A document with references to entities has no canonical form. Removing an element from the document ends the chain:
-  // only octets made before stay.
+  // one step: minutes where both are as large as the largest document. What would hold up a step for longer gives
+  // false: concat() of more than 32 MB, a stylesheet of more than 10,000 declarations with the alternatives of their
+  // patterns, 128 KB of text in their attributes, or 5000 expressions within attributes. A document with references to
+  // entities has no canonical form. Removing an element from the document ends the chain: only octets made before stay.
   //
   // "#name" is an element by its attribute Id, "#xpointer(...)" an expression; "#xpointer(id('name'))" finds an element
   // by ID, id or Id. Whole elements are selected, with their comments. The empty URI is selectWholeDocument.

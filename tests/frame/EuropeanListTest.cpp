@@ -229,6 +229,20 @@ TEST_F(EuropeanList, TellsTheSignersOfAListInHand) {
   EXPECT_EQ(cache_getCountryTSLSigningCerts(ctx(), nullptr), nullptr);
 }
 
+TEST_F(EuropeanList, ARealOneNamesTheSignersOfRealLists) {
+  const auto lists = testData("tl/2023");
+  if (!lists) GTEST_SKIP() << kNoTestData;
+  std::string path = *lists / "eu-lotl.xml";
+  ASSERT_EQ(cache_loadEUTSL(ctx(), path.data()), 1);
+  EXPECT_EQ(countries()->size(), 30U);
+  for (const auto& [country, count] : {std::pair{"AT", 3}, {"IT", 4}}) {
+    XMLFile list;
+    ASSERT_TRUE(list.load((*lists / (std::string(country) + ".xml")).c_str()));
+    const Signers signers(cache_getCountryTSLSigningCerts(ctx(), &list), &cache_releaseCertList);
+    EXPECT_EQ(signers->count(), count) << country;
+  }
+}
+
 TEST_F(EuropeanList, ServersThatLie) {
   server_->put("/IT.xml", italianList());
   ASSERT_TRUE(loadPointers({italy()}));

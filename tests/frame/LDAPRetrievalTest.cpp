@@ -162,43 +162,19 @@ ByteString entry(const Attributes& attributes) {
   return message(element(0x64, octets("cn=A") + element(0x30, list)));
 }
 
-struct Turn {
-  ByteString request;  // that has to come
-  ByteString answer;
-};
+using Turn = ScriptedServer::Step;
 using Connection = std::vector<Turn>;
 
 // A directory that knows for each connection, in order, what it has to hear and what it says.
-class Directory {
- public:
-  explicit Directory(const std::vector<Connection>& connections, Then then = Then::close)
-      : server_(dialogues(connections, then)) {
-    for (const Connection& connection : connections) {
-      expected_.emplace_back();
-      for (const Turn& turn : connection) expected_.back() += asText(turn.request);
-    }
-  }
-  [[nodiscard]] std::string url(const std::string& dnAndQuery) const {
-    return "ldap://127.0.0.1:" + std::to_string(server_.port()) + "/" + dnAndQuery;
-  }
-  // Whether every connection came and brought exactly its requests.
-  bool heardAll() {
-    return eventually([&] { return server_.requests().size() >= expected_.size(); }) && server_.requests() == expected_;
-  }
+ScriptedServer directoryOf(const std::vector<Connection>& connections, Then then = Then::close) {
+  std::vector<ScriptedServer::Dialogue> all;
+  for (const Connection& connection : connections) all.push_back({connection, then});
+  return ScriptedServer(std::move(all));
+}
 
- private:
-  static std::vector<ScriptedServer::Dialogue> dialogues(const std::vector<Connection>& connections, Then then) {
-    std::vector<ScriptedServer::Dialogue> all;
-    for (const Connection& connection : connections) {
-      all.push_back({{}, then});
-      for (const Turn& turn : connection) all.back().steps.push_back({turn.request.size(), asText(turn.answer)});
-    }
-    return all;
-  }
-
-  ScriptedServer server_;
-  std::vector<std::string> expected_;
-};
+std::string at(const ScriptedServer& server, const std::string& dnAndQuery) {
+  return "ldap://127.0.0.1:" + std::to_string(server.port()) + "/" + dnAndQuery;
+}
 
 constexpr const char* kDefault = "certificaterevocationlist";
 constexpr const char* kTime = "modifyTimestamp";
@@ -214,34 +190,36 @@ TEST_F(LDAPRetrieval, RequestsAreBindSearchAndUnbindWithMessageIDOne) {
   const ByteString equality = element(0xA3, octets("cn") + octets("A"));
   for (const int timeout : {20, 0, -1}) {
     cache_setTimeout(timeout);
-    Directory plain({fetch(answer + kDone)});
-    EXPECT_EQ(client_.search({plain.url("cn=A")}, "0A"), 1) << timeout;
+    ScriptedServer plain = directoryOf({fetch(answer + kDone)});
+    EXPECT_EQ(client_.search({at(plain, "cn=A")}, "0A"), 1) << timeout;
     EXPECT_TRUE(plain.heardAll()) << timeout;
   }
-  Directory query({{{kBind, kBound},
+  ScriptedServer query =
+      directoryOf({{{kBind, kBound},
                     {search("cn=A,c=IT", {"certificateRevocationList;binary", kTime}, "02", equality), answer + kDone},
                     {kUnbind, {}}}});
-  EXPECT_EQ(client_.search({query.url("cn=A,c=IT?certificateRevocationList;binary?sub?(cn=A)")}, "0A"), 1);
+  EXPECT_EQ(client_.search({at(query, "cn=A,c=IT?certificateRevocationList;binary?sub?(cn=A)")}, "0A"), 1);
   EXPECT_TRUE(query.heardAll());
 }
 
 TEST_F(LDAPRetrieval, SecondSearchAsksForTheBinaryOption) {
   const ByteString onlyTime = entry({{kTime, {kNewYear}}});
   const ByteString binary = entry({{"CRL;binary", {crlListing("0A")}}});
-  Directory late({{{kBind, kBound},
-                   {search("cn=A", {"crl", kTime}), onlyTime + kDone},
-                   {search("cn=A", {"crl;binary"}), binary + kDone},
-                   {kUnbind, {}}}});
-  EXPECT_EQ(client_.search({late.url("cn=A?crl")}, "0A"), 1);
+  ScriptedServer late = directoryOf({{{kBind, kBound},
+                                      {search("cn=A", {"crl", kTime}), onlyTime + kDone},
+                                      {search("cn=A", {"crl;binary"}), binary + kDone},
+                                      {kUnbind, {}}}});
+  EXPECT_EQ(client_.search({at(late, "cn=A?crl")}, "0A"), 1);
   EXPECT_TRUE(late.heardAll());
-  Directory never({{{kBind, kBound},
-                    {search("cn=A", {"crl", kTime}), kDone},
-                    {search("cn=A", {"crl;binary"}), kDone},
-                    {kUnbind, {}}}});
-  EXPECT_EQ(client_.search({never.url("cn=A?crl")}, "0A"), -5137) << "there is no third";
+  ScriptedServer never = directoryOf({{{kBind, kBound},
+                                       {search("cn=A", {"crl", kTime}), kDone},
+                                       {search("cn=A", {"crl;binary"}), kDone},
+                                       {kUnbind, {}}}});
+  EXPECT_EQ(client_.search({at(never, "cn=A?crl")}, "0A"), -5137) << "there is no third";
   EXPECT_TRUE(never.heardAll());
-  Directory asked({{{kBind, kBound}, {search("cn=A", {"crl;binary", kTime}), kDone}, {kUnbind, {}}}});
-  EXPECT_EQ(client_.search({asked.url("cn=A?crl;binary")}, "0A"), -5137) << "nor a second for that option";
+  ScriptedServer asked =
+      directoryOf({{{kBind, kBound}, {search("cn=A", {"crl;binary", kTime}), kDone}, {kUnbind, {}}}});
+  EXPECT_EQ(client_.search({at(asked, "cn=A?crl;binary")}, "0A"), -5137) << "nor a second for that option";
   EXPECT_TRUE(asked.heardAll());
 }
 
@@ -266,9 +244,9 @@ TEST_F(LDAPRetrieval, TimeRequestAsksTheBaseObjectForItsTime) {
         Row{"a reference", message(element(0x73, octets("ldap://other/"))) + kDone, false}}) {
     std::vector<Connection> connections = {fetched, timed(row.answer)};
     if (row.fetched) connections.push_back(fetched);
-    Directory directory(connections);
-    EXPECT_EQ(client_.search({directory.url("cn=A?certificaterevocationlist?base")}, "0A"), 1) << row.name;
-    EXPECT_EQ(client_.search({directory.url("cn=A?certificaterevocationlist?base")}, "0A"), 1) << row.name;
+    ScriptedServer directory = directoryOf(connections);
+    EXPECT_EQ(client_.search({at(directory, "cn=A?certificaterevocationlist?base")}, "0A"), 1) << row.name;
+    EXPECT_EQ(client_.search({at(directory, "cn=A?certificaterevocationlist?base")}, "0A"), 1) << row.name;
     EXPECT_TRUE(directory.heardAll()) << row.name;
   }
 }
@@ -315,8 +293,8 @@ TEST_F(LDAPRetrieval, AnswersThatNoRealServerGives) {
     cache_setTimeout(row.behind == kIsSilent ? 1 : 20);
     Connection connection = fetch(row.answer);
     if (row.behind != kUnbindIsHeard) connection.pop_back();
-    const Directory directory({connection}, row.behind == kIsSilent ? Then::silence : Then::close);
-    EXPECT_EQ(client_.search({directory.url("cn=A")}, "0A"), row.expected) << row.name;
+    const ScriptedServer directory = directoryOf({connection}, row.behind == kIsSilent ? Then::silence : Then::close);
+    EXPECT_EQ(client_.search({at(directory, "cn=A")}, "0A"), row.expected) << row.name;
   }
 }
 
@@ -329,11 +307,11 @@ TEST_F(LDAPRetrieval, BindsThatFail) {
   for (const Row& row :
        {Row{"refused", {kBind, fromHex("300c02010161070a013104000400")}},
         Row{"answered by something else", {kBind, kDone}}, Row{"closed", {kBind, {}}},
-        Row{"silence at once", {{}, {}}, Then::silence}, Row{"silence after the bind", {kBind, {}}, Then::silence},
+        Row{"silence at once", {0, ""}, Then::silence}, Row{"silence after the bind", {kBind, {}}, Then::silence},
         Row{"a reset", {kBind, {}}, Then::reset}}) {
     cache_setTimeout(1);
-    const Directory directory({{row.bind}}, row.then);
-    EXPECT_EQ(client_.search({directory.url("cn=A")}, "0A"), -5137) << row.name;
+    const ScriptedServer directory = directoryOf({{row.bind}}, row.then);
+    EXPECT_EQ(client_.search({at(directory, "cn=A")}, "0A"), -5137) << row.name;
   }
   EXPECT_EQ(client_.search({"ldap://127.0.0.1:1/cn=A"}, "0A"), -5137);
   EXPECT_EQ(client_.search({"ldap://127.0.0.1:65537/cn=A"}, "0A"), -5137) << "no port";

@@ -23,6 +23,9 @@ TEST(LifeCycle, BeforeTheStartEverythingFailsSoftly) {
   EXPECT_FALSE(early.addCA(kGoodCA));
   EXPECT_EQ(cache_getErrCode(early.context()), kNoCode);
   EXPECT_EQ(early.search({"http://127.0.0.1:9/x.crl"}, "01"), -5137);
+  ByteString der = readFile(kGoodCA);
+  EXPECT_EQ(cache_getCACertSource(early.context(), der.data(), static_cast<unsigned int>(der.size())), -1);
+  EXPECT_EQ(cache_trustedCA(early.context(), der.data(), der.size()), 0);
   cache_finalize();
 
   const TempFolder folder;

@@ -183,39 +183,6 @@ std::unique_ptr<T> owned(T* made) {
   return std::unique_ptr<T>(made);
 }
 
-TEST(OCSPMessage, ResponsePutTogetherFromItsParts) {
-  const Authority ca = makeAuthority();
-  const ByteString theirs = makeBasicResponse(
-      ca, ca,
-      {.singles = {{.status = CertStatus::revoked, .reason = 4}, {.serial = "02", .status = CertStatus::unknown}}});
-  BasicOCSPResponse read;
-  ASSERT_TRUE(decode(read, theirs));
-  const auto data = owned(read.tbsResponseData());
-  const auto responses = owned(data->responses());
-  SingleResponseList list;
-  for (int i = 0; i < responses->count(); ++i) {
-    const auto single = owned(responses->get(i));
-    SingleResponse made;
-    made.setCertID(owned(single->certID()).get());
-    made.setCertStatus(owned(single->certStatus()).get());
-    made.setThisUpdate(owned(single->thisUpdate()).get());
-    made.setNextUpdate(owned(single->nextUpdate()).get());
-    made.setSingleExtensions(owned(single->singleExtensions()).get());
-    list.add(made);
-  }
-  ResponseData madeData;
-  madeData.setResponderID(owned(data->responderID()).get());
-  madeData.setProducedAt(owned(data->producedAt()).get());
-  madeData.setResponses(&list);
-  madeData.setResponseExtensions(owned(data->responseExtensions()).get());
-  BasicOCSPResponse made;
-  made.setTbsResponseData(&madeData);
-  made.setSignatureAlgorithm(owned(read.signatureAlgorithm()).get());
-  made.setSignature(owned(read.signature()).get());
-  made.setCerts(owned(read.certs()).get());
-  EXPECT_EQ(encode(made), theirs);
-}
-
 class OCSPVerification : public testing::Test {
  protected:
   bool verifies(const ByteString& der, const Authority& signer) {

@@ -52,6 +52,16 @@ bool Process::running() const {
   return !reaped_;
 }
 
+std::uint16_t startOnFreePort(std::optional<Process>& server, const CommandOnPort& command) {
+  constexpr int kAttempts = 5;
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    const std::uint16_t port = freePort();
+    server.emplace(command(std::to_string(port)));
+    if (eventually([&] { return accepts(port) || !server->running(); }) && server->running()) return port;
+  }
+  throw std::runtime_error(command("")[0] + " did not start");
+}
+
 Outcome runCommand(const std::string& command) {
   Outcome outcome;
   std::FILE* told = popen(command.c_str(), "r");

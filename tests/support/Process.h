@@ -3,6 +3,9 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +25,11 @@ class Process {
   pid_t pid_;
   mutable bool reaped_ = false;
 };
+
+// Starts a server whose command names a port, on one that is free, and waits until that is open. Another program may
+// take it first; then it is tried again with another port.
+using CommandOnPort = std::function<std::vector<std::string>(const std::string& port)>;
+std::uint16_t startOnFreePort(std::optional<Process>& server, const CommandOnPort& command);
 
 // What a command of the shell tells on its standard output, and its exit status, or -1 when a signal ended it.
 struct Outcome {

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <stdexcept>
 
 #include "support/Socket.h"
 #include "support/Texts.h"
@@ -18,16 +17,6 @@ std::string thisUser() {
 }
 
 }  // namespace
-
-void ProxyServer::start(const Command& command) {
-  constexpr int kAttempts = 5;  // another program may take the port before this one does
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    port_ = freePort();
-    process_.emplace(command(std::to_string(port_)));
-    if (eventually([&] { return accepts(port_) || !process_->running(); }) && process_->running()) return;
-  }
-  throw std::runtime_error("the proxy did not start");
-}
 
 std::string ProxyServer::configure(const std::string& configuration) const {
   std::string path = folder_ / "conf";

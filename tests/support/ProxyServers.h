@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,11 +18,8 @@ class ProxyServer {
   [[nodiscard]] bool logged(const std::string& text) const;
 
  protected:
-  using Command = std::function<std::vector<std::string>(const std::string& port)>;
-
   ProxyServer() = default;
-  // Starts the program on a free port and waits until that is open.
-  void start(const Command& command);
+  void start(const CommandOnPort& command) { port_ = startOnFreePort(process_, command); }
   // Writes a configuration file and returns its path.
   [[nodiscard]] std::string configure(const std::string& configuration) const;
   [[nodiscard]] std::string pidPath() const { return folder_ / "pid"; }

@@ -58,9 +58,14 @@ ScriptedServer::ScriptedServer(std::vector<Answer> answers)
 ScriptedServer::ScriptedServer(Dialogue dialogue) : ScriptedServer(std::vector<Dialogue>{std::move(dialogue)}) {}
 
 ScriptedServer::ScriptedServer(std::vector<Dialogue> dialogues)
-    : ScriptedServer(Serve([dialogues = std::move(dialogues)](ScriptedServer& server, const Connection& connection) {
+    : ScriptedServer(Serve([dialogues](ScriptedServer& server, const Connection& connection) {
         server.converse(connection, nth(dialogues, connection.number));
-      })) {}
+      })) {
+  for (const Dialogue& dialogue : dialogues) {
+    expected_.emplace_back();
+    for (const Step& step : dialogue.steps) expected_.back() += step.request;
+  }
+}
 
 ScriptedServer::~ScriptedServer() {
   eventfd_write(stopped_.get(), 1);
@@ -77,6 +82,10 @@ std::vector<std::string> ScriptedServer::requests() {
   std::vector<std::string> all;
   for (const auto& [number, request] : requests_) all.push_back(request);
   return all;
+}
+
+bool ScriptedServer::heardAll() {
+  return eventually([&] { return requests().size() >= expected_.size(); }) && requests() == expected_;
 }
 
 std::string ScriptedServer::ok(const std::string& body, const std::string& headers) {

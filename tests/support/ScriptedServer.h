@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "support/Socket.h"
+#include "support/Texts.h"
 
 namespace keystrand::test {
 
@@ -29,9 +30,16 @@ class ScriptedServer {
     std::string bytes;
     Then then = Then::close;
   };
-  // A conversation that is not HTTP: each step takes in exactly so many bytes and then says its own.
+  // A conversation that is not HTTP: each step takes in exactly so many bytes, or as many as this request has, and then
+  // says its own.
   struct Step {
+    Step(std::size_t awaited, std::string answer) : awaits(awaited), bytes(std::move(answer)) {}
+    Step(const std::string& awaited, std::string answer)
+        : awaits(awaited.size()), request(awaited), bytes(std::move(answer)) {}
+    Step(const ByteString& awaited, const ByteString& answer) : Step(asText(awaited), asText(answer)) {}
+
     std::size_t awaits;
+    std::string request;
     std::string bytes;
   };
   struct Dialogue {
@@ -57,6 +65,8 @@ class ScriptedServer {
   [[nodiscard]] std::string url(const std::string& path = "/") const;
   // What each connection has sent, head and body, in order of arrival; all of a dialogue once it is over.
   std::vector<std::string> requests();
+  // Whether each dialogue came, or soon will, and brought exactly the requests of its steps.
+  bool heardAll();
 
   // A whole answer with status 200. `headers` are lines, each with its CR LF.
   static std::string ok(const std::string& body, const std::string& headers = "");
@@ -82,6 +92,7 @@ class ScriptedServer {
   bool ready(const Descriptor& socket, short events, int milliseconds = -1);
 
   Serve serve_;
+  std::vector<std::string> expected_;  // of the dialogues
   Descriptor listener_;
   std::uint16_t port_;
   Descriptor stopped_;  // an eventfd, readable once the server ends

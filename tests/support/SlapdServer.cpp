@@ -37,18 +37,9 @@ SlapdServer::SlapdServer(const std::vector<Entry>& entries) {
   records.close();
   std::filesystem::create_directory(folder_ / "db");
   run(findProgram("slapadd") + " -q -f " + path("conf") + " -l " + path("entries"));
-  for (int attempt = 0; attempt < 3; ++attempt) {
-    if (start()) return;
-  }
-  throw std::runtime_error("slapd did not start");
-}
-
-// False when somebody else took the port.
-bool SlapdServer::start() {
-  port_ = freePort();
-  const std::string address = "ldap://127.0.0.1:" + std::to_string(port_);
-  process_.emplace(std::vector<std::string>{findProgram("slapd"), "-h", address, "-f", path("conf"), "-d", "0"});
-  return eventually([&] { return accepts(port_) || !process_->running(); }) && process_->running();
+  port_ = startOnFreePort(process_, [&](const std::string& port) -> std::vector<std::string> {
+    return {findProgram("slapd"), "-h", "ldap://127.0.0.1:" + port, "-f", path("conf"), "-d", "0"};
+  });
 }
 
 void SlapdServer::writeConfiguration() const {

@@ -40,7 +40,6 @@ class SlapdServer {
   void replaceCRL(const std::string& rdn, const ByteString& crl) const;
 
  private:
-  bool start();
   void writeConfiguration() const;
   [[nodiscard]] std::string path(const std::string& name) const { return (folder_ / name).string(); }
 

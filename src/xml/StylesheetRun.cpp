@@ -1,7 +1,6 @@
 #include "xml/StylesheetRun.h"
 
 #include <libxml/xpathInternals.h>
-#include <libxslt/functions.h>
 #include <libxslt/security.h>
 #include <libxslt/transform.h>
 #include <libxslt/xsltInternals.h>
@@ -13,9 +12,9 @@
 #include <mutex>
 
 #include "xml/LibraryErrors.h"
+#include "xml/StylesheetFunctions.h"
 #include "xml/TreeWalk.h"
 #include "xml/Watchdog.h"
-#include "xml/XPathFunctions.h"
 
 namespace keystrand {
 namespace {
@@ -153,11 +152,6 @@ void stop(xsltTransformContext& context) {
   std::atomic_ref(context.xpathCtxt->opLimit).store(1, std::memory_order_relaxed);
 }
 
-xmlXPathFunction functionOf(void* context, const xmlChar* name, const xmlChar* uri) {
-  const xmlXPathFunction linear = linearFunction(name, uri);
-  return linear != nullptr ? linear : xsltXPathFunctionLookup(context, name, uri);
-}
-
 XMLDocument apply(xsltStylesheet& stylesheet, xmlDoc& document) {
   const Preferences preferences = nothingAllowed();
   const Context context(xsltNewTransformContext(&stylesheet, &document));
@@ -167,7 +161,7 @@ XMLDocument apply(xsltStylesheet& stylesheet, xmlDoc& document) {
   context->opLimit = kMaxSteps;
   context->xpathCtxt->opLimit = kMaxSteps;
   context->xpathCtxt->error = [](void*, xmlError*) {};
-  xmlXPathRegisterFuncLookup(context->xpathCtxt, functionOf, context->xpathCtxt);
+  xmlXPathRegisterFuncLookup(context->xpathCtxt, stylesheetFunction, context->xpathCtxt);
   const Watchdog watchdog([&] { stop(*context); });
   XMLDocument result(xsltApplyStylesheetUser(&stylesheet, &document, nullptr, nullptr, nullptr, context.get()));
   const xsltTransformState state = std::atomic_ref(context->state).load(std::memory_order_relaxed);

@@ -302,6 +302,14 @@ TEST(XMLTransformsHostile, LargeStylesheets) {
   const std::string key = "<x:key name='k' match='a' use='b'/>";
   EXPECT_TRUE(isRun("<a b='" + repeated("{1}", 4000) + "' x:use-attribute-sets='s'/>", set(900) + alternatives));
   EXPECT_TRUE(isRun("<a/>", repeated(key, 9000)));
+  XMLFile file;
+  ASSERT_TRUE(parse(file, stylesheet("<x:value-of select=\"count(key('k',/r|//secret)) = 2 and key('k','here') and "
+                                     "not(document(//q)) and count(document('')//x:key) = 1\"/>",
+                                     "<x:output method='text'/><x:key name='k' match='*' use='.'/>")));
+  EXPECT_TRUE(file.applyStylesheet());
+  EXPECT_EQ(heldText(file, file.output()), "true");
+  for (const char* foreign : {"document('#xpointer(//*[contains(.,..)])')", "document(//secret)", "document()"})
+    EXPECT_FALSE(isRun(std::string("<x:value-of select=\"") + foreign + "\"/>", "")) << foreign;
   EXPECT_FALSE(isRun("<a/>", repeated(key, 11000)));
   EXPECT_FALSE(isRun("<a/>", alternatives + alternatives));
   EXPECT_FALSE(isRun("<a/>", set(1100)));

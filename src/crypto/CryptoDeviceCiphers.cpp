@@ -44,8 +44,8 @@ constexpr CipherRow kCiphers[] = {
 
 }  // namespace
 
-// A cipher that was begun and never asked for its result, because memory ran out, is given up for the new one: a call
-// without data ends it.
+// A cipher that was begun and never asked for its result, because there was no memory for it or it would have been too
+// long, is given up for the new one: a call without data ends it.
 CK_RV CryptoDevice::State::beginCipher(bool encrypts, const CK_MECHANISM& mechanism, CK_OBJECT_HANDLE by) {
   const auto begin = [&] {
     return encrypts ? ki.encryptInit(session, &mechanism, by) : ki.decryptInit(session, &mechanism, by);
@@ -58,9 +58,7 @@ CK_RV CryptoDevice::State::beginCipher(bool encrypts, const CK_MECHANISM& mechan
 
 bool CryptoDevice::State::crypt(bool encrypts, const CK_MECHANISM& mechanism, std::span<const unsigned char> data,
                                 CK_OBJECT_HANDLE by, Buffer& out) {
-  constexpr std::size_t kLongest = Buffer::kMaxSize - 16;  // padding adds a block at most
   out.reset();
-  if (data.size() > kLongest) return succeeded(CKR_DATA_LEN_RANGE);
   const auto run = [&](unsigned char* target, CK_ULONG* length) {
     return encrypts ? ki.encrypt(session, pointer(data), data.size(), target, length)
                     : ki.decrypt(session, pointer(data), data.size(), target, length);

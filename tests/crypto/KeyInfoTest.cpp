@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "crypto/Coding.h"
+#include "crypto/RSASSA_PSSParameters.h"
 #include "crypto/hvECDSA.h"
 #include "keystrand/crypto/AlgorithmIdentifier.h"
 #include "keystrand/crypto/ECDSAPublicKey.h"
@@ -116,6 +117,15 @@ TEST(AlgorithmIdentifier, WithoutIdentifierEqualsNothing) {
   EXPECT_FALSE(sha1.equals(empty));
   EXPECT_TRUE(sha1.equals(AlgorithmIdentifier("1.3.14.3.2.26", false)));
   EXPECT_EQ(empty.oidText(), nullptr);
+}
+
+TEST(PSSParameters, TakeTheirDefaults) {
+  AlgorithmIdentifier algorithm;
+  ASSERT_TRUE(coded(algorithm, sequence({kPSS, sequence({})})).read);
+  const auto& pss = dynamic_cast<const RSASSA_PSSParameters&>(*algorithm.parameterView());
+  EXPECT_TRUE(pss.hashView() == nullptr && pss.maskGenView() == nullptr);
+  EXPECT_EQ(pss.saltLength(), 20);
+  EXPECT_EQ(pss.trailerField(), 1);
 }
 
 TEST(AlgorithmIdentifier, EndsWhereItNestsTooDeep) {

@@ -111,6 +111,7 @@ TYPED_TEST(SignedObject, HoldsForTheSignedBytesOnly) {
     EXPECT_FALSE(object.verify(device, IssuerKey(authority(row.key, 1))));
     EXPECT_FALSE(this->verifies(withBitFlipped(der), issuer));
     const std::unique_ptr<TypeParam> copy(object.clone());
+    EXPECT_EQ(copy->digestView() != nullptr, row.known);
     EXPECT_EQ(copy->verify(device, issuer), row.known);
     TypeParam plain;
     ASSERT_TRUE(decode(plain, der));

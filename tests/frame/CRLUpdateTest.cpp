@@ -129,6 +129,27 @@ TEST_F(CRLUpdate, TwoHundredCAsByEveryRoad) {
   EXPECT_EQ(requests(), 40) << "the rows without a CRL";
 }
 
+TEST_F(CRLUpdate, RowsThatAreDueAreFetchedWhateverTheirTime) {
+  struct Row {
+    const char* path;
+    std::optional<std::string> nextUpdate;
+    Counts expected;
+  };
+  const Row rows[] = {{"/current.crl", "20380101000000Z", {1, 0}},
+                      {"/expired.crl", "20250201000000Z", {1, 1}},
+                      {"/open.crl", std::nullopt, {1, 1}}};
+  int number = 0;
+  for (const Row& row : rows) {
+    const Issuer plain = issuer(++number, "");
+    const Issuer made = issuer(number, published(row.path, plain.crl("2025", row.nextUpdate)));
+    ASSERT_TRUE(client_.addCA(made.ca.certificate));
+  }
+  ASSERT_TRUE(update());
+  server_->forget();
+  ASSERT_TRUE(update());
+  for (const Row& row : rows) EXPECT_EQ(asked(row.path), row.expected) << row.path;
+}
+
 TEST_F(CRLUpdate, OneURIOfTwoCAsIsOneRowFetchedTwice) {
   EXPECT_TRUE(update());
   EXPECT_THAT(running_.messages(), saysOf(0)) << "an empty list";

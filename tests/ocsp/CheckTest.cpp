@@ -1,4 +1,6 @@
 // What a check makes of answers that no good responder gives, and of stored responses.
+#include <gmock/gmock.h>
+
 #include "ocsp/OCSPChecker.h"
 #include "ocsp/OCSPClient.h"
 #include "support/Der.h"

@@ -1,4 +1,6 @@
 // Checks against a real responder.
+#include <gmock/gmock.h>
+
 #include <thread>
 
 #include "ocsp/OCSPClient.h"

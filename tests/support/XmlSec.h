@@ -9,6 +9,7 @@ namespace keystrand::test {
 struct XmlSecRun {
   bool succeeded = false;
   std::vector<std::string> digested;  // of each reference, in order
+  std::string signedInfo;             // canonical
 };
 
 // The arguments come before those that make it tell what it digests.

@@ -60,7 +60,8 @@ class KEYSTRAND_API CertificateList {
   bool sign(SecureBuffer& buffer);
   // The same with a private key and the digest of the outer algorithm, without a device.
   bool sign(Buffer& buffer, const Key& key, MessageDigest& digester);
-  // Checks the signature with the issuer's key over the digest taken by get. Hold the device's semaphore.
+  // Checks the signature with the issuer's key over the digest taken by get, also when setInfo has given it another
+  // body since. Hold the device's semaphore.
   bool verify(CryptoDevice& device, const KeyInfo& key) const;
 
  private:

@@ -37,8 +37,8 @@ TEST(OCSPFiles, AreReadWrittenAndVerifiedAsByOpenSSL) {
   for (const auto& entry : std::filesystem::recursive_directory_iterator(*folder)) {
     SCOPED_TRACE(entry.path());
     ByteString bytes = entry.is_regular_file() ? readFile(entry.path()) : ByteString();
-    if (!bytes.empty() && bytes.front() != 0x30) bytes = fromPEM(asText(bytes));
-    if (bytes.empty()) continue;
+    if (asText(bytes).find("-----BEGIN") != std::string::npos) bytes = fromPEM(asText(bytes));
+    if (bytes.empty() || bytes.front() != 0x30) continue;
     const ByteString der = firstElement(bytes).whole;
     const unsigned char* at = der.data();
     const RequestHandle theirRequest(d2i_OCSP_REQUEST(nullptr, &at, static_cast<long>(der.size())));

@@ -70,6 +70,7 @@ void RevokedBlock::keep(RevokedCertificate entry) {
 void RevokedBlock::seal() {
   if (size_ < bytes_.size()) bytes_.resize(size_);
   if (count_ < offsets_.size()) offsets_.resize(count_);
+  if (count_ >= kLongList) makeIndex();
 }
 
 }  // namespace keystrand

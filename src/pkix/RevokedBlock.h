@@ -46,11 +46,13 @@ class RevokedBlock {
   // an object takes many times the bytes of its encoding, and those who make many such entries mean no CRL.
   void keep(RevokedCertificate entry);
   [[nodiscard]] bool keepsNoMore() const noexcept { return kept_.size() >= kMostKept; }
-  // Gives back the room that was not used.
+  // Gives back the room that was not used. A long list gets its index now, so that the first question about it does not
+  // wait for it; others when they are asked, since of many lists read from a file few are.
   void seal();
 
  private:
   static constexpr std::size_t kMostKept = 4096;
+  static constexpr std::size_t kLongList = 100'000;  // entries: from here on an index takes milliseconds
 
   [[nodiscard]] const unsigned char* entry(int index) const noexcept { return bytes_.data() + offsets_.data()[index]; }
 

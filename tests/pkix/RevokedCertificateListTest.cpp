@@ -128,6 +128,27 @@ TEST(RevokedCertificateListQuirks, ManyEntriesThatMustBeObjectsAreRefused) {
   }
 }
 
+// A long list has its index when it has been read, a short one when it is asked.
+TEST(RevokedCertificateListSize, LongListsAnswerAsShortOnesDo) {
+  for (const int entries : {99'999, 100'000}) {
+    ByteString content;
+    for (int i = 0; i < entries; ++i) {
+      const int serial = 0x400000 + i;
+      const ByteString entry =
+          element(0x30, element(0x02, {static_cast<unsigned char>(serial >> 16),
+                                       static_cast<unsigned char>(serial >> 8), static_cast<unsigned char>(serial)}) +
+                            fromHex(kDate));
+      content.insert(content.end(), entry.begin(), entry.end());
+    }
+    RevokedCertificateList list;
+    ASSERT_TRUE(decode(list, element(0x30, content)));
+    EXPECT_EQ(list.find("400000"), 0);
+    EXPECT_EQ(list.find("41869E"), 99'998);
+    EXPECT_EQ(list.find("41869F"), entries == 100'000 ? 99'999 : -1);
+    EXPECT_EQ(list.find("4186A0"), -1);
+  }
+}
+
 // Every byte of a list changed in several ways: both roads say the same.
 TEST(RevokedCertificateListRoads, AgreeOnDamagedLists) {
   const auto entry = [](const std::string& hex) { return element(0x30, fromHex(hex)); };

@@ -46,7 +46,8 @@ std::unique_ptr<Signature> CryptoDevice::State::sign(const std::optional<CK_MECH
   const auto octets = resultOf([&](unsigned char* target, CK_ULONG* length) {
     return ki.sign(session, pointer(data), data.size(), target, length);
   });
-  return octets ? signatureObject(*octets, mechanism->mechanism == CKM_ECDSA) : nullptr;
+  if (!octets) return nullptr;
+  return signatureObject(*octets, mechanism->mechanism == CKM_ECDSA);
 }
 
 // ECDSA signs the digest alone, RSA its coding with NULL parameters.

@@ -107,7 +107,7 @@ std::optional<std::string> Logger::mailHost() {
 std::string formatMessage(const char* format, std::va_list arguments) {
   std::va_list again;
   va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, again);
+  const int length = std::vsnprintf(nullptr, 0, format, again);  // NOLINT(clang-analyzer-valist.*): copied above
   va_end(again);
   if (length <= 0) return {};
   std::string text(static_cast<std::size_t>(length), '\0');

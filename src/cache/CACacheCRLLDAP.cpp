@@ -6,6 +6,7 @@
 
 #include "cache/CACache.h"
 #include "cache/ContextLog.h"
+#include "cache/LargeWork.h"
 #include "keystrand/support/SystemClock.h"
 #include "ldap/LDAPExchange.h"
 #include "ldap/LDAPQuery.h"
@@ -82,6 +83,8 @@ std::optional<DownloadedCRL> CACache::downloadCRLLDAP(const std::string& uri, co
   if (!at) return std::nullopt;
   const std::string_view rest = std::string_view(uri).substr(url.queryOffset);
   const LDAPQuery query = parseLDAPQuery(rest.starts_with('?') ? rest.substr(1) : kCRLAttribute);
+  const LargeWork messages(workBuffer_);
+  const LargeWork values(crlBuffer_);
   logMessage(Logger::kTrace, kLDAPDownloadStarted);
   const auto exchange = LDAPExchange::open(*at, settings().crlTimeout, workBuffer_);
   FoundCRL found;

@@ -29,6 +29,13 @@ class SerialHash {
     }
   }
 
+  // Eight octets, in the order of the processor.
+  static std::uint64_t load(const unsigned char* at) noexcept {
+    std::uint64_t octets = 0;
+    std::memcpy(&octets, at, sizeof octets);
+    return octets;
+  }
+
  private:
   __extension__ using Wide = unsigned __int128;
 
@@ -37,12 +44,6 @@ class SerialHash {
   static constexpr std::uint64_t kWhole = (std::uint64_t{1} << 8 * kPiece) - 1;
 
   SerialHash();
-
-  static std::uint64_t load(const unsigned char* at) noexcept {
-    std::uint64_t octets = 0;
-    std::memcpy(&octets, at, sizeof octets);
-    return octets;
-  }
 
   // Some number congruent to the sum modulo the prime, at most 2^61 + 3. The sum is below 2^123.
   static std::uint64_t reduce(Wide sum) noexcept {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 #include <vector>
 
 #include "pkix/RevokedBlock.h"
@@ -11,21 +10,15 @@
 namespace keystrand {
 namespace {
 
-std::uint64_t load(const unsigned char* at) noexcept {
-  std::uint64_t octets = 0;
-  std::memcpy(&octets, at, sizeof octets);
-  return octets;
-}
-
 bool same(std::span<const unsigned char> a, std::span<const unsigned char> b) noexcept {
   constexpr std::size_t kWord = sizeof(std::uint64_t);
   const std::size_t n = a.size();
   if (n != b.size()) return false;
   if (n < kWord) return std::equal(a.begin(), a.end(), b.begin());
   for (std::size_t i = 0; i + kWord < n; i += kWord) {
-    if (load(a.data() + i) != load(b.data() + i)) return false;
+    if (SerialHash::load(a.data() + i) != SerialHash::load(b.data() + i)) return false;
   }
-  return load(a.data() + n - kWord) == load(b.data() + n - kWord);
+  return SerialHash::load(a.data() + n - kWord) == SerialHash::load(b.data() + n - kWord);
 }
 
 std::uint64_t lowBits(int n) noexcept {

@@ -322,6 +322,11 @@ TEST(XMLTransforms, AgreeOnDocumentsOfOthers) {
 TEST(XMLTransforms, CanonicalFormsOfTheRecommendations) {
   const auto data = testData("xmldsig");
   if (!data) GTEST_SKIP() << kNoTestData;
+  const std::filesystem::recursive_directory_iterator files(*data);
+  const auto first =
+      std::ranges::find_if(files, [](const auto& entry) { return entry.path().filename() == "31_input.xml"; });
+  ASSERT_NE(first, end(files));
+  const std::filesystem::path folder = first->path().parent_path();
   struct Row {
     const char* input;
     const char* expected;  // empty: has none
@@ -341,10 +346,10 @@ TEST(XMLTransforms, CanonicalFormsOfTheRecommendations) {
   };
   for (const Row& row : rows) {
     XMLFile file;
-    ASSERT_TRUE(file.load((*data / "c14n-spec/in" / row.input).c_str())) << row.input;
+    ASSERT_TRUE(file.load((folder / row.input).c_str())) << row.input;
     EXPECT_TRUE(row.uri[0] != '\0' ? file.selectReference(row.uri) : file.selectWholeDocument());
     const std::string ours = heldText(file, file.output(0, row.withComments));
-    EXPECT_EQ(ours, row.expected[0] != '\0' ? readText(*data / "c14n-spec/in" / row.expected) : "(none)") << row.input;
+    EXPECT_EQ(ours, row.expected[0] != '\0' ? readText(folder / row.expected) : "(none)") << row.input;
   }
 }
 
